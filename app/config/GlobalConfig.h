@@ -1,0 +1,141 @@
+#pragma once
+
+#include "SubCenter.h"
+#include "TransferSettings.h"
+#include "UserInfo.h"
+
+#include "OrvClient.h"
+
+#include <QMutex>
+#include <QObject>
+
+#include <memory>
+
+class QTranslator;
+
+/// The configuration store of the process: installation settings, per-user settings, known users, session state,
+/// sub-centers, the master OrvClient and the command line's request. Every accessor takes the store's one mutex and
+/// returns a copy, so it may be called from any thread; requests and their answers run on the GUI thread. The mutex is
+/// never held across a request, a signal or a dialog.
+class GlobalConfig : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Values of the session state.
+    enum SessionState {
+        NotLoggedIn = 0,
+        LoggedOut = 1,
+        LoggingIn = 2,
+        LoggedIn = 3,
+        ProfileFailed = 4,
+        Frozen = 5,
+        Quitting = 6
+    };
+
+    /// The one store, made at the first call (on the GUI thread, after the application object).
+    static GlobalConfig *instance();
+    ~GlobalConfig() override;
+
+    // Installation settings and known users
+    /// Starts a login cycle: forgets the current user, reads the settings file and the known users.
+    void reload();
+    /// Writes the settings file through a temporary file. Returns false when the disk refused; the old file stays.
+    bool save();
+    QString language() const;
+    void setLanguage(const QString &code);
+    /// Language code to display name, in the order of the menu.
+    QList<QPair<QString, QString>> languages() const;
+    QList<QTranslator *> translators() const;
+    QString auth() const;
+    QString listSubCenterUrl() const;
+    QString resetPasswordUrl() const; ///< for the current language, else the entry "default"
+    QString registerUrl() const;
+    QString userProtocolUrl() const;
+    QString helpUrl() const;
+    QString updateUrl() const;
+    QString version() const;
+    QString sid() const;
+    QString platform() const;
+    QString userType() const;
+    bool shareDisabled() const;
+    bool startWssWhenOpen() const;
+    quint16 wssPort() const;
+    int previewFileMaxSize() const; ///< MB
+    ZpdtSettings zpdt() const;
+    SettingsPageOptions settingsPage() const;
+    QList<KnownUser> knownUsers() const;
+    QStringList knownUserNames() const;
+    /// Puts the user first; the oldest goes when there are more than 5. Writes the file.
+    void rememberUser(const UserInfo &user);
+
+    // Locations
+    QString configFolder() const;              ///< ends in "/"
+    QString userFolder(const QString &userKey) const; ///< created when missing, ends in "/"
+    /// The user's database, copied from the template when it does not exist.
+    QString userDatabase(const QString &userKey) const;
+    bool userDatabaseExists(const QString &userKey) const;
+
+    // Per-user settings
+    void loadUserSettings(const QString &userKey, const QString &subCenterId);
+    bool saveUserSettings();
+    QString defaultSubCenterId() const;
+    void setDefaultSubCenterId(const QString &id);
+    QString currentSubCenterId() const;
+    void setCurrentSubCenterId(const QString &id);
+    /// False when the user has no entry for that sub-center; @p out is then untouched.
+    bool targetSpeed(const QString &subCenterId, TargetSpeed *out) const;
+    void setTargetSpeed(const QString &subCenterId, const TargetSpeed &speed);
+    DownloadPathSetting downloadPath(const QString &subCenterId) const;
+    void setDownloadPath(const QString &subCenterId, const DownloadPathSetting &setting);
+
+    // Session
+    int state() const;
+    void setState(int state);
+    UserInfo currentUser() const;
+    void setCurrentUser(const UserInfo &user);
+    QMap<QString, UserInfo> users() const;
+    void storeUser(const UserInfo &user); ///< current user and user map
+    Violation violation() const;
+    void setViolation(const Violation &violation);
+    OrvClient client() const;
+    void setClient(const OrvClient &client);
+    CommandLineRequest request() const;
+    void setRequest(const CommandLineRequest &request);
+    /// Sub-center that a web page asked for at its login; empty when none.
+    QString requestedSubCenterId() const;
+    void setRequestedSubCenterId(const QString &id);
+
+    // What the service told
+    QList<SubCenter> subCenters() const;
+    SubCenter subCenter(const QString &id) const; ///< an empty record when unknown
+    /// Replaces the record of the same id; an unknown id changes nothing.
+    void updateSubCenter(const SubCenter &center);
+    void setSubCenters(const QList<SubCenter> &centers);
+    QList<Advertisement> advertisements() const;
+    TransferLimit transferLimit() const;
+
+    void requestSubCenters();
+    void requestAdvertisements();
+    void requestTransferLimit();
+
+public slots:
+    void handlerListSubCenter(qint64 id, int code, QByteArray body);
+    void handlerGetAD(qint64 id, int code, QByteArray body);
+    void handlerGetTransferLimit(qint64 id, int code, QByteArray body);
+    /// Tells the person about a failed request: 0 sub-center list, 1 user info, other values unknown.
+    void handlerRequstFailured(int error);
+
+signals:
+    void handlerListSubCenterFinished();
+    void handlerGetADFinished();
+    void handlerGetTransferLimitFinished();
+    void handlerRequestFailured(int error);
+
+private:
+    GlobalConfig();
+    struct Data;
+
+    mutable QMutex m_mutex;
+    std::unique_ptr<Data> m_data;
+};
