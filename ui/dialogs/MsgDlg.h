@@ -1,13 +1,15 @@
 #pragma once
 
+#include "DialogFrame.h"
+
 #include <QDialog>
 
-class MovableGroupBox;
-class QLabel;
+class MessageText;
 class QPushButton;
 
 /// Modal question with "OK" and "Cancel" in a frameless window of the client's own. Build it on the stack, set title
-/// and text, hide or rename buttons, exec(): QDialog::Accepted means OK, everything else not. GUI thread only.
+/// and text, hide or rename buttons, exec(): QDialog::Accepted means OK; Cancel, Esc and the close button reject.
+/// Enter presses the first visible button. GUI thread only; tests answer it through DialogAnswers.
 class MsgDlg : public QDialog
 {
     Q_OBJECT
@@ -17,20 +19,22 @@ public:
     ~MsgDlg() override;
 
     void setTitle(const QString &title);
-    /// Plain text, or rich text with links that open in the system browser when it holds an anchor.
+    /// Always shown as plain text: it may hold names that other people chose. Long texts wrap, then scroll.
     void setText(const QString &text);
+    QString text() const;
     /// @param name "ok" or "cancel"; any other name does nothing
     void setButtonVisible(const QString &name, bool visible);
+    /// @param name "ok" or "cancel"; any other name does nothing
     void setButtonText(const QString &name, const QString &text);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
-    void changeEvent(QEvent *event) override;
 
 private:
-    MovableGroupBox *m_titleBar;
-    QLabel *m_title;
-    QLabel *m_text;
+    QPushButton *button(const QString &name) const;
+
+    DialogFrame m_frame;
+    MessageText *m_text;
     QPushButton *m_ok;
     QPushButton *m_cancel;
 };
