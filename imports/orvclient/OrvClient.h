@@ -23,7 +23,8 @@ class OrvClient : public QObject
 
 public:
     /// Codes of answers that never came from the service.
-    enum LocalError {
+    enum LocalError
+    {
         BadAddress = -1,     ///< the service address is not an http or https address
         ConnectFailed = -2,  ///< refused, unknown host, or a failed TLS check
         TimedOut = -3,       ///< no connection within 10 s, or no data for 30 s
@@ -90,8 +91,8 @@ public:
     qint64 shareToMeFileRealPath(const QString &shareId, const QString &path);
     qint64 shareToMeDownload(const QString &owner, const QString &shareId, const QString &path,
                              const QString &localPath);
-    qint64 reportShare(const QString &owner, const QString &shareId, const QString &reason,
-                       const QStringList &pictures, const QString &text);
+    qint64 reportShare(const QString &owner, const QString &shareId, const QString &reason, const QStringList &pictures,
+                       const QString &text);
 
 signals:
     void authFinished(qint64 id, int code, QByteArray body);
