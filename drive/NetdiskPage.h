@@ -1,0 +1,153 @@
+#pragma once
+
+#include "FileItem.h"
+#include "SubCenter.h"
+
+#include <QPointer>
+#include <QWidget>
+
+#include <functional>
+
+class AddressBar;
+class FileWidget;
+class NetDiskServer;
+class OrderedWork;
+class QLabel;
+class QLineEdit;
+class QProgressBar;
+class QToolButton;
+
+/// One browser page onto the drive of one sub-center. Owns its NetDiskServer and its views. Transfers leave as
+/// sigUpload and sigDownload, an ended session as sigLogout. The page may be deleted at any time, also while one of its
+/// dialogs is open or a lookup runs; late answers are then dropped. GUI thread only.
+class NetdiskPage : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// @param initPath folder to open; empty: the top of the drive
+    NetdiskPage(const SubCenter &center, const QString &initPath, QWidget *parent = nullptr);
+    ~NetdiskPage() override;
+
+    SubCenter subCenter() const { return m_center; }
+    /// The folder shown, ends in "/"; "/" while a search result is shown.
+    QString currentPath() const;
+    NetDiskServer *server() const { return m_server; }
+
+    /// Downloads @p items as if they were selected: asks for the target folder and about collisions.
+    void Download(const QList<FileItem> &items);
+    /// Starts transfers without a question. @p localFolder and @p remoteFolder are the targets; @p files and @p folders
+    /// are full paths (local ones for an upload).
+    void UploadTo(const QStringList &files, const QStringList &folders, const QString &remoteFolder);
+    void DownloadTo(const QList<FileItem> &files, const QList<FileItem> &folders, const QString &localFolder);
+
+public slots:
+    void Update();
+    void Refresh();
+    void Forward();
+    void Backward();
+    void IntoHome();
+    void IntoFolder(QString path);
+    void SearchFile();
+    void NewFolder();
+    void Remove();
+    /// @param mainAsParent the picker belongs to the main window; false: to this page
+    void Upload(bool mainAsParent = true);
+    /// Uploads local files and folders into the remote folder (empty: the current one), asking about collisions.
+    void Upload(QStringList paths, QString remoteFolder);
+    void Download();
+    void Preview();
+    void Preview(QString path);
+    void Cut();
+    void Copy();
+    void Paste();
+    void Move(QStringList paths, QString folder);
+    void Rename();
+    void Compress();
+    void Decompress();
+    void GetFileInfo(QStringList paths);
+    void SetIcons(QList<FileItem> items);
+
+    void HandlerRename(QString src, QString dest);
+    void HandlerMove(QStringList src, QString dest);
+    void HandlerCopy(QStringList src, QString dest);
+    void HandlerIntoFloderFailured(int error);
+
+    void ShowItems(QList<FileItem> items);
+    void AddItems(QList<FileItem> items);
+    void RemoveItems(QStringList paths);
+    void ClearItemCount();
+    void AddItemCount(int folders, int files);
+    void RemoveItemCount(int folders, int files);
+    void RefreshItemCount();
+    void showEmptyFolder(bool visible);
+    void contextMenuRequested(const QPoint &globalPos);
+    void SetStorage();
+    /// Takes the sub-center's record anew from the configuration store.
+    void refreshSubCenter();
+    void ChangeButtonStatus();
+    void SlotFolderChanged();
+    /// Switches between the detailed list (0) and the icon grid (1); any other index toggles.
+    void ChangeShowMode(int index = -1);
+    /// @param state 1: tasks are being added, 2: tasks are running, any other: nothing to tell
+    void changeTransferStatus(int state);
+    /// @param type "FileName", "FileSize" or "Modified"
+    void changeSortType(const QString &type);
+
+signals:
+    void sigUpload(QStringList files, QStringList folders, SubCenter subCenter, QString remoteFolder);
+    void sigDownload(QList<FileItem> files, QList<FileItem> folders, SubCenter subCenter, QString localFolder);
+    void ClickedUpload();
+    void ClickedUploadFolder();
+    void ClickedNewFolder();
+    void ClickedSearchFile();
+    void IconChanged(const QList<FileItem> &items);
+    void UserConfermRemove();
+    void sigGetFileInfo(QStringList paths);
+    void sigAddItems(QList<FileItem> items);
+    void ChangeTransferStatus(int state);
+    /// The session ended or the account was restricted; the text is for the person.
+    void sigLogout(QString message);
+    /// The page shows another folder; the text is the folder's name, for a tab.
+    void sigTitleChanged(QString title);
+
+protected:
+    /// The questions to the person, apart for callers that answer them otherwise.
+    virtual QStringList askLocalPaths(QWidget *owner);
+    virtual QString askTargetFolder(const QString &startFolder);
+
+private:
+    void buildToolbar(QWidget *toolbar);
+    void buildLayout();
+    void connectServer();
+    void connectViews();
+    void addShortcuts();
+    void showNotice(const QString &text);
+    /// A modal notice or question; false also when the page went away meanwhile.
+    bool ask(const QString &title, const QString &text, const QString &okText = QString());
+    void tell(const QString &title, const QString &text);
+    bool inSearch() const;
+    void uploadKnown(const QStringList &paths, const QString &folder, const QStringList &remoteNames);
+    void commitRename(const FileItem &item, const QString &name);
+    void putOnClipboard(const QString &type);
+    QString targetFolderByPolicy();
+
+    SubCenter m_center;
+    NetDiskServer *m_server;
+    OrderedWork *m_work;
+    FileWidget *m_view = nullptr;
+    AddressBar *m_address = nullptr;
+    QToolButton *m_back = nullptr;
+    QToolButton *m_forward = nullptr;
+    QToolButton *m_mode = nullptr;
+    QToolButton *m_upload = nullptr;
+    QToolButton *m_newFolder = nullptr;
+    QLineEdit *m_search = nullptr;
+    QLabel *m_count = nullptr;
+    QLabel *m_status = nullptr;
+    QLabel *m_notice = nullptr;
+    QLabel *m_storage = nullptr;
+    QProgressBar *m_storageBar = nullptr;
+    int m_folders = 0;
+    int m_files = 0;
+};
