@@ -13,36 +13,39 @@
 #include <memory>
 
 /// Direction of a transfer.
-enum ZPDTCMDTYPE {
+enum ZPDTCMDTYPE
+{
     ZPDT_DOWNLOAD = 1, ///< remote drive to local disk
     ZPDT_UPLOAD = 2    ///< local disk to remote drive
 };
 
 /// Values of TaskRecord::Status. A task has exactly one of them.
-enum ZpdtTaskStatus : qint32 {
+enum ZpdtTaskStatus : qint32
+{
     ZPDT_WAITING = 0,
-    ZPDT_PREPARING = 1,     ///< created, the folder is being scanned or the server asked
+    ZPDT_PREPARING = 1, ///< created, the folder is being scanned or the server asked
     ZPDT_CONNECTING = 2,
     ZPDT_TRANSFERRING = 4,
     ZPDT_PAUSING = 16,
     ZPDT_PAUSED = 32,
     ZPDT_CANCELING = 64,
     ZPDT_SUCCESS = 4096,
-    ZPDT_FAILED = 8192      ///< ended without success; the reason came with the last progress report
+    ZPDT_FAILED = 8192 ///< ended without success; the reason came with the last progress report
 };
 
 /// Why a task failed or waits.
-enum class ZpdtError {
+enum class ZpdtError
+{
     None,
-    Network,       ///< line down, retried with growing pauses
-    Refused,       ///< the server or the account does not allow it
+    Network, ///< line down, retried with growing pauses
+    Refused, ///< the server or the account does not allow it
     NotFound,
     NoSpace,       ///< remote capacity or local disk
     ChangedSource, ///< the source changed while it was sent
     BadName,       ///< a name that cannot be stored at the destination
     Integrity,     ///< the data does not match its digest
     Cancelled,
-    LocalFile      ///< a local file cannot be read or written
+    LocalFile ///< a local file cannot be read or written
 };
 
 /// One single file that a transfer starts with: its name and the folder that holds it.
@@ -56,17 +59,17 @@ struct FileInfo
 struct TaskRecord
 {
     qint32 taskIndex = 0;
-    QString Path;            ///< full path of the file or folder at the source
-    qint32 Type = 0;         ///< ZPDTCMDTYPE
-    qint64 FileSize = 0;     ///< total bytes
+    QString Path;        ///< full path of the file or folder at the source
+    qint32 Type = 0;     ///< ZPDTCMDTYPE
+    qint64 FileSize = 0; ///< total bytes
     QString taskName;
-    qint64 Offset = 0;       ///< bytes already transferred
-    qint32 Status = 0;       ///< ZpdtTaskStatus
+    qint64 Offset = 0; ///< bytes already transferred
+    qint32 Status = 0; ///< ZpdtTaskStatus
     QByteArray Icon;
     QDateTime CreateDate;
     QDateTime FinishDate;
-    QString From;            ///< folder at the source
-    QString Dest;            ///< folder at the destination
+    QString From; ///< folder at the source
+    QString Dest; ///< folder at the destination
     QString SubCenterId;
     quint64 taskExtra = 0;
 
@@ -96,7 +99,7 @@ struct ZpdtTransConfig
     QString udtPort;
     QString userId;
     qint32 mss = 1024;
-    qint64 uploadTargetSpeed = 45000;   ///< KB/s
+    qint64 uploadTargetSpeed = 45000; ///< KB/s
     qint32 uploadMode = 1;
     qint64 downloadTargetSpeed = 45000; ///< KB/s
     qint32 downloadMode = 1;
@@ -112,7 +115,7 @@ struct ZpdtTransConfig
     QString subCenterId;
     QString subCenterRoot;
     QString clientVersion;
-    QString clientTag;                  ///< authentication address of the service; transfer tickets are asked for there
+    QString clientTag; ///< authentication address of the service; transfer tickets are asked for there
     qint32 beVerify = 0;
     bool optionA = false;
     bool optionB = true;
@@ -122,35 +125,40 @@ struct ZpdtTransConfig
 /// Progress of one task.
 struct ZpdtProgress
 {
-    qint64 total = 0;         ///< bytes; grows while a folder is scanned
-    qint64 offset = 0;        ///< bytes done
+    qint64 total = 0;  ///< bytes; grows while a folder is scanned
+    qint64 offset = 0; ///< bytes done
     qint64 filesTotal = 0;
     qint64 filesDone = 0;
     qint64 filesFailed = 0;
-    double speed = 0.0;       ///< megabits a second over the last few seconds
-    qint64 secondsLeft = -1;  ///< -1: not known
-    bool scanning = false;    ///< totals still grow
+    double speed = 0.0;      ///< megabits a second over the last few seconds
+    qint64 secondsLeft = -1; ///< -1: not known
+    bool scanning = false;   ///< totals still grow
     ZpdtError error = ZpdtError::None;
-    QString errorText;        ///< English detail for a log or a tool tip, such as the file concerned
+    QString errorText; ///< English detail for a log or a tool tip, such as the file concerned
 };
 
 /// State of one connection of the engine.
 struct ZpdtConnectionInfo
 {
-    enum State { NotConnected, Connecting, Connected };
+    enum State
+    {
+        NotConnected,
+        Connecting,
+        Connected
+    };
 
     QString subCenterId;
     QString host;
     QString port;
-    QString carrier;               ///< "TCP" or "UDP"
+    QString carrier; ///< "TCP" or "UDP"
     qint32 state = NotConnected;
-    qint32 connectTimes = 0;       ///< connections made since the engine started
-    double roundTripMs = -1.0;     ///< -1: not known
+    qint32 connectTimes = 0;   ///< connections made since the engine started
+    double roundTripMs = -1.0; ///< -1: not known
     double lossPercent = 0.0;
     double sendRateMbps = 0.0;
     double receiveRateMbps = 0.0;
     double retransmitPercent = 0.0;
-    QString reason;                ///< why this carrier, or why not connected
+    QString reason; ///< why this carrier, or why not connected
 };
 
 Q_DECLARE_METATYPE(ZPDTCMDTYPE)
@@ -195,9 +203,11 @@ public:
 
 signals:
     void TaskCreated(QList<TaskRecord> tasks, ZPDTCMDTYPE type);
+    /// The tasks run now (Status ZPDT_PREPARING), or were asked to and wait for their turn (ZPDT_WAITING).
     void TaskStarted(QList<TaskRecord> tasks, ZPDTCMDTYPE type);
     /// Status is ZPDT_SUCCESS or ZPDT_FAILED.
     void TaskFinished(QList<TaskRecord> tasks, ZPDTCMDTYPE type);
+    /// Tasks that ended or were paused, and are sent again because a new request named them.
     void TaskRetrans(QList<TaskRecord> tasks, ZPDTCMDTYPE type);
     /// Remote folders that uploads created.
     void TaskDirCreated(QStringList folders);
@@ -205,8 +215,11 @@ signals:
     void TaskCancelEnd(QList<TaskRecord> tasks, ZPDTCMDTYPE type);
     /// Requests that were refused because the same tasks are there already.
     void TaskExist(QList<TaskRecord> tasks);
+    /// After paused tasks were registered: all tasks of that direction that the engine holds.
     void TaskCreatePausedCount(qint64 count, ZPDTCMDTYPE type);
+    /// After an upload or download request: how many tasks it created. Comes after their TaskCreated.
     void TaskCreateCount(qint64 count, ZPDTCMDTYPE type);
+    /// A few times a second while a task runs; the last one of a task that fails holds the reason.
     void TaskProgressChanged(TaskRecord task, ZpdtProgress progress);
     void ConnectionInfoChanged(QList<ZpdtConnectionInfo> connections);
 

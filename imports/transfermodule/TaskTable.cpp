@@ -1,0 +1,595 @@
+#include "TaskTable.h"
+
+#include <QHash>
+
+#include <algorithm>
+
+namespace {
+
+/// How many small files are begun ahead of their turn in each direction. They are begun in groups of at least half
+/// of it while the queue is long, because a group travels as one stream.
+constexpr std::size_t kAhead = 1024;
+/// Ended tasks that are remembered, so that sending one again can be told from sending a new one.
+constexpr std::size_t kEndedRemembered = 50000;
+
+} // namespace
+
+bool TaskTable::Key::operator==(const Key &o) const
+{
+    return type == o.type && path == o.path && dest == o.dest && from == o.from && subCenter == o.subCenter;
+}
+
+std::size_t TaskTable::KeyHash::operator()(const Key &key) const
+{
+    std::size_t hash = qHash(key.path);
+    for (const QString *part : {&key.dest, &key.from, &key.subCenter})
+        hash = hash * 1000003u + qHash(*part);
+    return hash * 31u + static_cast<std::size_t>(key.type);
+}
+
+TaskTable::TaskTable()
+{
+    m_lastBlock.fill(-1);
+}
+
+TaskTable::Key TaskTable::keyOf(const TaskRecord &record)
+{
+    return {record.Path, record.Dest, record.From, record.SubCenterId, record.Type};
+}
+
+TaskTable::Task *TaskTable::task(TaskId id)
+{
+    for (Lane &lane : m_lanes) {
+        const auto it = lane.tasks.find(id);
+        if (it != lane.tasks.end())
+            return &it->second;
+    }
+    return nullptr;
+}
+
+const TaskTable::Task *TaskTable::task(TaskId id) const
+{
+    return const_cast<TaskTable *>(this)->task(id);
+}
+
+std::optional<TaskId> TaskTable::find(const TaskRecord &record) const
+{
+    const auto it = m_index.find(keyOf(record));
+    if (it == m_index.end())
+        return std::nullopt;
+    return it->second;
+}
+
+const TaskRecord *TaskTable::record(TaskId id) const
+{
+    const Task *t = task(id);
+    return t ? &t->record : nullptr;
+}
+
+TaskTable::Config TaskTable::config(TaskId id) const
+{
+    const Task *t = task(id);
+    return t ? t->config : nullptr;
+}
+
+bool TaskTable::resumed(TaskId id) const
+{
+    const Task *t = task(id);
+    return t && t->resumed;
+}
+
+TaskTable::Shape TaskTable::shape(TaskId id) const
+{
+    const Task *t = task(id);
+    return t ? t->shape : Shape::Unknown;
+}
+
+int TaskTable::count(ZPDTCMDTYPE type) const
+{
+    return static_cast<int>(lane(type).tasks.size());
+}
+
+int TaskTable::running(ZPDTCMDTYPE type) const
+{
+    return lane(type).running;
+}
+
+TaskId TaskTable::insert(TaskRecord record, Shape shape, const Config &config)
+{
+    const TaskId id = ++m_lastId;
+    record.taskIndex = static_cast<qint32>(id & 0x7fffffff);
+    if (!record.CreateDate.isValid())
+        record.CreateDate = QDateTime::currentDateTime();
+    m_index.emplace(keyOf(record), id);
+    Task &t = lane(record.Type).tasks[id];
+    t.record = std::move(record);
+    t.shape = shape;
+    t.config = config;
+    const auto gone = m_goneBlock.find(keyOf(t.record));
+    if (gone != m_goneBlock.end()) {
+        t.reportRound = m_reportRound;
+        t.reportBlock = gone->second;
+    }
+    return id;
+}
+
+void TaskTable::erase(TaskId id)
+{
+    Task *t = task(id);
+    if (!t)
+        return;
+    dequeue(*t);
+    if (t->reportRound == m_reportRound)
+        m_goneBlock[keyOf(t->record)] = t->reportBlock;
+    m_index.erase(keyOf(t->record));
+    lane(t->record.Type).tasks.erase(id);
+}
+
+void TaskTable::enqueue(TaskId id, Task &task, bool front)
+{
+    Lane &l = lane(task.record.Type);
+    task.turn = front ? --l.firstTurn : ++l.lastTurn;
+    task.state = State::Queued;
+    task.record.Status = ZPDT_WAITING;
+    l.queue.emplace(task.turn, id);
+}
+
+void TaskTable::dequeue(Task &task)
+{
+    Lane &l = lane(task.record.Type);
+    if (task.state == State::Queued)
+        l.queue.erase(task.turn);
+    else if (task.state == State::Ahead)
+        l.ahead.erase(task.turn);
+}
+
+void TaskTable::releaseSlot(Task &task)
+{
+    if (task.slot)
+        --lane(task.record.Type).running;
+    task.slot = false;
+}
+
+void TaskTable::begin(Task &task)
+{
+    Lane &l = lane(task.record.Type);
+    task.state = State::Running;
+    task.slot = true;
+    ++l.running;
+    task.record.Status = ZPDT_PREPARING;
+    report(TaskReport::Started, task);
+}
+
+void TaskTable::schedule(Lane &l)
+{
+    while (l.running < l.maxRunning) {
+        // Those begun ahead came from the front of the queue, so their turn is first.
+        if (!l.ahead.empty()) {
+            const auto first = l.ahead.begin();
+            const TaskId id = first->second;
+            l.ahead.erase(first);
+            begin(l.tasks.at(id));
+            continue;
+        }
+        if (l.queue.empty())
+            break;
+        const auto first = l.queue.begin();
+        const TaskId id = first->second;
+        l.queue.erase(first);
+        begin(l.tasks.at(id));
+        m_orders.push_back({TaskOrder::Run, id});
+    }
+    if (l.ahead.size() > kAhead / 2)
+        return;
+    while (l.ahead.size() < kAhead && !l.queue.empty()) {
+        const auto first = l.queue.begin();
+        const TaskId id = first->second;
+        Task &t = l.tasks.at(id);
+        if (t.shape != Shape::SmallFile)
+            break;
+        l.queue.erase(first);
+        t.state = State::Ahead;
+        l.ahead.emplace(t.turn, id);
+        m_orders.push_back({TaskOrder::Run, id});
+    }
+}
+
+void TaskTable::stop(TaskId id, Task &task, AfterStop after)
+{
+    const bool abandon = after == AfterStop::Cancel;
+    task.resumed = true;
+    if (task.state != State::Stopping) {
+        dequeue(task);
+        task.state = State::Stopping;
+        m_orders.push_back({abandon ? TaskOrder::Abandon : TaskOrder::Stop, id});
+    } else if (abandon) {
+        m_orders.push_back({TaskOrder::Abandon, id});
+    }
+    task.afterStop = after;
+    switch (after) {
+    case AfterStop::Cancel:
+    case AfterStop::CancelThenCreate:
+        task.record.Status = ZPDT_CANCELING;
+        break;
+    case AfterStop::Requeue:
+        task.record.Status = ZPDT_WAITING;
+        break;
+    case AfterStop::Pause:
+    case AfterStop::PauseThenStart:
+        task.record.Status = ZPDT_PAUSING;
+        break;
+    }
+}
+
+void TaskTable::resume(TaskId id, Task &task, const Config &config)
+{
+    if (config)
+        task.config = config;
+    switch (task.state) {
+    case State::Paused:
+        enqueue(id, task, false);
+        report(TaskReport::Started, task);
+        break;
+    case State::Queued:
+        // Asked for by name although it waits already: it goes first.
+        dequeue(task);
+        enqueue(id, task, true);
+        report(TaskReport::Started, task);
+        break;
+    case State::Stopping:
+        if (task.afterStop == AfterStop::Pause)
+            task.afterStop = AfterStop::PauseThenStart;
+        break;
+    case State::Ahead:
+    case State::Running:
+        report(TaskReport::Started, task);
+        break;
+    }
+}
+
+bool TaskTable::add(TaskRecord record, Shape shape, const Config &config)
+{
+    Lane &l = lane(record.Type);
+    if (const auto held = find(record)) {
+        Task &t = *task(*held);
+        const bool stopping = t.state == State::Stopping;
+        if (stopping && (t.afterStop == AfterStop::Cancel || t.afterStop == AfterStop::CancelThenCreate)) {
+            t.afterStop = AfterStop::CancelThenCreate;
+            t.config = config;
+            t.shape = shape;
+            return true;
+        }
+        if (t.state == State::Paused || (stopping && t.afterStop == AfterStop::Pause)) {
+            if (shape != Shape::Unknown)
+                t.shape = shape;
+            resume(*held, t, config);
+            report(TaskReport::Retrans, t);
+            schedule(l);
+            return true;
+        }
+        reportAlone(TaskReport::Exist, t.record);
+        return false;
+    }
+    const bool again = m_ended.count(KeyHash()(keyOf(record))) > 0;
+    record.FinishDate = {};
+    const TaskId id = insert(std::move(record), shape, config);
+    Task &t = *task(id);
+    enqueue(id, t, false);
+    report(TaskReport::Created, t);
+    if (again)
+        report(TaskReport::Retrans, t);
+    schedule(l);
+    return true;
+}
+
+void TaskTable::start(const TaskRecord &record, const Config &config)
+{
+    if (const auto held = find(record)) {
+        resume(*held, *task(*held), config);
+    } else {
+        TaskRecord taken = record;
+        taken.FinishDate = {};
+        const TaskId id = insert(std::move(taken), Shape::Unknown, config);
+        Task &t = *task(id);
+        t.resumed = true;
+        enqueue(id, t, false);
+        report(TaskReport::Started, t);
+    }
+    schedule(lane(record.Type));
+}
+
+void TaskTable::startAll(const QList<TaskRecord> &records, ZPDTCMDTYPE type, const Config &config)
+{
+    for (const TaskRecord &record : records) {
+        if (record.Type != type)
+            continue;
+        const auto held = find(record);
+        // Tasks that wait keep their order: all of them were named, so none goes first.
+        if (held && task(*held)->state == State::Queued) {
+            task(*held)->config = config;
+            report(TaskReport::Started, *task(*held));
+            continue;
+        }
+        start(record, config);
+    }
+}
+
+void TaskTable::pauseTask(TaskId id, Task &task)
+{
+    switch (task.state) {
+    case State::Queued:
+        dequeue(task);
+        task.state = State::Paused;
+        task.record.Status = ZPDT_PAUSED;
+        report(TaskReport::PauseEnd, task);
+        break;
+    case State::Paused:
+        report(TaskReport::PauseEnd, task);
+        break;
+    case State::Ahead:
+    case State::Running:
+        stop(id, task, AfterStop::Pause);
+        break;
+    case State::Stopping:
+        if (task.afterStop == AfterStop::PauseThenStart || task.afterStop == AfterStop::Requeue)
+            stop(id, task, AfterStop::Pause);
+        break;
+    }
+}
+
+void TaskTable::pause(const TaskRecord &record)
+{
+    if (const auto held = find(record)) {
+        pauseTask(*held, *task(*held));
+        schedule(lane(record.Type));
+        return;
+    }
+    TaskRecord answer = record;
+    answer.Status = ZPDT_PAUSED;
+    reportAlone(TaskReport::PauseEnd, answer);
+}
+
+void TaskTable::pauseAll(ZPDTCMDTYPE type)
+{
+    for (auto &[id, t] : lane(type).tasks) {
+        if (t.state != State::Paused)
+            pauseTask(id, t);
+    }
+}
+
+void TaskTable::cancelTask(TaskId id)
+{
+    Task &t = *task(id);
+    switch (t.state) {
+    case State::Queued:
+    case State::Paused:
+        t.record.Status = ZPDT_CANCELING;
+        report(TaskReport::CancelEnd, t);
+        m_abandoned.append(t.record);
+        erase(id);
+        break;
+    case State::Ahead:
+    case State::Running:
+        stop(id, t, AfterStop::Cancel);
+        break;
+    case State::Stopping:
+        if (t.afterStop == AfterStop::CancelThenCreate)
+            t.afterStop = AfterStop::Cancel;
+        else if (t.afterStop != AfterStop::Cancel)
+            stop(id, t, AfterStop::Cancel);
+        break;
+    }
+}
+
+void TaskTable::cancel(const TaskRecord &record)
+{
+    if (const auto held = find(record)) {
+        cancelTask(*held);
+        schedule(lane(record.Type));
+        return;
+    }
+    TaskRecord answer = record;
+    answer.Status = ZPDT_CANCELING;
+    reportAlone(TaskReport::CancelEnd, answer);
+    m_abandoned.append(answer);
+}
+
+void TaskTable::cancelAll(ZPDTCMDTYPE type)
+{
+    std::vector<TaskId> ids;
+    ids.reserve(lane(type).tasks.size());
+    for (const auto &entry : lane(type).tasks)
+        ids.push_back(entry.first);
+    for (TaskId id : ids)
+        cancelTask(id);
+}
+
+int TaskTable::registerPaused(const QList<TaskRecord> &records)
+{
+    int added = 0;
+    for (const TaskRecord &record : records) {
+        if ((record.Type != ZPDT_UPLOAD && record.Type != ZPDT_DOWNLOAD) || find(record))
+            continue;
+        const TaskId id = insert(record, Shape::Unknown, nullptr);
+        Task &t = *task(id);
+        t.state = State::Paused;
+        t.resumed = true;
+        t.record.Status = ZPDT_PAUSED;
+        ++added;
+    }
+    return added;
+}
+
+void TaskTable::unregisterPaused(const QList<TaskRecord> &records)
+{
+    for (const TaskRecord &record : records) {
+        const auto held = find(record);
+        if (held && task(*held)->state == State::Paused)
+            erase(*held);
+    }
+}
+
+void TaskTable::setMaxConcurrence(ZPDTCMDTYPE type, int count)
+{
+    Lane &l = lane(type);
+    l.maxRunning = std::max(1, count);
+    // The latest ones give way, and the turns they get back keep their order.
+    int active = 0;
+    for (const auto &entry : l.tasks)
+        active += entry.second.state == State::Running;
+    for (auto it = l.tasks.rbegin(); it != l.tasks.rend() && active > l.maxRunning; ++it) {
+        if (it->second.state != State::Running)
+            continue;
+        stop(it->first, it->second, AfterStop::Requeue);
+        report(TaskReport::Started, it->second);
+        --active;
+    }
+    schedule(l);
+}
+
+void TaskTable::setStatus(TaskId id, ZpdtTaskStatus status)
+{
+    Task *t = task(id);
+    if (t && t->state == State::Running)
+        t->record.Status = status;
+}
+
+void TaskTable::setProgress(TaskId id, qint64 offset, qint64 total)
+{
+    if (Task *t = task(id)) {
+        t->record.Offset = offset;
+        t->record.FileSize = total;
+    }
+}
+
+void TaskTable::finished(TaskId id, bool success)
+{
+    Task *t = task(id);
+    if (!t || t->state == State::Queued || t->state == State::Paused)
+        return;
+    Lane &l = lane(t->record.Type);
+    const bool cancelling = t->state == State::Stopping &&
+                            (t->afterStop == AfterStop::Cancel || t->afterStop == AfterStop::CancelThenCreate);
+    if (cancelling && !success) {
+        stopped(id);
+        return;
+    }
+    if (t->state == State::Ahead)
+        report(TaskReport::Started, *t);
+    const bool again = cancelling && t->afterStop == AfterStop::CancelThenCreate;
+    releaseSlot(*t);
+    t->record.Status = success ? ZPDT_SUCCESS : ZPDT_FAILED;
+    t->record.FinishDate = QDateTime::currentDateTime();
+    if (success)
+        t->record.Offset = t->record.FileSize;
+    report(TaskReport::Finished, *t);
+    rememberEnd(keyOf(t->record));
+    TaskRecord record = t->record;
+    const Shape shape = t->shape;
+    const Config config = t->config;
+    erase(id);
+    if (again) {
+        record.Offset = 0;
+        add(std::move(record), shape, config);
+    }
+    schedule(l);
+}
+
+void TaskTable::stopped(TaskId id)
+{
+    Task *t = task(id);
+    if (!t || t->state != State::Stopping)
+        return;
+    Lane &l = lane(t->record.Type);
+    releaseSlot(*t);
+    switch (t->afterStop) {
+    case AfterStop::Pause:
+    case AfterStop::PauseThenStart:
+        t->state = State::Paused;
+        t->record.Status = ZPDT_PAUSED;
+        report(TaskReport::PauseEnd, *t);
+        if (t->afterStop == AfterStop::PauseThenStart)
+            resume(id, *t, nullptr);
+        break;
+    case AfterStop::Requeue:
+        enqueue(id, *t, true);
+        break;
+    case AfterStop::Cancel:
+    case AfterStop::CancelThenCreate: {
+        report(TaskReport::CancelEnd, *t);
+        const bool again = t->afterStop == AfterStop::CancelThenCreate;
+        TaskRecord record = t->record;
+        const Shape shape = t->shape;
+        const Config config = t->config;
+        erase(id);
+        if (again) {
+            record.Offset = 0;
+            record.CreateDate = {};
+            add(std::move(record), shape, config);
+        }
+        break;
+    }
+    }
+    schedule(l);
+}
+
+void TaskTable::rememberEnd(const Key &key)
+{
+    const std::size_t hash = KeyHash()(key);
+    if (!m_ended.insert(hash).second)
+        return;
+    m_endedOrder.push_back(hash);
+    if (m_endedOrder.size() > kEndedRemembered) {
+        m_ended.erase(m_endedOrder.front());
+        m_endedOrder.pop_front();
+    }
+}
+
+void TaskTable::report(TaskReport::Kind kind, Task &task)
+{
+    // Tasks share a block as long as no task overtakes itself: a block is good for a task when it lies behind the
+    // block that told of it last. Thousands of small files so end in three signals a round.
+    if (task.reportRound != m_reportRound) {
+        task.reportRound = m_reportRound;
+        task.reportBlock = -1;
+    }
+    const bool upload = task.record.Type == ZPDT_UPLOAD;
+    qint64 &last = m_lastBlock[static_cast<std::size_t>(kind) * 2 + (upload ? 1 : 0)];
+    if (last <= task.reportBlock) {
+        m_reports.push_back({kind, upload ? ZPDT_UPLOAD : ZPDT_DOWNLOAD, {}});
+        last = static_cast<qint64>(m_reports.size()) - 1;
+    }
+    m_reports[static_cast<std::size_t>(last)].tasks.append(task.record);
+    task.reportBlock = last;
+}
+
+void TaskTable::reportAlone(TaskReport::Kind kind, const TaskRecord &record)
+{
+    Task passing;
+    passing.record = record;
+    const auto gone = m_goneBlock.find(keyOf(record));
+    if (gone != m_goneBlock.end()) {
+        passing.reportRound = m_reportRound;
+        passing.reportBlock = gone->second;
+    }
+    report(kind, passing);
+    m_goneBlock[keyOf(record)] = passing.reportBlock;
+}
+
+std::vector<TaskReport> TaskTable::takeReports()
+{
+    m_lastBlock.fill(-1);
+    m_goneBlock.clear();
+    ++m_reportRound;
+    return std::exchange(m_reports, {});
+}
+
+std::vector<TaskOrder> TaskTable::takeOrders()
+{
+    return std::exchange(m_orders, {});
+}
+
+QList<TaskRecord> TaskTable::takeAbandoned()
+{
+    return std::exchange(m_abandoned, {});
+}

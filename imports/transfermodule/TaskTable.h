@@ -1,0 +1,197 @@
+#pragma once
+
+#include "TransferModule.h"
+
+#include <QVector>
+
+#include <array>
+#include <cstddef>
+#include <deque>
+#include <map>
+#include <memory>
+#include <optional>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+using TaskId = quint64;
+
+/// One signal to send: tasks of one direction that met the same fate, in the order in which they met it.
+struct TaskReport
+{
+    enum Kind
+    {
+        Created,
+        Retrans,
+        Started,
+        Finished,
+        PauseEnd,
+        CancelEnd,
+        Exist,
+        KindCount
+    };
+
+    Kind kind = Created;
+    ZPDTCMDTYPE type = ZPDT_DOWNLOAD;
+    QList<TaskRecord> tasks;
+};
+
+/// What the table asks of whoever moves the bytes. A Run is answered by finished(), a Stop by stopped() or finished().
+struct TaskOrder
+{
+    enum Kind
+    {
+        Run,
+        Stop,   ///< keep what is there, the task will go on later
+        Abandon ///< stop and remove what is there
+    };
+
+    Kind kind = Run;
+    TaskId id = 0;
+};
+
+/// The tasks of the engine, their states and queues: pure logic without network, files or threads. Every operation
+/// leaves reports (signals to send) and orders (work to begin or end), which the caller takes away afterwards.
+/// Operations on one task cost O(log n), those on all tasks O(n). Not thread-safe.
+class TaskTable
+{
+public:
+    using Config = std::shared_ptr<const ZpdtTransConfig>;
+
+    /// What a new task is, as far as its maker knows.
+    enum class Shape
+    {
+        Unknown, ///< file or folder: found out when it runs
+        File,
+        SmallFile, ///< may be begun ahead of its turn, so that it costs no round trip of its own
+        Folder
+    };
+
+    TaskTable();
+
+    /// Takes a new task in. A task that is there and under way is reported as Exist; one that is paused goes on, one
+    /// that ended before is sent again, both reported as Retrans. Returns false for Exist.
+    bool add(TaskRecord record, Shape shape, const Config &config);
+    /// Starts a paused task, moves a waiting one to the front, or takes in one that is not held.
+    void start(const TaskRecord &record, const Config &config);
+    void startAll(const QList<TaskRecord> &records, ZPDTCMDTYPE type, const Config &config);
+    /// A task that is not held is answered as paused, so that no caller waits for nothing.
+    void pause(const TaskRecord &record);
+    void pauseAll(ZPDTCMDTYPE type);
+    /// A task that is not held is answered as cancelled.
+    void cancel(const TaskRecord &record);
+    void cancelAll(ZPDTCMDTYPE type);
+    /// Holds tasks of an earlier run as paused. Returns how many were new.
+    int registerPaused(const QList<TaskRecord> &records);
+    /// Forgets tasks that are paused; others are left alone.
+    void unregisterPaused(const QList<TaskRecord> &records);
+    /// @param count tasks that may run at once, at least 1; tasks above it go back to the front of the queue
+    void setMaxConcurrence(ZPDTCMDTYPE type, int count);
+
+    // What the runner reports. Ids that are gone are ignored: a late report is no error.
+    /// @param status Preparing, Connecting or Transferring; ignored for a task that is being stopped
+    void setStatus(TaskId id, ZpdtTaskStatus status);
+    void setProgress(TaskId id, qint64 offset, qint64 total);
+    void finished(TaskId id, bool success);
+    void stopped(TaskId id);
+
+    const TaskRecord *record(TaskId id) const;
+    Config config(TaskId id) const;
+    Shape shape(TaskId id) const;
+    /// True when the task was begun before, in this run of the program or an earlier one.
+    bool resumed(TaskId id) const;
+    std::optional<TaskId> find(const TaskRecord &record) const;
+    /// Tasks held in one direction: waiting, running and paused.
+    int count(ZPDTCMDTYPE type) const;
+    /// Tasks that use one of the slots of setMaxConcurrence.
+    int running(ZPDTCMDTYPE type) const;
+
+    std::vector<TaskReport> takeReports();
+    std::vector<TaskOrder> takeOrders();
+    /// Tasks that were cancelled without running, whose remains on disk may go.
+    QList<TaskRecord> takeAbandoned();
+
+private:
+    enum class State
+    {
+        Queued,
+        Ahead,
+        Running,
+        Stopping,
+        Paused
+    };
+    enum class AfterStop
+    {
+        Pause,
+        PauseThenStart,
+        Cancel,
+        CancelThenCreate,
+        Requeue
+    };
+
+    struct Key
+    {
+        QString path, dest, from, subCenter;
+        qint32 type;
+        bool operator==(const Key &o) const;
+    };
+    struct KeyHash
+    {
+        std::size_t operator()(const Key &key) const;
+    };
+    struct Task
+    {
+        TaskRecord record;
+        Config config;
+        Shape shape = Shape::Unknown;
+        State state = State::Queued;
+        AfterStop afterStop = AfterStop::Pause;
+        bool slot = false;       ///< counts against the concurrence
+        bool resumed = false;    ///< something of it may be at the destination
+        qint64 turn = 0;         ///< place in the queue
+        qint64 reportBlock = -1; ///< block of m_reports that told of it last, in round reportRound
+        quint64 reportRound = 0;
+    };
+    struct Lane
+    {
+        std::map<TaskId, Task> tasks; ///< in order of arrival
+        std::map<qint64, TaskId> queue;
+        std::map<qint64, TaskId> ahead;
+        int running = 0;
+        int maxRunning = 1;
+        qint64 firstTurn = 0;
+        qint64 lastTurn = 0;
+    };
+
+    static Key keyOf(const TaskRecord &record);
+    Lane &lane(qint32 type) { return m_lanes[type == ZPDT_UPLOAD ? 1 : 0]; }
+    const Lane &lane(qint32 type) const { return m_lanes[type == ZPDT_UPLOAD ? 1 : 0]; }
+    Task *task(TaskId id);
+    const Task *task(TaskId id) const;
+    TaskId insert(TaskRecord record, Shape shape, const Config &config);
+    void erase(TaskId id);
+    void enqueue(TaskId id, Task &task, bool front);
+    void dequeue(Task &task);
+    void releaseSlot(Task &task);
+    void stop(TaskId id, Task &task, AfterStop after);
+    void resume(TaskId id, Task &task, const Config &config);
+    void pauseTask(TaskId id, Task &task);
+    void cancelTask(TaskId id);
+    void begin(Task &task);
+    void schedule(Lane &lane);
+    void rememberEnd(const Key &key);
+    void report(TaskReport::Kind kind, Task &task);
+    void reportAlone(TaskReport::Kind kind, const TaskRecord &record);
+
+    std::array<Lane, 2> m_lanes;
+    std::unordered_map<Key, TaskId, KeyHash> m_index;
+    TaskId m_lastId = 0;
+    std::unordered_set<std::size_t> m_ended;
+    std::deque<std::size_t> m_endedOrder;
+    std::vector<TaskReport> m_reports;
+    std::array<qint64, 2 * TaskReport::KindCount> m_lastBlock;
+    quint64 m_reportRound = 1;
+    std::unordered_map<Key, qint64, KeyHash> m_goneBlock; ///< last block of tasks that left in this round
+    std::vector<TaskOrder> m_orders;
+    QList<TaskRecord> m_abandoned;
+};

@@ -1,0 +1,297 @@
+#include "TransferEngine.h"
+
+#include "StreamRunner.h"
+#include "TransferRules.h"
+
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+
+#include <utility>
+
+using namespace TransferRules;
+
+namespace {
+
+/// Shortest time between two deliveries, so that thousands of short tasks do not flood the GUI thread.
+constexpr int kDeliveryPause = 20;
+/// Files up to this size may be begun ahead of their turn and share a stream.
+constexpr qint64 kSmallFile = 256 * 1024;
+/// Downloads are asked for without their sizes. Many at once are taken for small ones.
+constexpr int kManyFiles = 16;
+
+const QString kPartialSuffix = QStringLiteral(".ZPDT.cache");
+
+} // namespace
+
+TransferEngine::TransferEngine(bool realNameVerified, std::function<void(std::vector<EngineMessage>)> deliver)
+    : m_runner(new StreamRunner(realNameVerified, this))
+    , m_deliver(std::move(deliver))
+    , m_deliverTimer(this)
+{
+    m_cleaner.setMaxThreadCount(1);
+    m_deliverTimer.setSingleShot(true);
+    connect(&m_deliverTimer, &QTimer::timeout, this, &TransferEngine::deliverNow);
+    connect(m_runner, &StreamRunner::statusChanged, this, [this](TaskId id, ZpdtTaskStatus status) {
+        m_table.setStatus(id, status);
+        onProgress(id, {}, true);
+    });
+    connect(m_runner, &StreamRunner::progressChanged, this,
+            [this](TaskId id, const ZpdtProgress &progress) { onProgress(id, progress, false); });
+    connect(m_runner, &StreamRunner::ended, this, [this](TaskId id, bool success) {
+        m_lastProgress.remove(id);
+        m_table.finished(id, success);
+        settle();
+    });
+    connect(m_runner, &StreamRunner::stopped, this, [this](TaskId id) {
+        m_table.stopped(id);
+        settle();
+    });
+    connect(m_runner, &StreamRunner::foldersCreated, this, [this](const QStringList &folders) {
+        queueReports();
+        EngineMessage message;
+        message.kind = EngineMessage::DirCreated;
+        message.folders = folders;
+        post(std::move(message));
+    });
+    connect(m_runner, &StreamRunner::connectionsChanged, this, [this](const QList<ZpdtConnectionInfo> &connections) {
+        EngineMessage message;
+        message.kind = EngineMessage::Connections;
+        message.connections = connections;
+        post(std::move(message));
+    });
+}
+
+TransferEngine::~TransferEngine()
+{
+    m_stopCleaning = true;
+    delete m_runner;
+    m_cleaner.waitForDone();
+}
+
+TaskTable::Config TransferEngine::adopt(const ZpdtTransConfig &config)
+{
+    m_runner->setParams(config);
+    return std::make_shared<const ZpdtTransConfig>(config);
+}
+
+void TransferEngine::transferFiles(ZPDTCMDTYPE type, const QList<FileInfo> &files, const QString &destination,
+                                   const ZpdtTransConfig &config)
+{
+    const TaskTable::Config shared = adopt(config);
+    const bool upload = type == ZPDT_UPLOAD;
+    qint64 created = 0;
+    for (const FileInfo &file : files) {
+        TaskRecord task;
+        task.Type = type;
+        task.From = folderPath(file.path);
+        task.Path = joined(task.From, file.fileName);
+        task.taskName = file.fileName;
+        task.Dest = folderPath(destination);
+        task.SubCenterId = config.subCenterId;
+        auto shape = files.size() > kManyFiles ? TaskTable::Shape::SmallFile : TaskTable::Shape::File;
+        if (upload) {
+            task.FileSize = QFileInfo(task.Path).size();
+            shape = task.FileSize <= kSmallFile ? TaskTable::Shape::SmallFile : TaskTable::Shape::File;
+        }
+        created += m_table.add(std::move(task), shape, shared);
+    }
+    queueReports();
+    postCount(EngineMessage::CreateCount, created, type);
+    settle();
+}
+
+void TransferEngine::transferFolder(ZPDTCMDTYPE type, const QString &folder, const QString &destination,
+                                    const ZpdtTransConfig &config)
+{
+    TaskRecord task;
+    task.Type = type;
+    task.Path = folderPath(folder);
+    task.From = parentFolder(task.Path);
+    task.taskName = lastName(task.Path);
+    task.Dest = folderPath(destination);
+    task.SubCenterId = config.subCenterId;
+    const qint64 created = m_table.add(std::move(task), TaskTable::Shape::Folder, adopt(config));
+    queueReports();
+    postCount(EngineMessage::CreateCount, created, type);
+    settle();
+}
+
+void TransferEngine::start(const TaskRecord &task, const ZpdtTransConfig &config)
+{
+    m_table.start(task, adopt(config));
+    settle();
+}
+
+void TransferEngine::startAll(const QList<TaskRecord> &tasks, ZPDTCMDTYPE type, const ZpdtTransConfig &config)
+{
+    m_table.startAll(tasks, type, adopt(config));
+    settle();
+}
+
+void TransferEngine::pause(const TaskRecord &task)
+{
+    m_table.pause(task);
+    reportStopping(task);
+    settle();
+}
+
+void TransferEngine::pauseAll(ZPDTCMDTYPE type)
+{
+    m_table.pauseAll(type);
+    settle();
+}
+
+void TransferEngine::cancel(const TaskRecord &task)
+{
+    m_table.cancel(task);
+    reportStopping(task);
+    settle();
+}
+
+void TransferEngine::cancelAll(ZPDTCMDTYPE type)
+{
+    m_table.cancelAll(type);
+    settle();
+}
+
+void TransferEngine::setMaxConcurrence(ZPDTCMDTYPE type, int count)
+{
+    m_table.setMaxConcurrence(type, count);
+    settle();
+}
+
+void TransferEngine::setParams(const ZpdtTransConfig &config)
+{
+    m_runner->setParams(config);
+}
+
+void TransferEngine::updateCapacity(const QString &subCenterId, qint64 bytes)
+{
+    m_runner->setCapacity(subCenterId, bytes);
+}
+
+void TransferEngine::registerPaused(const QList<TaskRecord> &tasks)
+{
+    if (m_table.registerPaused(tasks) == 0)
+        return;
+    for (const ZPDTCMDTYPE type : {ZPDT_UPLOAD, ZPDT_DOWNLOAD}) {
+        if (m_table.count(type) > 0)
+            postCount(EngineMessage::PausedCount, m_table.count(type), type);
+    }
+}
+
+void TransferEngine::unregisterPaused(const QList<TaskRecord> &tasks)
+{
+    m_table.unregisterPaused(tasks);
+}
+
+void TransferEngine::settle()
+{
+    for (const TaskOrder &order : m_table.takeOrders()) {
+        if (order.kind == TaskOrder::Run) {
+            if (const TaskRecord *task = m_table.record(order.id))
+                m_runner->begin(order.id, *task, m_table.config(order.id), m_table.shape(order.id),
+                                m_table.resumed(order.id));
+        } else {
+            m_runner->end(order.id, order.kind == TaskOrder::Abandon);
+        }
+    }
+    m_runner->settle();
+    removeRemains(m_table.takeAbandoned());
+    queueReports();
+}
+
+/// A task that is being stopped shows it at once; its end may take the time of a file operation.
+void TransferEngine::reportStopping(const TaskRecord &task)
+{
+    if (const auto id = m_table.find(task))
+        onProgress(*id, {}, true);
+}
+
+/// Partial files of downloads that were cancelled while they did not run. The finished files of a folder stay.
+void TransferEngine::removeRemains(const QList<TaskRecord> &tasks)
+{
+    QStringList targets;
+    for (const TaskRecord &task : tasks) {
+        const QString name = lastName(task.Path);
+        if (task.Type == ZPDT_DOWNLOAD && !task.Dest.isEmpty() && !name.isEmpty() && name != QLatin1String("..") &&
+            name != QLatin1String("."))
+            targets.append(joined(task.Dest, name));
+    }
+    if (targets.isEmpty())
+        return;
+    m_cleaner.start([this, targets] {
+        for (const QString &target : targets) {
+            if (m_stopCleaning)
+                return;
+            QFile::remove(target + kPartialSuffix);
+            if (!QFileInfo(target).isDir() || QFileInfo(target).isSymLink())
+                continue;
+            QDirIterator it(target, {QLatin1Char('*') + kPartialSuffix}, QDir::Files | QDir::Hidden | QDir::NoSymLinks,
+                            QDirIterator::Subdirectories);
+            while (it.hasNext() && !m_stopCleaning)
+                QFile::remove(it.next());
+        }
+    });
+}
+
+/// @param statusOnly the figures did not change
+void TransferEngine::onProgress(TaskId id, const ZpdtProgress &progress, bool statusOnly)
+{
+    const TaskRecord *task = m_table.record(id);
+    if (!task)
+        return;
+    if (!statusOnly) {
+        m_table.setProgress(id, progress.offset, progress.total);
+        m_lastProgress.insert(id, progress);
+    }
+    // One that runs ahead of its turn shows as waiting, without figures.
+    if (task->Status == ZPDT_WAITING && progress.error == ZpdtError::None)
+        return;
+    queueReports();
+    EngineMessage message;
+    message.kind = EngineMessage::Progress;
+    message.task = *task;
+    message.progress = m_lastProgress.value(id);
+    if (statusOnly && !m_lastProgress.contains(id)) {
+        message.progress.total = task->FileSize;
+        message.progress.offset = task->Offset;
+    }
+    post(std::move(message));
+}
+
+void TransferEngine::queueReports()
+{
+    for (TaskReport &report : m_table.takeReports()) {
+        EngineMessage message;
+        message.kind = EngineMessage::Report;
+        message.report = std::move(report);
+        post(std::move(message));
+    }
+}
+
+void TransferEngine::postCount(EngineMessage::Kind kind, qint64 count, ZPDTCMDTYPE type)
+{
+    EngineMessage message;
+    message.kind = kind;
+    message.count = count;
+    message.type = type;
+    post(std::move(message));
+}
+
+void TransferEngine::post(EngineMessage message)
+{
+    m_messages.push_back(std::move(message));
+    if (m_deliverTimer.isActive())
+        return;
+    const qint64 since = m_sinceDelivery.isValid() ? m_sinceDelivery.elapsed() : kDeliveryPause;
+    m_deliverTimer.start(since >= kDeliveryPause ? 0 : static_cast<int>(kDeliveryPause - since));
+}
+
+void TransferEngine::deliverNow()
+{
+    m_sinceDelivery.start();
+    if (!m_messages.empty())
+        m_deliver(std::exchange(m_messages, {}));
+}

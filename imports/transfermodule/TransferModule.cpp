@@ -1,0 +1,186 @@
+#include "TransferModule.h"
+
+#include "TransferEngine.h"
+
+#include <QPointer>
+#include <QThread>
+
+/// The worker thread with the engine on it, and the road back to the GUI thread.
+class TransferModulePrivate
+{
+public:
+    TransferModulePrivate(bool realNameVerified, TransferModule *owner)
+    {
+        thread.setObjectName(QStringLiteral("transfer engine"));
+        auto deliver = [owner](std::vector<EngineMessage> messages) {
+            // The worker is joined before the owner goes away, and posted calls go away with their receiver.
+            QMetaObject::invokeMethod(
+                owner, [owner, list = std::move(messages)] { TransferModulePrivate::emitAll(owner, list); },
+                Qt::QueuedConnection);
+        };
+        engine = new TransferEngine(realNameVerified, std::move(deliver));
+        engine->moveToThread(&thread);
+        QObject::connect(&thread, &QThread::finished, engine, &QObject::deleteLater);
+        thread.start();
+    }
+
+    ~TransferModulePrivate()
+    {
+        thread.quit();
+        thread.wait();
+    }
+
+    template <typename Call>
+    void call(Call &&work)
+    {
+        QMetaObject::invokeMethod(
+            engine, [target = engine, todo = std::forward<Call>(work)] { todo(*target); }, Qt::QueuedConnection);
+    }
+
+    static void emitAll(TransferModule *owner, const std::vector<EngineMessage> &messages)
+    {
+        // A slot may destroy the module; the rest of the messages then has nobody to go to.
+        const QPointer<TransferModule> alive(owner);
+        for (const EngineMessage &message : messages) {
+            if (!alive)
+                return;
+            emitOne(owner, message);
+        }
+    }
+
+    static void emitOne(TransferModule *owner, const EngineMessage &message)
+    {
+        const TaskReport &report = message.report;
+        switch (message.kind) {
+        case EngineMessage::Progress:
+            emit owner->TaskProgressChanged(message.task, message.progress);
+            return;
+        case EngineMessage::CreateCount:
+            emit owner->TaskCreateCount(message.count, message.type);
+            return;
+        case EngineMessage::PausedCount:
+            emit owner->TaskCreatePausedCount(message.count, message.type);
+            return;
+        case EngineMessage::DirCreated:
+            emit owner->TaskDirCreated(message.folders);
+            return;
+        case EngineMessage::Connections:
+            emit owner->ConnectionInfoChanged(message.connections);
+            return;
+        case EngineMessage::Report:
+            break;
+        }
+        switch (report.kind) {
+        case TaskReport::Created:
+            emit owner->TaskCreated(report.tasks, report.type);
+            return;
+        case TaskReport::Retrans:
+            emit owner->TaskRetrans(report.tasks, report.type);
+            return;
+        case TaskReport::Started:
+            emit owner->TaskStarted(report.tasks, report.type);
+            return;
+        case TaskReport::Finished:
+            emit owner->TaskFinished(report.tasks, report.type);
+            return;
+        case TaskReport::PauseEnd:
+            emit owner->TaskPauseEnd(report.tasks, report.type);
+            return;
+        case TaskReport::CancelEnd:
+            emit owner->TaskCancelEnd(report.tasks, report.type);
+            return;
+        case TaskReport::Exist:
+            emit owner->TaskExist(report.tasks);
+            return;
+        case TaskReport::KindCount:
+            return;
+        }
+    }
+
+    QThread thread;
+    TransferEngine *engine = nullptr;
+};
+
+TransferModule::TransferModule(bool realNameVerified, QObject *parent)
+    : QObject(parent)
+{
+    qRegisterMetaType<ZPDTCMDTYPE>("ZPDTCMDTYPE");
+    qRegisterMetaType<TaskRecord>("TaskRecord");
+    qRegisterMetaType<QList<TaskRecord>>("QList<TaskRecord>");
+    qRegisterMetaType<ZpdtProgress>("ZpdtProgress");
+    qRegisterMetaType<QList<ZpdtConnectionInfo>>("QList<ZpdtConnectionInfo>");
+    d = std::make_unique<TransferModulePrivate>(realNameVerified, this);
+    connect(this, &TransferModule::SigRegisterPausedTask, this, [this](const QList<TaskRecord> &tasks) {
+        d->call([tasks](TransferEngine &engine) { engine.registerPaused(tasks); });
+    });
+    connect(this, &TransferModule::SigUnRegisterPausedTask, this, [this](const QList<TaskRecord> &tasks) {
+        d->call([tasks](TransferEngine &engine) { engine.unregisterPaused(tasks); });
+    });
+}
+
+TransferModule::~TransferModule() = default;
+
+void TransferModule::UploadFiles(const QList<FileInfo> &files, const QString &remoteDir, const ZpdtTransConfig &config)
+{
+    d->call([=](TransferEngine &engine) { engine.transferFiles(ZPDT_UPLOAD, files, remoteDir, config); });
+}
+
+void TransferModule::UploadFolder(const QString &localFolder, const QString &remoteDir, const ZpdtTransConfig &config)
+{
+    d->call([=](TransferEngine &engine) { engine.transferFolder(ZPDT_UPLOAD, localFolder, remoteDir, config); });
+}
+
+void TransferModule::DownloadFiles(const QList<FileInfo> &files, const QString &localDir, const ZpdtTransConfig &config)
+{
+    d->call([=](TransferEngine &engine) { engine.transferFiles(ZPDT_DOWNLOAD, files, localDir, config); });
+}
+
+void TransferModule::DownloadFolder(const QString &remoteFolder, const QString &localDir, const ZpdtTransConfig &config)
+{
+    d->call([=](TransferEngine &engine) { engine.transferFolder(ZPDT_DOWNLOAD, remoteFolder, localDir, config); });
+}
+
+void TransferModule::Start(const TaskRecord &task, const ZpdtTransConfig &config)
+{
+    d->call([=](TransferEngine &engine) { engine.start(task, config); });
+}
+
+void TransferModule::StartAll(const QList<TaskRecord> &tasks, ZPDTCMDTYPE type, const ZpdtTransConfig &config)
+{
+    d->call([=](TransferEngine &engine) { engine.startAll(tasks, type, config); });
+}
+
+void TransferModule::Pause(const TaskRecord &task)
+{
+    d->call([=](TransferEngine &engine) { engine.pause(task); });
+}
+
+void TransferModule::PauseAll(ZPDTCMDTYPE type)
+{
+    d->call([=](TransferEngine &engine) { engine.pauseAll(type); });
+}
+
+void TransferModule::Cancel(const TaskRecord &task)
+{
+    d->call([=](TransferEngine &engine) { engine.cancel(task); });
+}
+
+void TransferModule::CancelAll(ZPDTCMDTYPE type)
+{
+    d->call([=](TransferEngine &engine) { engine.cancelAll(type); });
+}
+
+void TransferModule::SetMaxConcurrence(ZPDTCMDTYPE type, int count)
+{
+    d->call([=](TransferEngine &engine) { engine.setMaxConcurrence(type, count); });
+}
+
+void TransferModule::SetZpdtParams(ZpdtTransConfig config)
+{
+    d->call([=](TransferEngine &engine) { engine.setParams(config); });
+}
+
+void TransferModule::UpdateStorageCapacity(const QString &subCenterId, qint64 bytes)
+{
+    d->call([=](TransferEngine &engine) { engine.updateCapacity(subCenterId, bytes); });
+}
