@@ -23,7 +23,8 @@ class GlobalConfig : public QObject
 
 public:
     /// Values of the session state.
-    enum SessionState {
+    enum SessionState
+    {
         NotLoggedIn = 0,
         LoggedOut = 1,
         LoggingIn = 2,
@@ -33,20 +34,26 @@ public:
         Quitting = 6
     };
 
-    /// The one store, made at the first call (on the GUI thread, after the application object).
+    /// The one store, made at the first call (on the GUI thread, after the application object) and destroyed with the
+    /// application object.
     static GlobalConfig *instance();
     ~GlobalConfig() override;
 
     // Installation settings and known users
-    /// Starts a login cycle: forgets the current user, reads the settings file and the known users.
+    /// Starts a login cycle: forgets the current user and the homes in the sub-centers, reads the settings file and the
+    /// known users, makes the master client anew and asks the service for its sub-centers.
     void reload();
     /// Writes the settings file through a temporary file. Returns false when the disk refused; the old file stays.
     bool save();
+    /// "en_us" when none is chosen, or when no translator was loaded for the chosen one.
     QString language() const;
     void setLanguage(const QString &code);
-    /// Language code to display name, in the order of the menu.
+    /// Language code and display name, in the order of the menu.
     QList<QPair<QString, QString>> languages() const;
+    /// Of the current language; empty when none was loaded for it.
     QList<QTranslator *> translators() const;
+    /// Names of the text encodings that the client deals with.
+    QStringList encodings() const;
     QString auth() const;
     QString listSubCenterUrl() const;
     QString resetPasswordUrl() const; ///< for the current language, else the entry "default"
@@ -64,20 +71,24 @@ public:
     int previewFileMaxSize() const; ///< MB
     ZpdtSettings zpdt() const;
     SettingsPageOptions settingsPage() const;
+    /// Most recent first, at most 5.
     QList<KnownUser> knownUsers() const;
     QStringList knownUserNames() const;
-    /// Puts the user first; the oldest goes when there are more than 5. Writes the file.
-    void rememberUser(const UserInfo &user);
+    /// Puts the user first; the oldest goes when there are more than 5. Writes the file; false when the disk refused.
+    bool rememberUser(const UserInfo &user);
 
     // Locations
-    QString configFolder() const;              ///< ends in "/"
+    /// Beside the executable, or what the environment variable ARKVALE_CONFIG_DIR names; ends in "/".
+    QString configFolder() const;
     QString userFolder(const QString &userKey) const; ///< created when missing, ends in "/"
     /// The user's database, copied from the template when it does not exist.
     QString userDatabase(const QString &userKey) const;
     bool userDatabaseExists(const QString &userKey) const;
 
     // Per-user settings
+    /// @param subCenterId becomes the current sub-center; when it is empty, the user's stored default does
     void loadUserSettings(const QString &userKey, const QString &subCenterId);
+    /// Of the user loaded last. False when the database refused.
     bool saveUserSettings();
     QString defaultSubCenterId() const;
     void setDefaultSubCenterId(const QString &id);
@@ -93,6 +104,7 @@ public:
     int state() const;
     void setState(int state);
     UserInfo currentUser() const;
+    /// Another user name forgets the homes and storage figures in the sub-centers.
     void setCurrentUser(const UserInfo &user);
     QMap<QString, UserInfo> users() const;
     void storeUser(const UserInfo &user); ///< current user and user map
@@ -115,8 +127,12 @@ public:
     QList<Advertisement> advertisements() const;
     TransferLimit transferLimit() const;
 
-    void requestSubCenters();
+    /// Asks the service; nothing happens without an address or while an earlier request is unanswered.
+    /// @param quiet a failure is not told to the person
+    void requestSubCenters(bool quiet = false);
+    /// In the current language. A failure leaves the old list and has no signal.
     void requestAdvertisements();
+    /// A failure leaves the old limit and has no signal.
     void requestTransferLimit();
 
 public slots:
@@ -135,6 +151,8 @@ signals:
 private:
     GlobalConfig();
     struct Data;
+    QString pageAddress(const QMap<QString, QString> &pages) const;
+    void loadTranslators();
 
     mutable QMutex m_mutex;
     std::unique_ptr<Data> m_data;
