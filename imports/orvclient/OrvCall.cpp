@@ -6,7 +6,6 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QNetworkRequest>
-#include <QThreadPool>
 
 namespace {
 
@@ -83,8 +82,7 @@ void OrvCall::dropReply()
     if (!m_reply)
         return;
     m_reply->disconnect(this);
-    m_reply->abort();
-    m_reply->deleteLater(); // this may run inside one of its signals
+    m_reply->deleteLater(); // not at once: this may run inside one of its signals; a running request ends with it
     m_reply.clear();
 }
 
@@ -126,7 +124,9 @@ void OrvCall::connectFirst()
 
 void OrvCall::connected()
 {
-    const bool ok = m_reply->error() == QNetworkReply::NoError;
+    // An idle connection that the service closed in this very moment says nothing about a new one.
+    const auto error = m_reply->error();
+    const bool ok = error == QNetworkReply::NoError || error == QNetworkReply::RemoteHostClosedError;
     dropReply();
     if (ok)
         ask();
@@ -140,6 +140,7 @@ void OrvCall::ask()
 {
     m_phase = Asking;
     m_body.clear();
+    m_inflater.reset();
     QNetworkRequest request(m_request.url);
     request.setAttribute(QNetworkRequest::RedirectPolicyAttribute, QNetworkRequest::ManualRedirectPolicy);
     request.setAttribute(QNetworkRequest::CookieLoadControlAttribute, QNetworkRequest::Manual);
@@ -149,8 +150,8 @@ void OrvCall::ask()
     request.setAttribute(QNetworkRequest::CacheSaveControlAttribute, false);
     request.setRawHeader("User-Agent", m_agent);
     const bool toFile = m_operation.has(OrvOperation::ToFile) && !m_polling;
-    if (toFile)
-        request.setRawHeader("Accept-Encoding", "identity");
+    // Naming the encodings keeps the network manager from unpacking by itself, which it does without a limit.
+    request.setRawHeader("Accept-Encoding", toFile ? "identity" : "gzip, deflate");
 
     const bool post = m_method == "POST";
     const QByteArray body = post ? m_request.body : QByteArray();
@@ -183,27 +184,54 @@ void OrvCall::ask()
 void OrvCall::headersArrived()
 {
     startTimer(m_lanes->limits().idleTime);
-    const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const int status = replyStatus();
+    const QByteArray encoding = m_reply->rawHeader("Content-Encoding").trimmed().toLower();
     const qint64 length = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
     const bool toFile = m_operation.has(OrvOperation::ToFile) && isSuccess(status);
     if (length > m_lanes->limits().bodySize && !(toFile && m_operation.has(OrvOperation::NoSizeLimit)))
         finish(OrvClient::OversizedReply);
-    else if (!toFile && length > 0)
+    else if (encoding.isEmpty() || encoding == "identity")
         m_body.reserve(int(qMin(length, kLargestBodyReserve))); // a promise may be a lie, so only this much at once
+    else if (BodyInflater::knows(encoding) && !toFile)
+        m_inflater = std::make_unique<BodyInflater>();
+    else
+        finish(OrvClient::BrokenReply);
+}
+
+int OrvCall::replyStatus() const
+{
+    return m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
 void OrvCall::dataArrived()
 {
     startTimer(m_lanes->limits().idleTime);
-    const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    const qint64 limit = m_lanes->limits().bodySize;
-    if (!m_operation.has(OrvOperation::ToFile) || !isSuccess(status)) {
-        if (m_body.size() + m_reply->bytesAvailable() > (isSuccess(status) ? limit : qMin(limit, kLargestErrorBody)))
-            finish(isSuccess(status) ? OrvClient::OversizedReply : orvStatus(m_operation, status, {}, m_signed));
-        else
-            m_body += m_reply->readAll();
-        return;
-    }
+    const int status = replyStatus();
+    const QByteArray data = m_reply->readAll();
+    if (m_operation.has(OrvOperation::ToFile) && isSuccess(status))
+        writeFile(data);
+    else
+        keepBody(data, isSuccess(status) ? m_lanes->limits().bodySize : kLargestErrorBody, status);
+}
+
+void OrvCall::keepBody(const QByteArray &data, qint64 limit, int status)
+{
+    BodyInflater::Result result = BodyInflater::Good;
+    if (m_inflater)
+        result = m_inflater->unpack(data, &m_body, limit);
+    else if (m_body.size() + data.size() > limit)
+        result = BodyInflater::TooMuch;
+    else
+        m_body += data;
+
+    if (result == BodyInflater::Broken)
+        finish(OrvClient::BrokenReply);
+    else if (result == BodyInflater::TooMuch) // an endless error page is still the error that it tells of
+        finish(isSuccess(status) ? OrvClient::OversizedReply : orvStatus(m_operation, status, {}, m_signed));
+}
+
+void OrvCall::writeFile(const QByteArray &data)
+{
     if (!m_file) {
         m_file = std::make_unique<QSaveFile>(m_request.localFile);
         if (!m_file->open(QIODevice::WriteOnly)) {
@@ -211,8 +239,7 @@ void OrvCall::dataArrived()
             return;
         }
     }
-    const QByteArray data = m_reply->readAll();
-    if (m_file->pos() + data.size() > limit && !m_operation.has(OrvOperation::NoSizeLimit))
+    if (m_file->pos() + data.size() > m_lanes->limits().bodySize && !m_operation.has(OrvOperation::NoSizeLimit))
         finish(OrvClient::OversizedReply);
     else if (m_file->write(data) != data.size())
         finish(OrvClient::LocalFile);
@@ -224,7 +251,7 @@ int OrvCall::transportError() const
     const bool toldByService = error >= QNetworkReply::ContentAccessDenied && error != QNetworkReply::ProtocolFailure &&
                                error != QNetworkReply::ProtocolUnknownError;
     if (error == QNetworkReply::NoError || toldByService)
-        return m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt() ? 0 : OrvClient::BrokenReply;
+        return replyStatus() ? 0 : OrvClient::BrokenReply;
     switch (error) {
     case QNetworkReply::ConnectionRefusedError:
     case QNetworkReply::HostNotFoundError:
@@ -245,7 +272,9 @@ void OrvCall::dataFinished()
         dataArrived();
     if (m_done)
         return;
-    const int error = transportError();
+    int error = transportError();
+    if (!error && m_inflater && !m_inflater->complete())
+        error = OrvClient::BrokenReply;
     const QByteArray version = m_reply->rawHeader("Arkvale-Protocol");
     const bool foreign = !version.isEmpty() && version.split('.').first().trimmed() != "1";
     if (error || foreign) {
@@ -255,7 +284,7 @@ void OrvCall::dataFinished()
             finish(error ? error : OrvClient::BrokenReply);
         return;
     }
-    const int status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const int status = replyStatus();
     if (status >= 300 && status < 400 && follow(status))
         return;
     if (status == 401 && m_signed && adjustClock(orvErrorWord(m_body)))
@@ -370,14 +399,10 @@ void OrvCall::retryPoll(int error)
 
 void OrvCall::saveFile()
 {
-    if (!m_file) { // an empty file sends no data
-        m_file = std::make_unique<QSaveFile>(m_request.localFile);
-        if (!m_file->open(QIODevice::WriteOnly)) {
-            finish(OrvClient::LocalFile);
-            return;
-        }
-    }
-    finish(m_file->commit() ? 200 : OrvClient::LocalFile);
+    if (!m_file)
+        writeFile(QByteArray()); // an empty file sends no data
+    if (!m_done)
+        finish(m_file->commit() ? 200 : OrvClient::LocalFile);
 }
 
 void OrvCall::finish(int code, const QByteArray &body)

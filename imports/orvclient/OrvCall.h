@@ -1,10 +1,10 @@
 #pragma once
 
+#include "BodyInflater.h"
 #include "HttpLanes.h"
 #include "OrvOperation.h"
 #include "RequestSignature.h"
 
-#include <QElapsedTimer>
 #include <QNetworkReply>
 #include <QObject>
 #include <QPointer>
@@ -50,6 +50,8 @@ private:
     void ask();
     void headersArrived();
     void dataArrived();
+    void keepBody(const QByteArray &data, qint64 limit, int status);
+    void writeFile(const QByteArray &data);
     void dataFinished();
     void answered(int httpStatus);
     bool follow(int httpStatus);
@@ -59,6 +61,7 @@ private:
     void retryPoll(int error);
     void saveFile();
     int transportError() const;
+    int replyStatus() const;
     void finish(int code, const QByteArray &body = QByteArray());
 
     OrvClient *m_client;
@@ -83,5 +86,6 @@ private:
     int m_pollFailures = 0;
     int m_pollPause = 0;
     QByteArray m_body;
+    std::unique_ptr<BodyInflater> m_inflater;
     std::unique_ptr<QSaveFile> m_file;
 };
