@@ -1,0 +1,205 @@
+#include "CopyJob.h"
+
+#include "Drive.h"
+#include "NameRules.h"
+#include "TreeWalk.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace arkvale::service {
+
+using zpdt::FileError;
+using zpdt::FileResult;
+using zpdt::FileStat;
+using zpdt::joinPath;
+
+namespace {
+
+constexpr std::size_t kBlock = 1u << 20; // bytes
+
+bool isZero(const std::vector<char> &block, std::size_t size)
+{
+    return size == 0 || (block[0] == 0 && std::memcmp(block.data(), block.data() + 1, size - 1) == 0);
+}
+
+} // namespace
+
+Outcome copyFile(const zpdt::SafeFolder &from, const std::string &fromPath, const zpdt::SafeFolder &to,
+                 const std::string &toPath, const std::atomic<bool> &cancelled, QuotaCharge &charge)
+{
+    zpdt::SafeFile source;
+    zpdt::SafeFile target;
+    FileStat stat;
+    FileResult result = from.openRead(fromPath, source);
+    if (result.ok())
+        result = source.stat(stat);
+    if (!result.ok())
+        return Outcome::of(result, "/" + fromPath);
+    result = to.openWrite(toPath, {true, true, false}, target);
+    std::vector<char> block(std::min<std::uint64_t>(kBlock, std::max<std::uint64_t>(stat.size, 1)));
+    std::uint64_t done = 0;
+    for (std::size_t got = block.size(); result.ok() && got == block.size();) {
+        if (cancelled)
+            return Outcome::cancelled();
+        result = source.readAt(done, block.data(), block.size(), got);
+        if (!result.ok())
+            break;
+        if (!charge.charge(got))
+            return Outcome::quotaExceeded();
+        if (!isZero(block, got))
+            result = target.writeAt(done, block.data(), got);
+        done += got;
+    }
+    if (result.ok())
+        result = target.truncate(done);
+    if (result.ok())
+        target.setModified(stat.modifiedNs);
+    if (result.ok())
+        result = target.close();
+    return Outcome::of(result, "/" + fromPath);
+}
+
+CopyJob::CopyJob(UserHome home, std::vector<std::string> sources, std::string target)
+    : m_home(std::move(home))
+    , m_sources(std::move(sources))
+    , m_target(std::move(target))
+{
+}
+
+bool CopyJob::nameTaken(const std::string &name) const
+{
+    const auto same = [&](const Item &item) { return item.name == name; };
+    FileStat stat;
+    return std::any_of(m_items.begin(), m_items.end(), same) ||
+           m_home.folder.stat(m_folder.empty() ? name : m_folder + '/' + name, stat).error != FileError::NotFound;
+}
+
+Outcome CopyJob::check()
+{
+    m_items.clear();
+    std::vector<std::string> targetNames;
+    Outcome outcome = splitDrive(m_target, targetNames);
+    if (!outcome.ok())
+        return outcome;
+    m_folder = joinPath(targetNames);
+    FileStat stat;
+    FileResult result = m_home.folder.stat(m_folder, stat);
+    if (result.ok() && !stat.isFolder())
+        result.error = FileError::NotFolder;
+    if (!result.ok())
+        return Outcome::of(result, m_target);
+    for (const std::string &source : m_sources) {
+        std::vector<std::string> names;
+        outcome = splitDrive(source, names);
+        if (!outcome.ok())
+            return outcome;
+        if (liesWithin(targetNames, names))
+            return Outcome::failure(409, "into-itself", "\"" + source + "\" cannot be copied into itself.");
+        result = m_home.folder.stat(joinPath(names), stat);
+        if (result.ok() && !stat.isFile() && !stat.isFolder())
+            result.error = FileError::NotFound;
+        if (!result.ok())
+            return Outcome::of(result, source);
+        Item item{joinPath(names), names.back(), stat.isFolder(), false};
+        names.pop_back();
+        item.numbered = names == targetNames;
+        const auto taken = [this](const std::string &name) { return nameTaken(name); };
+        if (item.numbered)
+            item.name = freeName(item.name, item.isFolder, taken);
+        if (item.name.empty() || taken(item.name))
+            return Outcome::of({FileError::Exists, 0}, drivePath(targetNames) + "/" + item.name);
+        m_items.push_back(std::move(item));
+    }
+    return {};
+}
+
+Outcome CopyJob::run(const std::atomic<bool> &cancelled)
+{
+    Outcome outcome = check();
+    if (!outcome.ok())
+        return outcome;
+    Storeroom::WorkFolder work(*m_home.storeroom);
+    if (!work.result().ok())
+        return Outcome::of(work.result(), m_target);
+    QuotaCharge charge(m_home);
+    outcome = copyAll(work.folder(), cancelled, charge);
+    if (outcome.ok())
+        outcome = publish(work.folder());
+    if (outcome.ok())
+        charge.keep();
+    return outcome;
+}
+
+Outcome CopyJob::copyAll(const zpdt::SafeFolder &work, const std::atomic<bool> &cancelled, QuotaCharge &charge) const
+{
+    for (std::size_t i = 0; i < m_items.size(); ++i) {
+        const Item &item = m_items[i];
+        // Sources of different folders may bear one name, so each has a number for a name until it is published.
+        const std::string root = std::to_string(i);
+        if (!item.isFolder) {
+            const Outcome outcome = copyFile(m_home.folder, item.from, work, root, cancelled, charge);
+            if (!outcome.ok())
+                return outcome;
+            continue;
+        }
+        std::vector<std::pair<std::string, std::int64_t>> times;
+        FileStat stat;
+        FileResult result = m_home.folder.stat(item.from, stat);
+        if (result.ok())
+            result = work.mkdir(root);
+        times.emplace_back(root, stat.modifiedNs);
+        Outcome inner;
+        if (result.ok()) {
+            result = walkTree(m_home.folder, item.from, false, [&](const WalkEntry &entry) {
+                const std::string to = root + entry.path.substr(item.from.size());
+                if (cancelled) {
+                    inner = Outcome::cancelled();
+                } else if (entry.stat.isFolder()) {
+                    inner = Outcome::of(work.mkdir(to), "/" + entry.path);
+                    times.emplace_back(to, entry.stat.modifiedNs);
+                } else {
+                    inner = copyFile(m_home.folder, entry.path, work, to, cancelled, charge);
+                    if (inner.status == 404)
+                        inner = Outcome(); // Removed since it was listed.
+                }
+                return inner.ok() ? WalkStep::Go : WalkStep::Stop;
+            });
+        }
+        if (!inner.ok())
+            return inner;
+        if (!result.ok())
+            return Outcome::of(result, "/" + item.from);
+        // Last, because every entry made in a folder sets its time anew.
+        for (const auto &time : times)
+            work.setModified(time.first, time.second);
+    }
+    return {};
+}
+
+Outcome CopyJob::publish(const zpdt::SafeFolder &work) const
+{
+    zpdt::SafeFolder target;
+    FileResult result = m_home.folder.openFolder(m_folder, target);
+    std::vector<std::string> published;
+    for (std::size_t i = 0; result.ok() && i < m_items.size(); ++i) {
+        const Item &item = m_items[i];
+        std::string name = item.name;
+        result = zpdt::SafeFolder::renameBetween(work, std::to_string(i), target, name, false);
+        for (int number = 2; item.numbered && result.error == FileError::Exists && number < 10000; ++number) {
+            // Somebody took the name since it was chosen.
+            name = numberedName(item.name, item.isFolder, number);
+            result = zpdt::SafeFolder::renameBetween(work, std::to_string(i), target, name, false);
+        }
+        if (result.ok())
+            published.push_back(name);
+    }
+    if (result.ok())
+        return {};
+    for (const std::string &name : published)
+        m_home.storeroom->discard(target, name);
+    return Outcome::of(result, m_target);
+}
+
+} // namespace arkvale::service

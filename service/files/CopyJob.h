@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Outcome.h"
+#include "UserHome.h"
+
+#include <atomic>
+#include <string>
+#include <vector>
+
+namespace arkvale::service {
+
+/// Copies files and folders of one home into a folder of it. The copies are made out of sight and appear whole or not
+/// at all. Into the folder where the original lies, a copy gets a number ("name (2).ext"); elsewhere a name that exists
+/// is a failure, and nothing is copied. Made on any thread, run once on one thread.
+class CopyJob
+{
+public:
+    CopyJob(UserHome home, std::vector<std::string> sources, std::string target);
+
+    /// What can be told at once; the job is not worth starting when it fails.
+    Outcome check();
+    /// Calls check() itself.
+    Outcome run(const std::atomic<bool> &cancelled);
+
+private:
+    struct Item
+    {
+        std::string from;
+        std::string name; ///< in the target folder
+        bool isFolder = false;
+        bool numbered = false;
+    };
+
+    bool nameTaken(const std::string &name) const;
+    Outcome copyAll(const zpdt::SafeFolder &work, const std::atomic<bool> &cancelled, QuotaCharge &charge) const;
+    Outcome publish(const zpdt::SafeFolder &work) const;
+
+    const UserHome m_home;
+    const std::vector<std::string> m_sources;
+    const std::string m_target;
+    std::string m_folder; ///< the target without its first slash
+    std::vector<Item> m_items;
+};
+
+/// Copies one file's bytes and time; runs of zeros become holes.
+Outcome copyFile(const zpdt::SafeFolder &from, const std::string &fromPath, const zpdt::SafeFolder &to,
+                 const std::string &toPath, const std::atomic<bool> &cancelled, QuotaCharge &charge);
+
+} // namespace arkvale::service

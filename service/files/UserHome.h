@@ -1,0 +1,78 @@
+#pragma once
+
+#include "Context.h"
+#include "Outcome.h"
+#include "SafeFolder.h"
+#include "Storeroom.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace arkvale::service {
+
+/// One user's home in one sub-center, as operations need it. A plain value; the context outlives it.
+struct UserHome
+{
+    std::string user;
+    std::string subCenter;
+    zpdt::SafeFolder folder;
+    std::shared_ptr<Storeroom> storeroom;
+    Context *context = nullptr;
+
+    void addUsed(std::int64_t delta) const { context->addUsed(user, subCenter, delta); }
+    void recount() const { context->recount(user, subCenter); }
+    std::int64_t bytesLeft() const { return context->storage(user, subCenter).left(); }
+};
+
+/// The names of a path of the drive; a failure for what is no such path.
+Outcome splitDrive(const std::string &path, std::vector<std::string> &names);
+
+/// The path of the drive that these names make: "/" for none.
+std::string drivePath(const std::vector<std::string> &names);
+
+/// @p name, or with " (2)", " (3)" ... before its extension (at its end for a folder), whichever @p taken says is
+/// free. Cut, between characters, where it would become longer than a name may be. Empty when nothing is free.
+template <typename Taken>
+std::string freeName(const std::string &name, bool isFolder, const Taken &taken);
+
+/// @p name with " (number)" put in.
+std::string numberedName(const std::string &name, bool isFolder, int number);
+
+template <typename Taken>
+std::string freeName(const std::string &name, bool isFolder, const Taken &taken)
+{
+    std::string candidate = name;
+    for (int number = 2; taken(candidate); ++number) {
+        if (number > 9999)
+            return {};
+        candidate = numberedName(name, isFolder, number);
+    }
+    return candidate;
+}
+
+/// Bytes that an operation is about to add to a home: told to the account as they are asked for, so that operations
+/// which run at once cannot share the same rest of the quota, and taken back unless keep() is called.
+class QuotaCharge
+{
+public:
+    explicit QuotaCharge(const UserHome &home)
+        : m_home(home)
+    {
+    }
+    ~QuotaCharge();
+    QuotaCharge(const QuotaCharge &) = delete;
+    QuotaCharge &operator=(const QuotaCharge &) = delete;
+
+    /// False when the quota does not allow @p bytes more.
+    bool charge(std::uint64_t bytes);
+    void keep();
+    std::uint64_t charged() const { return m_used; }
+
+private:
+    const UserHome &m_home;
+    std::uint64_t m_used = 0;     ///< asked for
+    std::uint64_t m_reserved = 0; ///< told to the account, in larger steps
+};
+
+} // namespace arkvale::service
