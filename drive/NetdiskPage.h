@@ -3,12 +3,12 @@
 #include "FileItem.h"
 #include "SubCenter.h"
 
+#include <QBasicTimer>
 #include <QPointer>
 #include <QWidget>
 
-#include <functional>
-
 class AddressBar;
+class FileInfoAssistant;
 class FileWidget;
 class NetDiskServer;
 class OrderedWork;
@@ -46,7 +46,9 @@ public slots:
     void Refresh();
     void Forward();
     void Backward();
+    /// Opens the top of the drive.
     void IntoHome();
+    void IntoParent();
     void IntoFolder(QString path);
     void SearchFile();
     void NewFolder();
@@ -57,6 +59,7 @@ public slots:
     void Upload(QStringList paths, QString remoteFolder);
     void Download();
     void Preview();
+    /// Opens the file at @p path.
     void Preview(QString path);
     void Cut();
     void Copy();
@@ -115,6 +118,7 @@ protected:
     /// The questions to the person, apart for callers that answer them otherwise.
     virtual QStringList askLocalPaths(QWidget *owner);
     virtual QString askTargetFolder(const QString &startFolder);
+    void timerEvent(QTimerEvent *event) override;
 
 private:
     void buildToolbar(QWidget *toolbar);
@@ -130,10 +134,13 @@ private:
     void uploadKnown(const QStringList &paths, const QString &folder, const QStringList &remoteNames);
     void commitRename(const FileItem &item, const QString &name);
     void putOnClipboard(const QString &type);
-    QString targetFolderByPolicy();
+    /// By the person's settings, or asked for; empty when the person did not choose.
+    QString targetFolder();
+    void runCommand(int command);
 
     SubCenter m_center;
     NetDiskServer *m_server;
+    FileInfoAssistant *m_info;
     OrderedWork *m_work;
     FileWidget *m_view = nullptr;
     AddressBar *m_address = nullptr;
@@ -148,6 +155,7 @@ private:
     QLabel *m_notice = nullptr;
     QLabel *m_storage = nullptr;
     QProgressBar *m_storageBar = nullptr;
+    QBasicTimer m_noticeTimer;
     int m_folders = 0;
     int m_files = 0;
 };

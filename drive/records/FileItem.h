@@ -28,5 +28,6 @@ struct FileItem
     bool isFolder() const { return type == Folder; }
 };
 
+Q_DECLARE_TYPEINFO(FileItem, Q_MOVABLE_TYPE);
 Q_DECLARE_METATYPE(FileItem)
 Q_DECLARE_METATYPE(QList<FileItem>)

@@ -1,0 +1,401 @@
+#include "NetdiskPage.h"
+
+#include "CollisionQuestion.h"
+#include "DriveClipboard.h"
+#include "FileDialog.h"
+#include "FileItemModel.h"
+#include "FileListing.h"
+#include "FileNameRules.h"
+#include "FileWidget.h"
+#include "GlobalConfig.h"
+#include "MsgDlg.h"
+#include "NetDiskServer.h"
+#include "NewFolderWidget.h"
+#include "OrderedWork.h"
+
+#include <QClipboard>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QMimeData>
+#include <QUrl>
+
+namespace {
+
+QStringList pathsOf(const QList<FileItem> &items)
+{
+    QStringList paths;
+    for (const FileItem &item : items)
+        paths.append(item.path);
+    return paths;
+}
+
+QStringList namesOf(const QList<FileItem> &items)
+{
+    QStringList names;
+    for (const FileItem &item : items)
+        names.append(item.name);
+    return names;
+}
+
+/// Local paths told apart. Looks at the disk, which may be a slow one.
+struct LocalChoice
+{
+    QStringList files, folders, fileNames, folderNames, missing;
+
+    static LocalChoice of(const QStringList &paths)
+    {
+        LocalChoice choice;
+        for (const QString &path : paths) {
+            const QFileInfo info(QDir::cleanPath(path));
+            if (!info.exists()) {
+                choice.missing.append(path);
+            } else if (info.isDir()) {
+                choice.folders.append(info.absoluteFilePath());
+                choice.folderNames.append(info.fileName());
+            } else {
+                choice.files.append(info.absoluteFilePath());
+                choice.fileNames.append(info.fileName());
+            }
+        }
+        return choice;
+    }
+};
+
+/// Those of @p names that the local folder holds, by the disk's own idea of equal names. A name that is no single path
+/// component is not looked for: it must not reach outside the folder.
+QSet<QString> namesIn(const QString &folder, const QStringList &names)
+{
+    QSet<QString> found;
+    const QDir dir(folder);
+    for (const QString &name : names) {
+        if (name.isEmpty() || name == QLatin1String("..") || name.contains(QLatin1Char('/')) ||
+            name.contains(QLatin1Char('\\')))
+            continue;
+        const QFileInfo info(dir.filePath(name));
+        if (info.exists() || info.isSymLink())
+            found.insert(name);
+    }
+    return found;
+}
+
+} // namespace
+
+// Questions
+
+bool NetdiskPage::ask(const QString &title, const QString &text, const QString &okText)
+{
+    // Not on the stack: the dialog is a child of the page, which may go away while it is open.
+    const QPointer<NetdiskPage> self(this);
+    const QPointer<MsgDlg> dialog = new MsgDlg(this);
+    dialog->setTitle(title);
+    dialog->setText(text);
+    if (!okText.isEmpty())
+        dialog->setButtonText(QStringLiteral("ok"), okText);
+    const bool accepted = dialog->exec() == QDialog::Accepted;
+    delete dialog;
+    return self && accepted;
+}
+
+void NetdiskPage::tell(const QString &title, const QString &text)
+{
+    const QPointer<MsgDlg> dialog = new MsgDlg(this);
+    dialog->setTitle(title);
+    dialog->setText(text);
+    dialog->setButtonVisible(QStringLiteral("cancel"), false);
+    dialog->exec();
+    delete dialog;
+}
+
+QStringList NetdiskPage::askLocalPaths(QWidget *owner)
+{
+    const QPointer<NetdiskPage> self(this);
+    const QPointer<FileDialog> dialog = new FileDialog(tr("Select file(s)/folder(s) to upload."), QString(), owner);
+    const bool accepted = dialog->exec() == QDialog::Accepted;
+    const QStringList paths = dialog && accepted ? dialog->selectedPaths() : QStringList();
+    delete dialog;
+    return self ? paths : QStringList();
+}
+
+QString NetdiskPage::askTargetFolder(const QString &startFolder)
+{
+    const QPointer<NetdiskPage> self(this);
+    const QPointer<QFileDialog> dialog = new QFileDialog(this, tr("Select target folder"), startFolder);
+    dialog->setFileMode(QFileDialog::Directory);
+    dialog->setOption(QFileDialog::ShowDirsOnly);
+    const bool accepted = dialog->exec() == QDialog::Accepted;
+    const QString folder = dialog && accepted ? dialog->selectedFiles().value(0) : QString();
+    delete dialog;
+    return self ? folder : QString();
+}
+
+// Transfers
+
+void NetdiskPage::Upload(bool mainAsParent)
+{
+    if (inSearch())
+        return;
+    const QPointer<NetdiskPage> self(this);
+    const QString folder = currentPath();
+    const QStringList paths = askLocalPaths(mainAsParent ? window() : this);
+    if (self && !paths.isEmpty())
+        Upload(paths, folder);
+}
+
+void NetdiskPage::Upload(QStringList paths, QString remoteFolder)
+{
+    if (paths.isEmpty() || (remoteFolder.isEmpty() && inSearch()))
+        return;
+    const QString folder = FileListing::withSlash(remoteFolder.isEmpty() ? currentPath() : remoteFolder);
+    const QPointer<NetdiskPage> self(this);
+    bool known = false;
+    const QStringList names = m_server->getFloderName(folder, &known);
+    if (!self)
+        return;
+    if (!known) {
+        // Without the names an upload could replace files that nobody was asked about.
+        showNotice(tr("The upload was not started: the folder's contents could not be read."));
+        return;
+    }
+    m_work->run([this, paths, folder, names]() -> OrderedWork::Deliver {
+        const LocalChoice choice = LocalChoice::of(paths);
+        return [this, choice, folder, names] {
+            if (!choice.missing.isEmpty())
+                showNotice(tr("%1 of the chosen files or folders cannot be read.").arg(choice.missing.size()));
+            if (choice.files.isEmpty() && choice.folders.isEmpty())
+                return;
+            const CollisionQuestion question(choice.fileNames, choice.folderNames,
+                                             QSet<QString>(names.begin(), names.end()));
+            if (question.isNeeded() && !ask(tr("Tip"), question.text(), question.button()))
+                return;
+            emit sigUpload(choice.files, choice.folders, m_center, folder);
+        };
+    });
+}
+
+void NetdiskPage::UploadTo(const QStringList &files, const QStringList &folders, const QString &remoteFolder)
+{
+    if (!files.isEmpty() || !folders.isEmpty())
+        emit sigUpload(files, folders, m_center, FileListing::withSlash(remoteFolder));
+}
+
+void NetdiskPage::Download()
+{
+    Download(m_view->selectedItems());
+}
+
+void NetdiskPage::Download(const QList<FileItem> &items)
+{
+    if (items.isEmpty()) {
+        tell(tr("Tip"), tr("Please select file(s)/folder(s) to download."));
+        return;
+    }
+    const QPointer<NetdiskPage> self(this);
+    const QString target = targetFolder();
+    if (!self || target.isEmpty())
+        return;
+    QList<FileItem> files, folders;
+    for (const FileItem &item : items)
+        (item.isFolder() ? folders : files).append(item);
+    m_work->run([this, files, folders, target]() -> OrderedWork::Deliver {
+        const QSet<QString> existing = namesIn(target, namesOf(files) + namesOf(folders));
+        const bool usable = QFileInfo(target).isDir() || QDir().mkpath(target);
+        return [this, files, folders, target, existing, usable] {
+            if (!usable) {
+                tell(tr("Error"), tr("The folder \"%1\" cannot be used.").arg(QDir::toNativeSeparators(target)));
+                return;
+            }
+            const CollisionQuestion question(namesOf(files), namesOf(folders), existing);
+            if (question.isNeeded() && !ask(tr("Tip"), question.text(), question.button()))
+                return;
+            emit sigDownload(files, folders, m_center, target);
+        };
+    });
+}
+
+void NetdiskPage::DownloadTo(const QList<FileItem> &files, const QList<FileItem> &folders, const QString &localFolder)
+{
+    if (!files.isEmpty() || !folders.isEmpty())
+        emit sigDownload(files, folders, m_center, localFolder);
+}
+
+QString NetdiskPage::targetFolder()
+{
+    const DownloadPathSetting setting = GlobalConfig::instance()->downloadPath(m_center.id);
+    if (setting.alwaysUseDefaultPath && !setting.defaultPath.isEmpty())
+        return setting.defaultPath;
+    return askTargetFolder(setting.defaultPath);
+}
+
+void NetdiskPage::Preview()
+{
+    const QList<FileItem> items = m_view->selectedItems();
+    if (items.size() == 1)
+        Preview(items.first().path);
+}
+
+void NetdiskPage::Preview(QString path)
+{
+    const int row = m_view->model()->rowOf(path);
+    if (row >= 0)
+        Download(QList<FileItem>{m_view->model()->item(row)});
+}
+
+// Changes
+
+void NetdiskPage::NewFolder()
+{
+    if (inSearch())
+        return;
+    const QPointer<NetdiskPage> self(this);
+    const QPointer<NewFolderWidget> dialog =
+        new NewFolderWidget(NewFolderWidget::NewFolder, m_view->model()->names(), QString(), this);
+    const bool accepted = dialog->exec() == QDialog::Accepted;
+    const QString name = dialog ? dialog->name() : QString();
+    delete dialog;
+    if (self && accepted)
+        m_server->newFloder(name);
+}
+
+void NetdiskPage::Remove()
+{
+    const QStringList files = pathsOf(m_view->selectedFiles()), folders = pathsOf(m_view->selectedFolders());
+    if (files.isEmpty() && folders.isEmpty()) {
+        tell(tr("Tip"), tr("Please select file(s)/folder(s) you want to delete."));
+        return;
+    }
+    if (!ask(tr("Delete"), tr("Delete selected items?")))
+        return;
+    if (!files.isEmpty())
+        m_server->removeFile(files);
+    if (!folders.isEmpty())
+        m_server->removeFolder(folders);
+    emit UserConfermRemove();
+}
+
+void NetdiskPage::Rename()
+{
+    if (m_view->selectedItems().size() != 1) {
+        tell(tr("Tip"), tr("Please select the file or directory you want to rename!"));
+        return;
+    }
+    m_view->editName();
+}
+
+void NetdiskPage::commitRename(const FileItem &item, const QString &name)
+{
+    const QString refusal = FileNameRules::renameRefusal(name, item.name, m_view->model()->names());
+    if (!refusal.isEmpty()) {
+        tell(tr("Tip"), refusal);
+        return;
+    }
+    const QString dest = FileListing::parentFolder(item.path) + name;
+    if (item.isFolder())
+        m_server->renameFolder(item.path, dest);
+    else
+        m_server->renameFile(item.path, dest);
+}
+
+void NetdiskPage::Move(QStringList paths, QString folder)
+{
+    if (!paths.isEmpty() && !inSearch())
+        m_server->move(paths, folder);
+}
+
+void NetdiskPage::Compress()
+{
+    const QStringList paths = pathsOf(m_view->selectedItems());
+    if (paths.isEmpty() || inSearch())
+        return;
+    const QPointer<NetdiskPage> self(this);
+    const QString folder = currentPath();
+    const QPointer<NewFolderWidget> dialog =
+        new NewFolderWidget(NewFolderWidget::Compress, m_view->model()->names(), QString(), this);
+    const bool accepted = dialog->exec() == QDialog::Accepted;
+    const QString name = dialog ? dialog->name() : QString();
+    delete dialog;
+    if (self && accepted)
+        m_server->compress(paths, folder + name.chopped(4));
+}
+
+void NetdiskPage::Decompress()
+{
+    const QList<FileItem> items = m_view->selectedItems();
+    if (items.size() == 1 && FileListing::isArchive(items.first()))
+        m_server->decompress(items.first().path, FileListing::parentFolder(items.first().path));
+}
+
+// Clipboard
+
+void NetdiskPage::putOnClipboard(const QString &type)
+{
+    const QList<FileItem> items = m_view->selectedItems();
+    if (!items.isEmpty())
+        QGuiApplication::clipboard()->setMimeData(new DriveMimeData({type, items, m_center.id}));
+}
+
+void NetdiskPage::Cut()
+{
+    putOnClipboard(QStringLiteral("Cut"));
+}
+
+void NetdiskPage::Copy()
+{
+    putOnClipboard(QStringLiteral("Copy"));
+}
+
+void NetdiskPage::Paste()
+{
+    const QMimeData *mime = QGuiApplication::clipboard()->mimeData();
+    if (inSearch() || !mime)
+        return;
+    if (mime->hasFormat(DriveClipboard::format())) {
+        const DriveClipboard record = DriveClipboard::fromMime(mime);
+        if (record.isEmpty())
+            return;
+        const SubCenter origin = GlobalConfig::instance()->subCenter(record.subCenterId);
+        if (record.subCenterId != m_center.id) {
+            const QString name = origin.name.isEmpty() ? record.subCenterId : origin.name;
+            tell(tr("Tip"), tr("These items are in \"%1\". Download them there and upload them here.").arg(name));
+        } else if (record.type == QLatin1String("Cut")) {
+            m_server->move(record.paths(), currentPath());
+        } else if (record.type == QLatin1String("Copy")) {
+            m_server->copy(record.paths(), currentPath());
+        }
+        return;
+    }
+    QStringList paths;
+    for (const QUrl &url : mime->urls()) {
+        if (url.isLocalFile())
+            paths.append(url.toLocalFile());
+    }
+    if (!paths.isEmpty())
+        Upload(paths, currentPath());
+}
+
+void NetdiskPage::runCommand(int command)
+{
+    switch (command) {
+    case FileWidget::Download:
+        return Download();
+    case FileWidget::Rename:
+        return Rename();
+    case FileWidget::Delete:
+        return Remove();
+    case FileWidget::Preview:
+        return Preview();
+    case FileWidget::Cut:
+        return Cut();
+    case FileWidget::Copy:
+        return Copy();
+    case FileWidget::Paste:
+        return Paste();
+    case FileWidget::Compress:
+        return Compress();
+    case FileWidget::Decompress:
+        return Decompress();
+    default:
+        break;
+    }
+}

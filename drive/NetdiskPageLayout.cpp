@@ -1,0 +1,181 @@
+#include "NetdiskPage.h"
+
+#include "AddressBar.h"
+#include "FileWidget.h"
+
+#include <QAction>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProgressBar>
+#include <QShortcut>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace {
+
+QIcon iconOf(const char *name)
+{
+    return QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/%1.svg").arg(QLatin1String(name)));
+}
+
+QToolButton *toolButton(QWidget *parent, const char *objectName, const char *icon, const QString &text,
+                        const QString &hint, bool withText)
+{
+    auto *button = new QToolButton(parent);
+    button->setObjectName(QLatin1String(objectName));
+    button->setIcon(iconOf(icon));
+    button->setIconSize(QSize(18, 18));
+    button->setText(text);
+    button->setToolTip(hint.isEmpty() ? text : hint);
+    button->setAccessibleName(text);
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::TabFocus);
+    button->setToolButtonStyle(withText ? Qt::ToolButtonTextBesideIcon : Qt::ToolButtonIconOnly);
+    return button;
+}
+
+} // namespace
+
+void NetdiskPage::buildToolbar(QWidget *toolbar)
+{
+    m_upload = toolButton(toolbar, "uploadButton", "upload", tr("Upload"), {}, true);
+    auto *download = toolButton(toolbar, "downloadButton", "download", tr("Download"), {}, true);
+    m_newFolder = toolButton(toolbar, "newFolderButton", "newfolder", tr("New Folder"),
+                             tr("New Folder") + QLatin1String(" (Ctrl+Shift+N)"), true);
+    auto *remove =
+        toolButton(toolbar, "deleteButton", "delete", tr("Delete"), tr("Delete") + QLatin1String(" (Del)"), true);
+    auto *rename =
+        toolButton(toolbar, "renameButton", "rename", tr("Rename"), tr("Rename") + QLatin1String(" (F2)"), true);
+    m_mode = toolButton(toolbar, "modeButton", "list", tr("List"), tr("Switch to icon mode"), true);
+    m_search = new QLineEdit(toolbar);
+    m_search->setObjectName(QStringLiteral("searchEdit"));
+    m_search->setPlaceholderText(tr("Search"));
+    m_search->setAccessibleName(tr("Search"));
+    m_search->setClearButtonEnabled(true);
+    m_search->setMaximumWidth(240);
+    m_search->setMinimumWidth(120);
+    auto *searchButton = m_search->addAction(iconOf("search"), QLineEdit::LeadingPosition);
+    searchButton->setToolTip(tr("Search"));
+
+    auto *layout = new QHBoxLayout(toolbar);
+    layout->setContentsMargins(10, 6, 10, 6);
+    layout->setSpacing(4);
+    for (QWidget *button : {m_upload, download, m_newFolder, remove, rename})
+        layout->addWidget(button);
+    layout->addStretch(1);
+    layout->addWidget(m_mode);
+    layout->addSpacing(6);
+    layout->addWidget(m_search, 1);
+
+    // Not connected straight: a click carries a bool, which would be taken for the parameter.
+    connect(m_upload, &QToolButton::clicked, this, [this] {
+        emit ClickedUpload();
+        Upload();
+    });
+    connect(download, &QToolButton::clicked, this, [this] { Download(); });
+    connect(m_newFolder, &QToolButton::clicked, this, [this] {
+        emit ClickedNewFolder();
+        NewFolder();
+    });
+    connect(remove, &QToolButton::clicked, this, &NetdiskPage::Remove);
+    connect(rename, &QToolButton::clicked, this, &NetdiskPage::Rename);
+    connect(m_mode, &QToolButton::clicked, this, [this] { ChangeShowMode(); });
+    connect(m_search, &QLineEdit::returnPressed, this, &NetdiskPage::SearchFile);
+    connect(searchButton, &QAction::triggered, this, &NetdiskPage::SearchFile);
+}
+
+void NetdiskPage::buildLayout()
+{
+    auto *toolbar = new QWidget(this);
+    toolbar->setObjectName(QStringLiteral("netdiskToolbar"));
+    toolbar->setAttribute(Qt::WA_StyledBackground);
+    buildToolbar(toolbar);
+
+    auto *places = new QWidget(this);
+    places->setObjectName(QStringLiteral("netdiskPlaces"));
+    m_back = toolButton(places, "backButton", "back", tr("Back"), tr("Back") + QLatin1String(" (Alt+Left)"), false);
+    m_forward = toolButton(places, "forwardButton", "forward", tr("Forward"),
+                           tr("Forward") + QLatin1String(" (Alt+Right)"), false);
+    auto *home = toolButton(places, "homeButton", "home", tr("Home"), {}, false);
+    auto *refresh =
+        toolButton(places, "refreshButton", "refresh", tr("Refresh"), tr("Refresh") + QLatin1String(" (F5)"), false);
+    m_address = new AddressBar(places);
+    auto *placesLayout = new QHBoxLayout(places);
+    placesLayout->setContentsMargins(10, 6, 10, 6);
+    placesLayout->setSpacing(4);
+    for (QWidget *part :
+         {static_cast<QWidget *>(m_back), static_cast<QWidget *>(m_forward), static_cast<QWidget *>(home)})
+        placesLayout->addWidget(part);
+    placesLayout->addWidget(m_address, 1);
+    placesLayout->addWidget(refresh);
+
+    m_notice = new QLabel(this);
+    m_notice->setObjectName(QStringLiteral("pageNotice"));
+    m_notice->setTextFormat(Qt::PlainText);
+    m_notice->setWordWrap(true);
+    m_notice->setContentsMargins(14, 6, 14, 6);
+    m_notice->hide();
+
+    m_view = new FileWidget(this);
+
+    auto *bottom = new QWidget(this);
+    bottom->setObjectName(QStringLiteral("netdiskStatus"));
+    m_count = new QLabel(bottom);
+    m_count->setObjectName(QStringLiteral("itemCount"));
+    m_status = new QLabel(bottom);
+    m_status->setObjectName(QStringLiteral("statusText"));
+    m_storageBar = new QProgressBar(bottom);
+    m_storageBar->setObjectName(QStringLiteral("storageBar"));
+    m_storageBar->setRange(0, 100);
+    m_storageBar->setTextVisible(false);
+    m_storageBar->setFixedSize(120, 6);
+    m_storageBar->setAccessibleName(tr("Storage used"));
+    m_storage = new QLabel(bottom);
+    m_storage->setObjectName(QStringLiteral("storageText"));
+    auto *bottomLayout = new QHBoxLayout(bottom);
+    bottomLayout->setContentsMargins(14, 5, 14, 5);
+    bottomLayout->setSpacing(10);
+    bottomLayout->addWidget(m_count);
+    bottomLayout->addStretch(1);
+    bottomLayout->addWidget(m_status);
+    bottomLayout->addStretch(1);
+    bottomLayout->addWidget(m_storageBar);
+    bottomLayout->addWidget(m_storage);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(toolbar);
+    layout->addWidget(places);
+    layout->addWidget(m_notice);
+    layout->addWidget(m_view, 1);
+    layout->addWidget(bottom);
+
+    connect(m_back, &QToolButton::clicked, this, &NetdiskPage::Backward);
+    connect(m_forward, &QToolButton::clicked, this, &NetdiskPage::Forward);
+    connect(home, &QToolButton::clicked, this, &NetdiskPage::IntoHome);
+    connect(refresh, &QToolButton::clicked, this, &NetdiskPage::Refresh);
+}
+
+void NetdiskPage::addShortcuts()
+{
+    // Several pages share one window, so a key belongs to the page that has the focus.
+    const auto add = [this](QWidget *owner, const QKeySequence &key, void (NetdiskPage::*slot)()) {
+        auto *shortcut = new QShortcut(key, owner);
+        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
+        connect(shortcut, &QShortcut::activated, this, slot);
+    };
+    add(this, QKeySequence(Qt::ALT + Qt::Key_Left), &NetdiskPage::Backward);
+    add(this, QKeySequence(Qt::ALT + Qt::Key_Right), &NetdiskPage::Forward);
+    add(this, QKeySequence(Qt::ALT + Qt::Key_Up), &NetdiskPage::IntoParent);
+    add(m_view, QKeySequence(Qt::Key_Backspace), &NetdiskPage::Backward);
+    add(this, QKeySequence(Qt::Key_F5), &NetdiskPage::Refresh);
+    add(this, QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_N), &NetdiskPage::NewFolder);
+    auto *edit = new QShortcut(QKeySequence(Qt::CTRL + Qt::Key_L), this);
+    edit->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(edit, &QShortcut::activated, m_address, &AddressBar::edit);
+    auto *search = new QShortcut(QKeySequence(QKeySequence::Find), this);
+    search->setContext(Qt::WidgetWithChildrenShortcut);
+    connect(search, &QShortcut::activated, m_search, [this] { m_search->setFocus(Qt::ShortcutFocusReason); });
+}

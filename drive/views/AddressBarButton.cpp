@@ -1,0 +1,17 @@
+#include "AddressBarButton.h"
+
+AddressBarButton::AddressBarButton(const QString &name, const QString &path, QWidget *parent)
+    : QToolButton(parent)
+    , m_name(name)
+    , m_path(path)
+{
+    // An ampersand in a name is no shortcut.
+    QString shownName = fontMetrics().elidedText(name, Qt::ElideMiddle, 200);
+    shownName.replace(QLatin1Char('&'), QLatin1String("&&")).replace(QLatin1Char('\n'), QLatin1Char(' '));
+    setText(shownName);
+    setToolTip(path);
+    setAccessibleName(name);
+    setToolButtonStyle(Qt::ToolButtonTextOnly);
+    setAutoRaise(true);
+    setFocusPolicy(Qt::TabFocus);
+}

@@ -1,0 +1,35 @@
+#include "FileListWidget.h"
+
+#include "FileItemModel.h"
+
+FileListWidget::FileListWidget(QWidget *parent)
+    : QListView(parent)
+{
+    setObjectName(QStringLiteral("fileList"));
+    setAccessibleName(tr("Files"));
+    setViewMode(IconMode);
+    setMovement(Static);
+    setResizeMode(Adjust);
+    setUniformItemSizes(true);
+    setLayoutMode(Batched);
+    setBatchSize(1000);
+    setWordWrap(true);
+    setTextElideMode(Qt::ElideMiddle);
+    setIconSize(QSize(64, 64));
+    setGridSize(QSize(124, 40 + 64 + 2 * fontMetrics().lineSpacing()));
+    setSelectionMode(ExtendedSelection);
+    setEditTriggers(NoEditTriggers);
+    setDragEnabled(true);
+    setAcceptDrops(true);
+    setDropIndicatorShown(true);
+    setDragDropMode(DragDrop);
+    setDefaultDropAction(Qt::MoveAction);
+    setContextMenuPolicy(Qt::CustomContextMenu);
+    setVerticalScrollMode(ScrollPerPixel);
+}
+
+void FileListWidget::setFileModel(FileItemModel *model)
+{
+    setModel(model);
+    setModelColumn(FileItemModel::NameColumn);
+}

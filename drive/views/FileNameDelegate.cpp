@@ -1,0 +1,60 @@
+#include "FileNameDelegate.h"
+
+#include "FileNameRules.h"
+
+#include <QLineEdit>
+#include <QPointer>
+#include <QRegularExpressionValidator>
+
+FileNameDelegate::FileNameDelegate(QObject *parent)
+    : QStyledItemDelegate(parent)
+{
+}
+
+QWidget *FileNameDelegate::createEditor(QWidget *parent, const QStyleOptionViewItem &option,
+                                        const QModelIndex &index) const
+{
+    Q_UNUSED(option)
+    Q_UNUSED(index)
+    auto *edit = new QLineEdit(parent);
+    edit->setObjectName(QStringLiteral("nameEditor"));
+    edit->setAccessibleName(tr("New name"));
+    edit->setMaxLength(255);
+    edit->setValidator(new QRegularExpressionValidator(QRegularExpression(FileNameRules::pattern()), edit));
+    return edit;
+}
+
+void FileNameDelegate::setEditorData(QWidget *editor, const QModelIndex &index) const
+{
+    auto *edit = qobject_cast<QLineEdit *>(editor);
+    if (!edit || !edit->property("oldName").isNull())
+        return;
+    const QString name = index.data(Qt::EditRole).toString();
+    edit->setProperty("oldName", name);
+    edit->setText(name);
+    // The view selects the whole text right after this call; the ending is seldom what is to change.
+    const int dot = name.lastIndexOf(QLatin1Char('.'));
+    if (dot > 0)
+        QMetaObject::invokeMethod(
+            edit, [edit, dot] { edit->setSelection(0, dot); }, Qt::QueuedConnection);
+}
+
+void FileNameDelegate::setModelData(QWidget *editor, QAbstractItemModel *model, const QModelIndex &index) const
+{
+    Q_UNUSED(model)
+    auto *edit = qobject_cast<QLineEdit *>(editor);
+    if (edit && edit->text() != edit->property("oldName").toString())
+        emit committed(index, edit->text());
+}
+
+void FileNameDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,
+                                            const QModelIndex &index) const
+{
+    QStyledItemDelegate::updateEditorGeometry(editor, option, index);
+    QRect box = editor->geometry();
+    const int needed = editor->minimumSizeHint().height();
+    if (box.height() < needed)
+        box = QRect(box.x(), box.center().y() - needed / 2, box.width(), needed);
+    box.setWidth(qMax(box.width(), 160));
+    editor->setGeometry(box);
+}

@@ -1,0 +1,316 @@
+#include "FileWidget.h"
+
+#include "DriveClipboard.h"
+#include "EmptyFolderPanel.h"
+#include "FileItemModel.h"
+#include "FileListWidget.h"
+#include "FileNameDelegate.h"
+#include "FileTreeWidget.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QItemSelectionModel>
+#include <QMenu>
+#include <QScrollBar>
+
+#include <algorithm>
+
+namespace {
+
+/// A selection larger than this is not carried over when the list comes anew.
+constexpr int KeptSelection = 5000;
+
+} // namespace
+
+FileWidget::FileWidget(QWidget *parent)
+    : QStackedWidget(parent)
+    , m_model(new FileItemModel(this))
+    , m_delegate(new FileNameDelegate(this))
+    , m_tree(new FileTreeWidget(this))
+    , m_list(new FileListWidget(this))
+    , m_empty(new EmptyFolderPanel(this))
+{
+    setObjectName(QStringLiteral("fileWidget"));
+    m_tree->setFileModel(m_model);
+    m_list->setFileModel(m_model);
+    m_selection = m_tree->selectionModel();
+    QItemSelectionModel *unused = m_list->selectionModel();
+    m_list->setSelectionModel(m_selection);
+    delete unused;
+    for (QAbstractItemView *view : {static_cast<QAbstractItemView *>(m_tree), static_cast<QAbstractItemView *>(m_list)})
+        setUpView(view);
+    addWidget(m_tree);
+    addWidget(m_list);
+    addWidget(m_empty);
+
+    connect(m_tree, &FileTreeWidget::orderAsked, this,
+            [this](FileOrder::Type order) { emit sortTypeAsked(FileOrder::nameOf(order)); });
+    connect(m_delegate, &FileNameDelegate::committed, this, [this](const QModelIndex &index, const QString &name) {
+        emit nameCommitted(index.data(FileItemModel::ItemRole).value<FileItem>(), name);
+    });
+    connect(m_model, &FileItemModel::sigUpload, this, &FileWidget::sigUpload);
+    connect(m_model, &FileItemModel::sigMove, this, &FileWidget::sigMove);
+    connect(m_model, &FileItemModel::sigGetIcons, this, &FileWidget::sigGetIcons);
+    connect(m_model, &QAbstractItemModel::modelAboutToBeReset, this, &FileWidget::keepPlace);
+    connect(m_model, &QAbstractItemModel::modelReset, this, &FileWidget::restorePlace);
+    connect(m_selection, &QItemSelectionModel::selectionChanged, this, [this] {
+        updateActions();
+        emit selectionChanged();
+    });
+    connect(m_empty, &EmptyFolderPanel::uploadClicked, this, &FileWidget::uploadClicked);
+    connect(m_empty, &EmptyFolderPanel::dropped, this,
+            [this](const QMimeData *mime) { m_model->dropMimeData(mime, Qt::CopyAction, -1, -1, {}); });
+    connect(m_empty, &QWidget::customContextMenuRequested, this,
+            [this](const QPoint &pos) { emit menuAsked(m_empty->mapToGlobal(pos)); });
+    buildActions();
+    updateActions();
+}
+
+void FileWidget::setUpView(QAbstractItemView *view)
+{
+    view->setItemDelegateForColumn(FileItemModel::NameColumn, m_delegate);
+    connect(view, &QAbstractItemView::activated, this, &FileWidget::activate);
+    connect(view, &QWidget::customContextMenuRequested, this,
+            [this, view](const QPoint &pos) { emit menuAsked(view->viewport()->mapToGlobal(pos)); });
+}
+
+void FileWidget::buildActions()
+{
+    struct Entry
+    {
+        Command command;
+        QString text;
+        const char *icon;
+        QKeySequence key;
+    };
+    const QList<Entry> entries{
+        {Open, tr("Open(&O)"), nullptr, {}},
+        {Download, tr("Download"), "download", {}},
+        {Rename, tr("Rename(&R)"), "rename", QKeySequence(Qt::Key_F2)},
+        {Delete, tr("Delete(&D)"), "delete", QKeySequence(Qt::Key_Delete)},
+        {Preview, tr("Preview(&P)"), "eye", {}},
+        {Cut, tr("Cut(&X)"), "cut", QKeySequence(QKeySequence::Cut)},
+        {Copy, tr("Copy(&C)"), "copy", QKeySequence(QKeySequence::Copy)},
+        {Paste, tr("Paste(&V)"), "paste", QKeySequence(QKeySequence::Paste)},
+        {Compress, tr("Compress"), "archive", {}},
+        {Decompress, tr("Decompress"), nullptr, {}},
+    };
+    for (const Entry &entry : entries) {
+        auto *action = new QAction(entry.text, this);
+        if (entry.icon)
+            action->setIcon(QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/%1.svg").arg(QLatin1String(entry.icon))));
+        action->setShortcut(entry.key);
+        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+        const Command id = entry.command;
+        connect(action, &QAction::triggered, this, [this, id] {
+            if (id == Open) {
+                const QModelIndexList rows = m_selection->selectedRows();
+                activate(rows.isEmpty() ? m_selection->currentIndex() : rows.first());
+            } else {
+                emit command(id);
+            }
+        });
+        m_actions.insert(id, action);
+        addAction(action);
+    }
+    auto *group = new QActionGroup(this);
+    const QList<QPair<FileOrder::Type, QString>> orders{{FileOrder::FileName, tr("Name")},
+                                                        {FileOrder::Modified, tr("Modified time")},
+                                                        {FileOrder::FileSize, tr("Size")}};
+    for (const auto &order : orders) {
+        QAction *action = group->addAction(order.second);
+        action->setCheckable(true);
+        action->setChecked(order.first == m_model->order());
+        const QString type = FileOrder::nameOf(order.first);
+        connect(action, &QAction::triggered, this, [this, type] { emit sortTypeAsked(type); });
+        m_orders.insert(order.first, action);
+    }
+}
+
+QMenu *FileWidget::createContextMenu(QWidget *parent)
+{
+    updateActions();
+    auto *menu = new QMenu(parent);
+    for (QAction *action : qAsConst(m_actions)) {
+        if (action->isEnabled())
+            menu->addAction(action);
+    }
+    QMenu *sortMenu = menu->addMenu(tr("Sort by"));
+    for (FileOrder::Type order : {FileOrder::FileName, FileOrder::Modified, FileOrder::FileSize}) {
+        m_orders[order]->setChecked(order == m_model->order());
+        sortMenu->addAction(m_orders[order]);
+    }
+    return menu;
+}
+
+void FileWidget::updateActions()
+{
+    // Up to two rows are looked at, so that a selection of everything costs nothing here.
+    int rows = 0;
+    const QItemSelection selection = m_selection->selection();
+    for (const QItemSelectionRange &range : selection)
+        rows += range.height();
+    const bool one = rows == 1, any = rows > 0, search = m_model->isSearchResult();
+    const FileItem item = one ? m_model->item(selection.first().top()) : FileItem();
+    m_actions[Open]->setEnabled(one);
+    m_actions[Download]->setEnabled(any);
+    m_actions[Delete]->setEnabled(any);
+    m_actions[Preview]->setEnabled(one && FileListing::isPicture(item));
+    m_actions[Cut]->setEnabled(any);
+    m_actions[Copy]->setEnabled(any);
+    m_actions[Compress]->setEnabled(any && !search);
+    m_actions[Decompress]->setEnabled(one && FileListing::isArchive(item));
+    m_actions[Paste]->setEnabled(!search);
+    // Renaming stays: without one selected entry it says what to do.
+    m_actions[Rename]->setEnabled(true);
+}
+
+void FileWidget::activate(const QModelIndex &index)
+{
+    if (!index.isValid())
+        return;
+    const FileItem item = m_model->item(index.row());
+    if (item.isFolder())
+        emit sigIntoFolder(item.path);
+    else
+        emit sigOpenFile(item.path);
+}
+
+QAbstractItemView *FileWidget::currentView() const
+{
+    return m_mode == ListMode ? static_cast<QAbstractItemView *>(m_tree) : m_list;
+}
+
+void FileWidget::setShowMode(ShowMode mode)
+{
+    m_mode = mode;
+    setEmptyPanelVisible(m_emptyVisible);
+}
+
+void FileWidget::setEmptyPanelVisible(bool visible)
+{
+    m_emptyVisible = visible;
+    QWidget *next = visible ? static_cast<QWidget *>(m_empty) : currentView();
+    if (currentWidget() == next)
+        return;
+    const bool focused = isAncestorOf(focusWidget()) && currentWidget()->hasFocus();
+    setCurrentWidget(next);
+    setFocusProxy(next);
+    if (focused)
+        next->setFocus();
+}
+
+bool FileWidget::isEmptyPanelVisible() const
+{
+    return m_emptyVisible;
+}
+
+void FileWidget::setSearchResult(bool search)
+{
+    m_model->setSearchResult(search);
+    m_tree->setPathColumnVisible(search);
+    m_empty->setSearchResult(search);
+    updateActions();
+}
+
+QString FileWidget::sortType() const
+{
+    return FileOrder::nameOf(m_model->order());
+}
+
+void FileWidget::setSortType(const QString &type)
+{
+    m_model->setOrder(FileOrder::typeOf(type));
+    m_tree->setSortIndicator(m_model->order());
+}
+
+QList<FileItem> FileWidget::selectedItems() const
+{
+    QVector<int> rows;
+    for (const QItemSelectionRange &range : m_selection->selection()) {
+        for (int row = range.top(); row <= range.bottom(); ++row)
+            rows.append(row);
+    }
+    std::sort(rows.begin(), rows.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    QList<FileItem> items;
+    items.reserve(rows.size());
+    for (int row : qAsConst(rows))
+        items.append(m_model->item(row));
+    return items;
+}
+
+QList<FileItem> FileWidget::selectedFiles() const
+{
+    QList<FileItem> items = selectedItems();
+    items.erase(std::remove_if(items.begin(), items.end(), [](const FileItem &item) { return item.isFolder(); }),
+                items.end());
+    return items;
+}
+
+QList<FileItem> FileWidget::selectedFolders() const
+{
+    QList<FileItem> items = selectedItems();
+    items.erase(std::remove_if(items.begin(), items.end(), [](const FileItem &item) { return !item.isFolder(); }),
+                items.end());
+    return items;
+}
+
+void FileWidget::select(const QStringList &paths)
+{
+    QItemSelection selection;
+    QModelIndex first;
+    for (const QString &path : paths) {
+        const int row = m_model->rowOf(path);
+        if (row < 0)
+            continue;
+        const QModelIndex index = m_model->index(row, 0);
+        selection.select(index, m_model->index(row, FileItemModel::ColumnCount - 1));
+        if (!first.isValid())
+            first = index;
+    }
+    if (!first.isValid())
+        return;
+    m_selection->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
+    m_selection->select(selection, QItemSelectionModel::ClearAndSelect);
+    currentView()->scrollTo(first);
+}
+
+void FileWidget::editName()
+{
+    const QList<FileItem> items = selectedItems();
+    if (items.size() != 1)
+        return;
+    const QModelIndex index = m_model->index(m_model->rowOf(items.first().path), FileItemModel::NameColumn);
+    currentView()->setFocus();
+    currentView()->setCurrentIndex(index);
+    currentView()->edit(index);
+}
+
+void FileWidget::keepPlace()
+{
+    m_placeSelected.clear();
+    int rows = 0;
+    const QItemSelection selection = m_selection->selection();
+    for (const QItemSelectionRange &range : selection)
+        rows += range.height();
+    if (rows <= KeptSelection) {
+        for (const FileItem &item : selectedItems())
+            m_placeSelected.append(item.path);
+    }
+    m_placeScroll = currentView()->verticalScrollBar()->value();
+}
+
+void FileWidget::restorePlace()
+{
+    // Also where the folder changed: none of the old paths is there then, and the list begins at its top.
+    const bool sameFolder = m_placeFolder == m_model->folder();
+    m_placeFolder = m_model->folder();
+    if (sameFolder && !m_placeSelected.isEmpty())
+        select(m_placeSelected);
+    if (sameFolder && m_placeScroll > 0) {
+        currentView()->doItemsLayout();
+        currentView()->verticalScrollBar()->setValue(m_placeScroll);
+    }
+    updateActions();
+}

@@ -1,0 +1,105 @@
+#pragma once
+
+#include "FileOrder.h"
+
+#include <QMap>
+#include <QStackedWidget>
+
+class EmptyFolderPanel;
+class FileItemModel;
+class FileListWidget;
+class FileNameDelegate;
+class FileTreeWidget;
+class QAbstractItemView;
+class QAction;
+class QItemSelectionModel;
+class QMenu;
+
+/// The entries of a page: the detailed list, the icon grid and the panel for an empty folder over one model and one
+/// selection. Holds the actions of the context menu; what a person asks for leaves as a signal. GUI thread only.
+class FileWidget : public QStackedWidget
+{
+    Q_OBJECT
+
+public:
+    enum ShowMode
+    {
+        ListMode,
+        IconMode
+    };
+    enum Command
+    {
+        Open,
+        Download,
+        Rename,
+        Delete,
+        Preview,
+        Cut,
+        Copy,
+        Paste,
+        Compress,
+        Decompress
+    };
+
+    explicit FileWidget(QWidget *parent = nullptr);
+
+    FileItemModel *model() const { return m_model; }
+    ShowMode showMode() const { return m_mode; }
+    void setShowMode(ShowMode mode);
+    void setEmptyPanelVisible(bool visible);
+    bool isEmptyPanelVisible() const;
+    void setSearchResult(bool search);
+    QString sortType() const;
+    void setSortType(const QString &type);
+
+    QList<FileItem> selectedItems() const;
+    QList<FileItem> selectedFiles() const;
+    QList<FileItem> selectedFolders() const;
+    /// Selects and shows the entries of those paths, as far as they are there.
+    void select(const QStringList &paths);
+    /// Opens the editor on the name of the one selected entry.
+    void editName();
+
+    /// The context menu for the selection, owned by @p parent; actions that do not fit it are left out.
+    QMenu *createContextMenu(QWidget *parent);
+    QAction *action(Command command) const { return m_actions.value(command); }
+
+signals:
+    void sigIntoFolder(QString path);
+    void sigOpenFile(QString path);
+    void sigUpload(QStringList paths, QString folder);
+    void sigMove(QStringList paths, QString folder);
+    void sigGetIcons(QList<FileItem> items);
+    void sigIconChanged(FileItem item, QSize size);
+    void command(FileWidget::Command command);
+    void nameCommitted(FileItem item, QString name);
+    void sortTypeAsked(QString type);
+    void menuAsked(QPoint globalPos);
+    void selectionChanged();
+    void uploadClicked();
+
+private:
+    void buildActions();
+    void setUpView(QAbstractItemView *view);
+    void activate(const QModelIndex &index);
+    void updateActions();
+    void keepPlace();
+    void restorePlace();
+    QAbstractItemView *currentView() const;
+
+    FileItemModel *m_model;
+    FileNameDelegate *m_delegate;
+    FileTreeWidget *m_tree;
+    FileListWidget *m_list;
+    EmptyFolderPanel *m_empty;
+    QItemSelectionModel *m_selection = nullptr;
+    QMap<Command, QAction *> m_actions;
+    QMap<FileOrder::Type, QAction *> m_orders;
+    ShowMode m_mode = ListMode;
+    bool m_emptyVisible = false;
+
+    // Where the person was, for a list that is asked for again.
+    QString m_placeFolder;
+    QStringList m_placeSelected;
+    int m_placeScroll = 0;
+};
