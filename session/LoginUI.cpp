@@ -168,9 +168,9 @@ QWidget *LoginUI::buildFields()
     all->addWidget(m_passwordField);
     all->addSpacing(14);
     all->addLayout(checks);
-    all->addSpacing(4);
+    all->addSpacing(6);
     all->addWidget(m_hint);
-    all->addSpacing(4);
+    all->addSpacing(6);
     all->addWidget(m_login);
     all->addSpacing(12);
     all->addLayout(links);
@@ -283,6 +283,18 @@ void LoginUI::showEvent(QShowEvent *event)
     QDialog::showEvent(event);
     if (event->spontaneous())
         return;
+    // The style sheet gives its text colour to the placeholder as well, which then looks like something typed.
+    for (QLineEdit *field : {m_user->lineEdit(), m_passwordField}) {
+        QPalette palette = field->palette();
+        palette.setColor(QPalette::PlaceholderText, QColor(0x8a, 0x97, 0xab));
+        field->setPalette(palette);
+    }
+    if (m_user->currentText().isEmpty())
+        m_user->setFocus();
+    else if (m_passwordField->text().isEmpty())
+        m_passwordField->setFocus();
+    else
+        m_login->setFocus();
     if (!parentWidget() && screen())
         move(screen()->availableGeometry().center() - rect().center());
     startAutoLogin();

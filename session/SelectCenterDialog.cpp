@@ -232,6 +232,9 @@ void SelectCenterDialog::closeEvent(QCloseEvent *event)
 void SelectCenterDialog::showEvent(QShowEvent *event)
 {
     QDialog::showEvent(event);
-    if (!event->spontaneous())
-        m_frame.present(m_prompt->text());
+    if (event->spontaneous())
+        return;
+    m_frame.present(m_prompt->text());
+    QPushButton *chosen = findButton(m_chosen);
+    (chosen && chosen->isEnabled() ? chosen : m_cancel)->setFocus();
 }

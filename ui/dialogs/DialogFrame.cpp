@@ -84,6 +84,8 @@ void DialogFrame::setTitle(const QString &title)
 void DialogFrame::present(const QString &text)
 {
     DialogAnswers::dialogShown(m_dialog, m_title->text(), text);
+    // The texts were set just now; the layout has not heard of their sizes yet.
+    m_dialog->layout()->activate();
     m_dialog->adjustSize();
     QWidget *parent = m_dialog->parentWidget();
     if (parent)
@@ -134,10 +136,8 @@ QString DialogFrame::breakable(const QString &text)
     int run = 0;
     for (const QChar c : text) {
         // Never between the two halves of one character.
-        if (run >= kLongRun && !c.isLowSurrogate() && !c.isMark() && !c.isSpace()) {
+        if (run >= kLongRun && !c.isLowSurrogate() && !c.isMark() && !c.isSpace())
             out += QChar(0x200B);
-            run = 0;
-        }
         run = c.isSpace() ? 0 : run + 1;
         out += c;
     }

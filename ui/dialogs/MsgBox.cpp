@@ -46,6 +46,8 @@ MsgBox::MsgBox(QWidget *parent)
     m_body->setOpenLinks(false);
     m_body->setFrameShape(QFrame::NoFrame);
     m_body->setStyleSheet(QStringLiteral("#text { border: none; background: transparent; padding: 0; }"));
+    m_body->document()->setDocumentMargin(0);
+    m_body->document()->setDefaultStyleSheet(QStringLiteral("a { color: #2f6fde; }"));
     m_body->setFixedWidth(kBodyWidth);
     m_frame.body()->addWidget(m_body);
     connect(m_body, &QTextBrowser::anchorClicked, this, &MsgBox::SlotOpenLink);
