@@ -21,6 +21,8 @@ struct HttpOptions
     std::string tlsKey;                ///< PEM text
     std::size_t maxHeader = 32 * 1024; ///< request line and headers together, roughly
     std::size_t maxBody = 8 * 1024 * 1024;
+    std::size_t maxOpenBody = 64 * 1024;       ///< on open routes
+    std::size_t maxBodies = 256 * 1024 * 1024; ///< of all requests together
     unsigned maxConnections = 1000;
     unsigned maxConnectionsPerPeer = 400;
     unsigned idleTimeout = 30; ///< neither side moved a byte
