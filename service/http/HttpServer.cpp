@@ -403,7 +403,7 @@ void HttpServer::Private::wait(MHD_Connection *connection, Exchange &exchange, c
     const std::string client = exchange.client;
     pending->whenComplete(
         [this, connection, &exchange](Response answer) { wake(connection, exchange, std::move(answer)); });
-    const auto due = Alarm::Clock::now() + std::chrono::seconds(std::max(promise.pendingSeconds(), 0));
+    const auto due = Alarm::Clock::now() + std::chrono::milliseconds(std::max(promise.pendingMilliseconds(), 0));
     alarm->at(due, [this, client, pending, otherwise] {
         const auto answer = [pending, otherwise] { pending->complete(otherwise ? otherwise() : refusal(503)); };
         if (!workers->post(client, answer))

@@ -87,8 +87,15 @@ Response Response::later(std::shared_ptr<PendingResponse> pending, int seconds, 
 {
     Response response;
     response.m_pending = std::move(pending);
-    response.m_pendingSeconds = seconds;
+    response.m_pendingMilliseconds = seconds * 1000;
     response.m_otherwise = std::move(otherwise);
+    return response;
+}
+
+Response Response::after(int milliseconds, std::function<Response()> make)
+{
+    Response response = later(std::make_shared<PendingResponse>(), 0, std::move(make));
+    response.m_pendingMilliseconds = milliseconds;
     return response;
 }
 

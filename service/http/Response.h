@@ -45,6 +45,9 @@ public:
     /// when the service stops, @p otherwise is called on a worker thread for the answer instead.
     static Response later(std::shared_ptr<PendingResponse> pending, int seconds, std::function<Response()> otherwise);
 
+    /// The answer is made by @p make, on a worker thread, after @p milliseconds in which no thread waits.
+    static Response after(int milliseconds, std::function<Response()> make);
+
     Response &setHeader(const std::string &name, const std::string &value);
 
     int status() const { return m_status; }
@@ -55,7 +58,7 @@ public:
     std::uint64_t length() const { return m_provider ? m_length : m_body.size(); }
 
     const std::shared_ptr<PendingResponse> &pending() const { return m_pending; }
-    int pendingSeconds() const { return m_pendingSeconds; }
+    int pendingMilliseconds() const { return m_pendingMilliseconds; }
     const std::function<Response()> &otherwise() const { return m_otherwise; }
 
     std::string takeBody() { return std::move(m_body); }
@@ -67,7 +70,7 @@ private:
     BodyProvider m_provider;
     std::uint64_t m_length = 0;
     std::shared_ptr<PendingResponse> m_pending;
-    int m_pendingSeconds = 0;
+    int m_pendingMilliseconds = 0;
     std::function<Response()> m_otherwise;
 };
 

@@ -1,0 +1,238 @@
+#include "Service.h"
+
+#include "AccountRoutes.h"
+#include "AccountStore.h"
+#include "Icons.h"
+#include "Log.h"
+#include "Sessions.h"
+#include "SignatureCheck.h"
+#include "Site.h"
+#include "TicketRoutes.h"
+#include "TicketStore.h"
+#ifdef ARKVALE_SERVICE_FILES
+#include "FileRoutes.h"
+#endif
+#ifdef ARKVALE_SERVICE_TRANSFER
+#include "TransferServer.h"
+#endif
+
+#include <nlohmann/json.hpp>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <map>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace arkvale::service {
+
+namespace {
+
+/// Held by the one service that runs on a data folder; the system lets go of it however the process ends.
+class FolderLock
+{
+public:
+    ~FolderLock()
+    {
+        if (m_fd >= 0)
+            ::close(m_fd);
+    }
+
+    bool take(const std::string &folder, std::string *error)
+    {
+        m_fd = ::open((folder + "/lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        if (m_fd >= 0 && ::flock(m_fd, LOCK_EX | LOCK_NB) == 0)
+            return true;
+        *error = m_fd >= 0 && errno == EWOULDBLOCK ? "Another service runs on " + folder + "."
+                                                   : "Cannot write to " + folder + ": " + std::strerror(errno) + ".";
+        return false;
+    }
+
+private:
+    int m_fd = -1;
+};
+
+/// Empty when there is no such program.
+std::string besideThisProgram(const std::string &name)
+{
+    std::error_code failure;
+    const auto program = std::filesystem::read_symlink("/proc/self/exe", failure).parent_path() / name;
+    return !failure && ::access(program.c_str(), X_OK) == 0 ? program.string() : std::string();
+}
+
+} // namespace
+
+struct Service::Parts
+{
+    explicit Parts(const ServiceOptions &options)
+        : store(options.passwordCost)
+    {
+    }
+
+    FolderLock lock;
+    AccountStore store;
+    std::unique_ptr<Sessions> sessions;
+    std::unique_ptr<SignatureCheck> signatures;
+    std::unique_ptr<Site> site;
+    std::unique_ptr<Icons> icons;
+    TicketStore tickets;
+    std::map<std::string, TransferListener> listeners; ///< filled before the server starts
+#ifdef ARKVALE_SERVICE_FILES
+    std::shared_ptr<FileRoutes> files;
+#endif
+#ifdef ARKVALE_SERVICE_TRANSFER
+    std::shared_ptr<TransferRuntime> runtime;
+    std::vector<std::unique_ptr<TransferServer>> transfers;
+
+    bool startTransfers(const ServiceOptions &options, std::string *error);
+#endif
+    std::unique_ptr<HttpServer> http;
+};
+
+#ifdef ARKVALE_SERVICE_TRANSFER
+bool Service::Parts::startTransfers(const ServiceOptions &options, std::string *error)
+{
+    runtime = makeTransferRuntime();
+    for (const SubCenterRecord &record : store.subCenters()) {
+        TransferServerOptions transfer;
+        transfer.host = options.transferListen.empty() ? options.http.listen : options.transferListen;
+        transfer.port = record.transferPort;
+        transfer.subCenterId = record.id;
+        transfer.certificateFile = options.dataFolder + "/transfer.pem";
+        // Clients may come with a port that holds for all sub-centers, so each listener serves the tickets of all:
+        // what a ticket reaches stands in the ticket, whichever door it is shown at.
+        const auto redeem = [this, id = record.id](const std::string &text) -> std::optional<TransferGrant> {
+            const auto ticket = tickets.redeem(text, nowMs());
+            if (!ticket)
+                return std::nullopt;
+            TransferGrant grant;
+            grant.user = ticket->user;
+            grant.subCenterId = id;
+            grant.homeRoot = ticket->homeRoot;
+            grant.folder = ticket->folder.substr(1);
+            grant.direction = ticket->direction == Ticket::Direction::Upload ? TransferGrant::Direction::Upload
+                                                                             : TransferGrant::Direction::Download;
+            grant.quotaFree = [this, user = ticket->user, center = ticket->subCenterId] {
+                return static_cast<std::uint64_t>(site->storage(user, center).left());
+            };
+            grant.addUsed = [this, user = ticket->user, center = ticket->subCenterId](std::int64_t delta) {
+                site->addUsed(user, center, delta);
+            };
+            return grant;
+        };
+        auto server = std::make_unique<TransferServer>(runtime, transfer, redeem, &logLine);
+        std::string why;
+        if (!server->start(why)) {
+            *error = "The transfer listener of sub-center \"" + record.id + "\" cannot be started: " + why;
+            return false;
+        }
+        listeners[record.id] = {server->fingerprint(), server->port()};
+        site->setTransferPort(record.id, server->port());
+        transfers.push_back(std::move(server));
+    }
+    return true;
+}
+#endif
+
+Service::Service(ServiceOptions options)
+    : m_options(std::move(options))
+{
+}
+
+Service::~Service()
+{
+    stop();
+}
+
+bool Service::start(std::string *error)
+{
+    if (!initSecrets()) {
+        *error = "The system has no source of random numbers.";
+        return false;
+    }
+    std::error_code failure;
+    if (std::filesystem::create_directories(m_options.dataFolder, failure))
+        ::chmod(m_options.dataFolder.c_str(), 0700);
+    auto parts = std::make_unique<Parts>(m_options);
+    if (!parts->lock.take(m_options.dataFolder, error))
+        return false;
+    if (const StoreResult opened = parts->store.open(databaseFile(m_options.dataFolder)); !opened) {
+        *error = opened.error;
+        return false;
+    }
+    parts->sessions = std::make_unique<Sessions>(parts->store);
+    parts->signatures = std::make_unique<SignatureCheck>(*parts->sessions);
+    parts->site = std::make_unique<Site>(parts->store);
+    parts->icons = std::make_unique<Icons>(m_options.dataFolder + "/icons");
+#ifdef ARKVALE_SERVICE_TRANSFER
+    if (!parts->startTransfers(m_options, error))
+        return false;
+#endif
+
+    Router router;
+    const AccountServices services = {
+        parts->store, *parts->sessions, *parts->site, *parts->icons, {m_options.publicUrl, m_options.http.base}};
+    registerAccountRoutes(router, services);
+    registerTicketRoutes(router, services, parts->tickets, [p = parts.get()](const std::string &id) {
+        const auto found = p->listeners.find(id);
+        return found == p->listeners.end() ? TransferListener() : found->second;
+    });
+#ifdef ARKVALE_SERVICE_FILES
+    FileRoutes::Options files;
+    files.thumbnailer = besideThisProgram("arkvale-thumbnailer");
+    parts->files = registerFileRoutes(router, *parts->site, files);
+#endif
+    parts->http = std::make_unique<HttpServer>(
+        m_options.http, std::move(router),
+        [p = parts.get()](Request &request, Access access) { return p->signatures->check(request, access); });
+    if (!parts->http->start(error))
+        return false;
+    parts->site->recountAll();
+    m_parts = std::move(parts);
+    return true;
+}
+
+void Service::stop()
+{
+    if (!m_parts)
+        return;
+#ifdef ARKVALE_SERVICE_FILES
+    m_parts->files->stop();
+#endif
+    // No request can ask for a ticket any more when the transfers end.
+    m_parts->http->stop();
+#ifdef ARKVALE_SERVICE_TRANSFER
+    for (const auto &transfer : m_parts->transfers)
+        transfer->stop();
+#endif
+    m_parts->signatures->save();
+    m_parts.reset();
+}
+
+nlohmann::json Service::addresses() const
+{
+    const std::string scheme = m_options.http.tlsCertificate.empty() ? "http://" : "https://";
+    std::string host = m_options.http.listen;
+    // What listens everywhere is reached here.
+    if (host == "0.0.0.0" || host == "::")
+        host = host == "::" ? "::1" : "127.0.0.1";
+    if (host.find(':') != std::string::npos)
+        host = '[' + host + ']';
+    std::string base = m_options.publicUrl;
+    if (base.empty())
+        base = scheme + host + ':' + std::to_string(m_parts->http->port()) + m_options.http.base;
+    nlohmann::json list = nlohmann::json::array();
+    for (const SubCenterInfo &info : m_parts->site->subCenters())
+        list.push_back({{"id", info.id},
+                        {"name", info.name},
+                        {"orv", base + "/sc/" + percentEncode(info.id)},
+                        {"transferPort", info.transferPort}});
+    return {{"http", base}, {"subCenters", list}};
+}
+
+} // namespace arkvale::service

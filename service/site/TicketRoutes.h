@@ -1,0 +1,28 @@
+#pragma once
+
+#include "AccountRoutes.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace arkvale::service {
+
+class TicketStore;
+
+/// What clients are told of a sub-center's transfer listener.
+struct TransferListener
+{
+    std::string fingerprint; ///< SHA-256 of its certificate, lower-case hexadecimal
+    std::uint16_t port = 0;  ///< 0: it does not run
+};
+
+/// Transfer tickets, for requests that are signed with the transfer credentials.
+void registerTicketRoutes(Router &router, const AccountServices &services, TicketStore &tickets,
+                          std::function<TransferListener(const std::string &subCenterId)> listener);
+
+/// A drive path brought to the form "/a/b". Empty when it is not absolute, or when one of its names is none: empty,
+/// "." or "..".
+std::string cleanDrivePath(const std::string &path);
+
+} // namespace arkvale::service
