@@ -147,7 +147,7 @@ Response profile(const AccountServices &services, const Request &request)
     if (!account)
         return Response::error(404, "not-found", "The user is gone.");
     const std::string icon =
-        account->icon.empty() ? "icons/users/" + percentEncode(account->name) + ".png" : account->icon;
+        account->icon.empty() ? "icons/user/" + percentEncode(account->name) + ".png" : account->icon;
     return Response::json({{"username", account->name},
                            {"nickname", account->nickname},
                            {"mobile", account->mobile},

@@ -182,13 +182,13 @@ std::optional<std::string> Icons::png(const std::string &name) const
         return std::nullopt;
     const std::string group = name.substr(0, slash);
     const std::string item = name.substr(slash + 1, name.size() - slash - 1 - ending.size());
-    if ((group != "users" && group != "subcenters" && group != "files") || !isUserName(item))
+    if ((group != "user" && group != "subcenter" && group != "file") || !isUserName(item))
         return std::nullopt;
     if (auto bytes = stored(name))
         return bytes;
-    if (group == "users")
+    if (group == "user")
         return pngOf(avatar(item));
-    if (group == "subcenters")
+    if (group == "subcenter")
         return pngOf(subCenter(item));
     return pngOf(fileIcon(item));
 }

@@ -16,7 +16,7 @@ public:
     {
     }
 
-    /// PNG of @p name, such as "users/anna.png", "subcenters/2.png" or "files/image.png". A kind of file that is not
+    /// PNG of @p name, such as "user/anna.png", "subcenter/2.png" or "file/image.png". A kind of file that is not
     /// known gets the plain sheet. Empty for any other name.
     std::optional<std::string> png(const std::string &name) const;
 

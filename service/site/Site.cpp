@@ -24,7 +24,7 @@ Site::Site(AccountStore &store)
         info.id = record.id;
         info.name = record.name;
         info.rootFolder = record.root;
-        info.icon = record.icon.empty() ? "icons/subcenters/" + percentEncode(record.id) + ".png" : record.icon;
+        info.icon = record.icon.empty() ? "icons/subcenter/" + percentEncode(record.id) + ".png" : record.icon;
         info.transferHost = record.transferHost;
         m_subCenters.push_back(info);
     }
