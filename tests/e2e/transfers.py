@@ -1,0 +1,182 @@
+#!/usr/bin/env python3
+"""The command line moves real trees both ways: the real client against the real service, digests compared on disk."""
+import os
+import shutil
+import signal
+import sys
+import time
+
+import rig as rigs
+from rig import Failure, wait_for
+
+
+def home_of(rig):
+    """The demo user's home in sub-center 1, on the service's disk."""
+    return os.path.join(rig.data, "centers", "1", "homes", "demo")
+
+
+def login(rig, *more):
+    return rig.start_client("-user", "demo", "-pass", "demo", "-sc", "1", *more)
+
+
+def upload(rig, source, remote, files=(), folders=()):
+    return login(rig, "-m", "0", "-fl", ",".join(files), "-dl", ",".join(folders), "-l", source, "-r", remote)
+
+
+def download(rig, remote, target, files=(), folders=()):
+    return login(rig, "-m", "1", "-fl", ",".join(files), "-dl", ",".join(folders), "-l", target, "-r", remote)
+
+
+def settled(a, b):
+    """No file in flight any more and the same names, sizes and times."""
+    return lambda: rigs.same(a, b)
+
+
+def trees(rig):
+    """Everything odd: up in one go, down in one go; existing files are replaced and folders merged."""
+    rig.start_service()
+    source = os.path.join(rig.folder, "source")
+    rigs.make_tree(f"{source}/tree")
+    for name in ("a b.txt", "it's %1.bin", "\u6e32\u67d3.exr"):
+        rigs.write(f"{source}/{name}", name.encode() * 1000)
+    singles = [n for n in sorted(os.listdir(source)) if n != "tree"]
+    remote = os.path.join(home_of(rig), "e2e")
+    rigs.write(f"{remote}/a b.txt", b"an older file that is replaced")
+    rigs.write(f"{remote}/tree/edges/kept.txt", b"a folder that is merged keeps this")
+
+    client = upload(rig, source, "/e2e", singles + ["", "no such file"], ["tree", ""])
+    rigs.write(f"{source}/tree/edges/kept.txt", b"a folder that is merged keeps this")
+    shutil.copystat(f"{remote}/tree/edges/kept.txt", f"{source}/tree/edges/kept.txt")
+    wait_for(lambda: rigs.listing(source).keys() == rigs.listing(remote).keys(), 120, "the upload")
+    rig.stop_client(client)
+    # The merged folder was touched on both sides, its own time says nothing.
+    for top in (source, remote):
+        os.utime(f"{top}/tree/edges", (1, 1))
+    rigs.compare(source, remote)
+
+    target = os.path.join(rig.folder, "target")
+    client = download(rig, "/e2e", target, singles, ["tree"])
+    wait_for(settled(source, target), 120, "the download")
+    rig.stop_client(client)
+    rigs.compare(source, target)
+
+
+def huge(rig):
+    """5 GiB up and down; the source is sparse, with marks at places where 32-bit numbers end."""
+    rig.start_service()
+    source = os.path.join(rig.folder, "source")
+    os.makedirs(source)
+    size = 5 << 30
+    with open(f"{source}/scene.bin", "wb") as f:
+        f.truncate(size)
+        for at in (0, (1 << 31) - 3, 1 << 31, (1 << 32) - 3, 1 << 32, size - 9):
+            f.seek(at)
+            f.write(b"mark %d" % (at % 9))
+        f.truncate(size)
+    client = upload(rig, source, "/huge", ["scene.bin"])
+    remote = os.path.join(home_of(rig), "huge")
+    wait_for(lambda: os.path.exists(f"{remote}/scene.bin"), 240, "the upload")
+    rig.stop_client(client)
+    rigs.compare(source, remote)
+    os.remove(f"{source}/scene.bin")
+    target = os.path.join(rig.folder, "target")
+    client = download(rig, "/huge", target, ["scene.bin"])
+    wait_for(lambda: os.path.exists(f"{target}/scene.bin"), 240, "the download")
+    rig.stop_client(client)
+    rigs.compare(remote, target)
+
+
+def big_source(rig, size=400 << 20):
+    source = os.path.join(rig.folder, "source")
+    os.makedirs(source)
+    with open(f"{source}/big.bin", "wb") as f:
+        block = os.urandom(1 << 20)
+        for at in range(size >> 20):
+            f.write(at.to_bytes(8, "little") + block[8:])
+    return source
+
+
+def growing(path, least):
+    return lambda: any(n.endswith(".ZPDT.cache") and os.stat(os.path.join(path, n)).st_blocks * 512 > least
+                       for n in (os.listdir(path) if os.path.isdir(path) else ()))
+
+
+def service_restart(rig):
+    """The service is killed in mid-upload and started again: the running client finishes by itself."""
+    rig.start_service()
+    source = big_source(rig)
+    remote = os.path.join(home_of(rig), "restart")
+    client = upload(rig, source, "/restart", ["big.bin"])
+    wait_for(growing(remote, 4 << 20), 30, "the upload begins")
+    rig.stop_service(signal.SIGKILL)
+    if os.path.exists(f"{remote}/big.bin"):
+        raise Failure("the upload was over before the service could be killed")
+    time.sleep(2)
+    rig.start_service()
+    wait_for(settled(source, remote), 60, "the upload after the service came back")
+    rig.stop_client(client)
+    rigs.compare(source, remote)
+
+
+def client_killed(rig):
+    """The client is killed in mid-download; the next one asked for the same continues; an old file stays till then."""
+    rig.start_service()
+    source = big_source(rig)
+    home = os.path.join(home_of(rig), "killed")
+    os.makedirs(home)
+    os.rename(f"{source}/big.bin", f"{home}/big.bin")
+    target = os.path.join(rig.folder, "target")
+    rigs.write(f"{target}/big.bin", b"the old one")
+    client = download(rig, "/killed", target, ["big.bin"])
+    wait_for(growing(target, 4 << 20), 30, "the download begins")
+    client.kill()
+    client.wait()
+    with open(f"{target}/big.bin", "rb") as f:
+        if f.read(64) != b"the old one":
+            raise Failure("the old file was touched before the new one was whole")
+    client = download(rig, "/killed", target, ["big.bin"])
+    wait_for(settled(home, target), 60, "the download after the kill")
+    rig.stop_client(client)
+    rigs.compare(home, target)
+
+
+def second_instance(rig):
+    """A second client says so, ends with 0 and leaves the first alone."""
+    rig.start_service()
+    first = login(rig)
+    wait_for(lambda: os.listdir(f"{rig.home}/config"), 30, "the first client has logged in")
+    second = login(rig)
+    try:
+        second.wait(20)
+    except Exception as error:
+        raise Failure(f"the second client did not end: {error}")
+    if second.returncode != 0 or "ArkvaleTolma already running." not in rig.log_of(second):
+        raise Failure(f"the second client ended with {second.returncode}: {rig.log_of(second)}")
+    rig.stop_client(first)
+
+
+def bad_settings(rig):
+    """A wrong, an empty and a truncated settings file, or a dead service, end in a waiting login dialog."""
+    spoilt = {
+        "empty": lambda text: "",
+        "truncated": lambda text: text[:len(text) // 2],
+        "garbage": lambda text: "\0\x01{[",
+        "an array": lambda text: "[1, 2]",
+        "wrong types": lambda text: text.replace('"Auth": "', '"Auth": 5, "x": "').replace('"ZPDT": {', '"ZPDT": 7, "y": {'),
+        "dead service": lambda text: text,
+    }
+    for what, change in spoilt.items():
+        client = rig.start_client(change=change)
+        end = time.monotonic() + 2
+        while time.monotonic() < end:
+            if client.poll() is not None:
+                raise Failure(f"{what}: the client ended with {client.returncode}")
+            time.sleep(0.1)
+        rig.stop_client(client)
+        if "ERROR: " in rig.log_of(client):
+            raise Failure(f"{what}: {rig.log_of(client)}")
+
+
+if __name__ == "__main__":
+    sys.exit(rigs.main({c.__name__: c for c in (trees, huge, service_restart, client_killed, second_instance,
+                                                bad_settings)}))
