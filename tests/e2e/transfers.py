@@ -12,7 +12,7 @@ from rig import Failure, wait_for
 
 def home_of(rig):
     """The demo user's home in sub-center 1, on the service's disk."""
-    return os.path.join(rig.data, "centers", "1", "homes", "demo")
+    return os.path.join(rig.data, "centers", "1", "demo")
 
 
 def login(rig, *more):

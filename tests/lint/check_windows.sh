@@ -13,7 +13,7 @@ arch=$(dirname "$qt")
 # Headers of header-only and C libraries, linked one by one: /usr/include itself would bring in the host's C library.
 rm -rf "$work/include"
 mkdir -p "$work/include/openssl"
-for name in nlohmann spdlog fmt asio asio.hpp xxhash.h xxh3.h; do
+for name in nlohmann spdlog fmt asio asio.hpp xxhash.h xxh3.h zlib.h zconf.h; do
     [ ! -e "/usr/include/$name" ] || ln -s "/usr/include/$name" "$work/include/$name"
 done
 ln -s /usr/include/openssl/* "$work/include/openssl/"

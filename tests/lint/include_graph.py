@@ -35,11 +35,13 @@ ALLOWED = {
     "imports/zpdtwire": [],
     "imports/zpt_logger": [],
     "imports/updateservice": [],
-    "service": ["service/http", "service/accounts", "service/files", "service/transfer", "imports/zpdtwire"],
+    "service": ["service/http", "service/context", "service/accounts", "service/files", "service/transfer"],
     "service/http": [],
-    "service/accounts": ["service/http"],
-    "service/files": ["service/http", "imports/zpdtwire"],
-    "service/transfer": ["service/http", "imports/zpdtwire"],
+    "service/context": ["service/http"],
+    "service/accounts": ["service/http", "service/context"],
+    "service/thumbnailer": [],
+    "service/files": ["service/http", "service/context", "service/thumbnailer", "imports/zpdtwire"],
+    "service/transfer": ["imports/zpdtwire"],
 }
 # Folders that know Qt Core alone, or no Qt at all.
 CORE_ONLY = ["drive/records", "session/records"]
