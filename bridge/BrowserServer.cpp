@@ -1,0 +1,236 @@
+#include "BrowserServer.h"
+
+#include "BridgeRequest.h"
+#include "GlobalConfig.h"
+
+#include <QDebug>
+#include <QHostAddress>
+#include <QWebSocket>
+#include <QWebSocketServer>
+
+#include <exception>
+
+namespace {
+
+constexpr int kLogLevel = 600;
+constexpr int kMostClients = 64;
+constexpr quint64 kMostMessageBytes = 1024 * 1024;
+const wchar_t *const kSource = L"Code\\BrowserServer";
+
+const QLatin1String kSwitchingUsers("{\"action\":\"login\", \"ver\": \"1.0.0\", \"wait\": 2,  \"status\" : 200 }");
+const QLatin1String kReadyAnswer("{\"action\":\"login\", \"ver\": \"1.0.0\", \"wait\": 0,  \"status\" : %1 }");
+const QLatin1String kWaitAnswer("{\"action\":\"login\", \"ver\": \"1.0.0\", \"wait\": 1,  \"status\" : %1 }");
+const QLatin1String kNowReady("{\"action\":\"SendOK\", \"status\" : 200}");
+
+} // namespace
+
+BrowserServer::BrowserServer(quint16 port, const OrvClient &client, QObject *parent)
+    : QObject(parent)
+    , m_client(client)
+    , m_port(port)
+    , m_config(GlobalConfig::instance())
+{
+    qRegisterMetaType<QList<FileItem>>("QList<FileItem>");
+    connect(&m_client, SIGNAL(authFinished(qint64, int, QByteArray)), this,
+            SLOT(onAuthFinished(qint64, int, QByteArray)));
+}
+
+BrowserServer::~BrowserServer()
+{
+    if (m_running)
+        Stop();
+    // What remains are pages that have not taken note of the close yet; they must not report to a bridge that is gone.
+    const QList<QWebSocket *> open = m_clients + findChildren<QWebSocket *>();
+    for (QWebSocket *client : open)
+        client->disconnect(this);
+}
+
+quint16 BrowserServer::port() const
+{
+    return m_running ? m_server->serverPort() : 0;
+}
+
+void BrowserServer::writeLog(const QString &message, int line)
+{
+    emit sigWriteLog(m_loggerId, kLogLevel, message, kSource, line);
+}
+
+void BrowserServer::Start()
+{
+    if (m_running) {
+        qDebug() << "Failed to"
+                 << "BrowserServer::Start"
+                 << "it's already running...";
+        return;
+    }
+    if (!m_server) {
+        m_server = new QWebSocketServer(QStringLiteral("ZPT Browser Server"), QWebSocketServer::NonSecureMode, this);
+        m_server->setMaxPendingConnections(kMostClients);
+        connect(m_server, SIGNAL(newConnection()), this, SLOT(onNewConnection()));
+        connect(m_server, SIGNAL(closed()), this, SLOT(onServerClosed()));
+        connect(m_server, SIGNAL(sslErrors(QList<QSslError>)), this, SLOT(onSslErrors(QList<QSslError>)));
+    }
+    if (!m_server->listen(QHostAddress(QHostAddress::LocalHost), m_port)) {
+        qDebug() << "ZPT Browser Server Error to listen on port" << m_port << m_server->errorString();
+        return;
+    }
+    m_running = true;
+    qDebug() << "ZPT Browser Server listening on port" << m_server->serverPort();
+    writeLog(QStringLiteral("ZPT Browser Server listening on port %1").arg(m_server->serverPort()), __LINE__);
+}
+
+void BrowserServer::Stop()
+{
+    if (!m_running) {
+        qDebug() << "Failed to"
+                 << "BrowserServer::Stop"
+                 << ", it's not running...";
+        return;
+    }
+    m_running = false;
+    m_server->close();
+    writeLog(QStringLiteral("ZPT Browser Server stopped"), __LINE__);
+}
+
+void BrowserServer::setReady(bool ready)
+{
+    m_ready = ready;
+    if (!ready)
+        return;
+    for (QWebSocket *client : qAsConst(m_clients)) {
+        writeLog(QStringLiteral("Notify to prepared client[%1]: %2 ").arg(client->origin(), kNowReady), __LINE__);
+        client->sendTextMessage(kNowReady);
+    }
+}
+
+void BrowserServer::onNewConnection()
+{
+    while (QWebSocket *client = m_server->nextPendingConnection()) {
+        if (m_clients.size() >= kMostClients) {
+            connect(client, &QWebSocket::disconnected, client, &QObject::deleteLater);
+            client->close(QWebSocketProtocol::CloseCodePolicyViolated, QStringLiteral("too many connections"));
+            continue;
+        }
+        qDebug() << "Client connected:" << client->peerName() << client->origin();
+        writeLog(QStringLiteral("Client connected %1 %2").arg(client->peerName(), client->origin()), __LINE__);
+        client->setMaxAllowedIncomingMessageSize(kMostMessageBytes);
+        client->setMaxAllowedIncomingFrameSize(kMostMessageBytes);
+        connect(client, SIGNAL(textMessageReceived(QString)), this, SLOT(receivedTextMessage(QString)));
+        connect(client, SIGNAL(binaryMessageReceived(QByteArray)), this, SLOT(receivedBinaryMessage(QByteArray)));
+        connect(client, SIGNAL(disconnected()), this, SLOT(socketDisconnected()));
+        m_clients << client;
+    }
+}
+
+void BrowserServer::receivedTextMessage(QString message)
+{
+    auto *client = qobject_cast<QWebSocket *>(sender());
+    if (!client) {
+        qDebug() << "Don't know where send the message";
+        return;
+    }
+    writeLog(QStringLiteral("Received message from client[%1]: %2 ").arg(client->origin(), message), __LINE__);
+    try {
+        processTextMessage(client, message);
+    } catch (const std::exception &) {
+        writeLog(QStringLiteral("catched ! Received message from client[%1]: %2 ").arg(client->origin(), message),
+                 __LINE__);
+    }
+}
+
+void BrowserServer::processTextMessage(QWebSocket *client, const QString &message)
+{
+    const BridgeRequest request = BridgeRequest::parse(message);
+    if (request.refused > 0)
+        writeLog(
+            QStringLiteral("Refused %1 names of client[%2]").arg(QString::number(request.refused), client->origin()),
+            __LINE__);
+    switch (request.action) {
+    case BridgeRequest::Login:
+        processLogin(client, request);
+        break;
+    case BridgeRequest::Upload:
+        writeLog(QStringLiteral("Process upload message client[%1]: %2:%3 ")
+                     .arg(client->origin(), request.center, request.dest),
+                 __LINE__);
+        emit uploadRequest(request.center, request.dest);
+        break;
+    case BridgeRequest::Download:
+        emit downloadRequest(request.center, request.items);
+        qDebug() << "void BrowserServer::processTextMessage(QString message) return";
+        break;
+    case BridgeRequest::Logout:
+        emit sigSwitchUser(QString());
+        break;
+    case BridgeRequest::Ignored:
+        break;
+    }
+}
+
+void BrowserServer::processLogin(QWebSocket *client, const BridgeRequest &request)
+{
+    const QString current = m_config->currentUser().username;
+    if (!current.isEmpty() && request.username != current) {
+        writeLog(QStringLiteral("[%1]Login request %2 not match logined user %3, logout ")
+                     .arg(client->origin(), request.username, current),
+                 __LINE__);
+        m_switchRequested = true;
+        client->sendTextMessage(kSwitchingUsers);
+        return;
+    }
+    const qint64 id = m_client.auth(request.username, request.token);
+    writeLog(QStringLiteral("Process login message client[%1]: %2:%3,%4 ")
+                 .arg(client->origin(), request.username, request.token, request.center),
+             __LINE__);
+    m_config->setRequestedSubCenterId(request.center);
+    m_pendingAuth.insert(id, client);
+}
+
+void BrowserServer::receivedBinaryMessage(QByteArray message)
+{
+    if (auto *client = qobject_cast<QWebSocket *>(sender()))
+        client->sendBinaryMessage(message);
+}
+
+void BrowserServer::socketDisconnected()
+{
+    qDebug() << "Client disconnected";
+    auto *client = qobject_cast<QWebSocket *>(sender());
+    if (!client)
+        return;
+    m_clients.removeAll(client);
+    // Its login may still be under way; nobody is left to be told.
+    for (auto it = m_pendingAuth.begin(); it != m_pendingAuth.end();) {
+        if (it.value() == client)
+            it = m_pendingAuth.erase(it);
+        else
+            ++it;
+    }
+    client->deleteLater();
+}
+
+void BrowserServer::onServerClosed()
+{
+    // Closing may answer at once and change the list.
+    const QList<QWebSocket *> clients = m_clients;
+    m_clients.clear();
+    for (QWebSocket *client : clients)
+        client->close(QWebSocketProtocol::CloseCodeNormal, QString());
+}
+
+void BrowserServer::onSslErrors(QList<QSslError>)
+{
+    qDebug() << "Ssl errors occurred";
+}
+
+void BrowserServer::onAuthFinished(qint64 id, int code, QByteArray body)
+{
+    // The body holds the access pair of the session and goes to no log.
+    qDebug() << "onAuthFinished" << body.size();
+    QWebSocket *client = m_pendingAuth.take(id);
+    if (!client)
+        return;
+    const QString answer = QString(m_ready ? kReadyAnswer : kWaitAnswer).arg(code);
+    writeLog(QStringLiteral("Auth finished responsed client[%1]: %2 ").arg(client->origin(), answer), __LINE__);
+    client->sendTextMessage(answer);
+}

@@ -1,0 +1,436 @@
+#include "TransferringWidget.h"
+
+#include "EnginePort.h"
+#include "FinishedListWidget.h"
+#include "GlobalConfig.h"
+#include "MsgBox.h"
+#include "MsgDlg.h"
+#include "TransferDispatch.h"
+#include "TransferListWidget.h"
+#include "TransferTaskModel.h"
+#include "TransferTexts.h"
+
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QTabWidget>
+#include <QTimer>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int kRefreshInterval = 500; // milliseconds
+/// A notice that names thousands of files helps nobody.
+constexpr int kMostNames = 10;
+
+TransferringWidget *s_instance = nullptr;
+
+void registerTypes()
+{
+    qRegisterMetaType<TaskRecord>("TaskRecord");
+    qRegisterMetaType<QList<TaskRecord>>("QList<TaskRecord>");
+    qRegisterMetaType<ZPDTCMDTYPE>("ZPDTCMDTYPE");
+    qRegisterMetaType<ZpdtProgress>("ZpdtProgress");
+    qRegisterMetaType<QList<ZpdtConnectionInfo>>("QList<ZpdtConnectionInfo>");
+    qRegisterMetaType<QList<FileItem>>("QList<FileItem>");
+    qRegisterMetaType<SubCenter>("SubCenter");
+}
+
+QString titleWithCount(const QString &name, qint64 count)
+{
+    return count < 1 ? name : QStringLiteral("%1 (%2)").arg(name).arg(count);
+}
+
+QPushButton *button(const QString &name)
+{
+    auto *made = new QPushButton;
+    made->setObjectName(name);
+    return made;
+}
+
+} // namespace
+
+TransferringWidget::TransferringWidget(QWidget *parent)
+    : QWidget(parent)
+{
+    setObjectName(QStringLiteral("wid_transferring"));
+    registerTypes();
+    m_engine = std::make_unique<TransferModule>(GlobalConfig::instance()->currentUser().authentication);
+    m_port = std::make_unique<TransferModulePort>(m_engine.get());
+    m_dispatch = new TransferDispatch(m_port.get(), this);
+    m_dispatch->setQuestion([this](const QString &html) {
+        MsgBox question(window());
+        question.setTitle(tr("Tip"));
+        question.setText(html);
+        return question.exec() == QDialog::Accepted;
+    });
+    s_instance = this;
+
+    buildTabs();
+    auto *timer = new QTimer(this);
+    connect(timer, SIGNAL(timeout()), this, SLOT(RefreshTaskCount()));
+    timer->start(kRefreshInterval);
+    m_dispatch->applyConcurrence();
+    connectEngine();
+    connectLists();
+    retranslate();
+}
+
+TransferringWidget::~TransferringWidget()
+{
+    if (s_instance == this)
+        s_instance = nullptr;
+    // First the engine with its threads, so that no report finds half a page.
+    m_engine->disconnect(this);
+    m_port.reset();
+    m_engine.reset();
+}
+
+TransferringWidget *TransferringWidget::instance()
+{
+    return s_instance;
+}
+
+QWidget *TransferringWidget::buildTab(const QString &name, QWidget *list, const QList<QPushButton *> &buttons)
+{
+    auto *tab = new QWidget;
+    tab->setObjectName(name);
+    auto *bar = new QHBoxLayout;
+    bar->setContentsMargins(12, 10, 12, 6);
+    for (QPushButton *entry : buttons)
+        bar->addWidget(entry);
+    bar->addStretch();
+    auto *layout = new QVBoxLayout(tab);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addLayout(bar);
+    layout->addWidget(list);
+    return tab;
+}
+
+void TransferringWidget::buildTabs()
+{
+    m_uploads = new TransferListWidget(ZPDT_UPLOAD);
+    m_downloads = new TransferListWidget(ZPDT_DOWNLOAD);
+    m_finished = new FinishedListWidget;
+    m_tabs = new QTabWidget(this);
+    m_tabs->setObjectName(QStringLiteral("tabwid_transfer"));
+    m_tabs->setDocumentMode(true);
+    for (TransferListWidget *list : {m_uploads, m_downloads}) {
+        const QString suffix = list == m_uploads ? QStringLiteral("upload") : QStringLiteral("download");
+        m_startAll << button(QStringLiteral("btn_start_all_") + suffix);
+        m_pauseAll << button(QStringLiteral("btn_pause_all_") + suffix);
+        m_cancelAll << button(QStringLiteral("btn_cancel_all_") + suffix);
+        connect(m_startAll.last(), SIGNAL(clicked()), list, SLOT(StartAllTask()));
+        connect(m_pauseAll.last(), SIGNAL(clicked()), list, SLOT(PauseAllTask()));
+        connect(m_cancelAll.last(), SIGNAL(clicked()), list, SLOT(CancelAllTask()));
+        m_tabs->addTab(
+            buildTab(QStringLiteral("tab_") + suffix, list, {m_startAll.last(), m_pauseAll.last(), m_cancelAll.last()}),
+            QString());
+    }
+    m_clearAll = button(QStringLiteral("btn_clear_all"));
+    connect(m_clearAll, SIGNAL(clicked()), m_finished, SLOT(RemoveAllFinishedTaskRecord()));
+    m_tabs->addTab(buildTab(QStringLiteral("tab_finished"), m_finished, {m_clearAll}), QString());
+
+    m_connectionNotice = new QLabel;
+    m_connectionNotice->setObjectName(QStringLiteral("label_connection"));
+    m_connectionNotice->setTextFormat(Qt::PlainText);
+    m_connectionNotice->setContentsMargins(0, 0, 12, 0);
+    m_connectionNotice->hide();
+    m_tabs->setCornerWidget(m_connectionNotice);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_tabs);
+}
+
+void TransferringWidget::connectEngine()
+{
+    TransferModule *engine = m_engine.get();
+    connect(engine, SIGNAL(TaskCreated(QList<TaskRecord>, ZPDTCMDTYPE)), this,
+            SLOT(OnFileTaskCreate(QList<TaskRecord>, ZPDTCMDTYPE)));
+    connect(engine, SIGNAL(TaskStarted(QList<TaskRecord>, ZPDTCMDTYPE)), this,
+            SLOT(OnFileTaskStart(QList<TaskRecord>, ZPDTCMDTYPE)));
+    connect(engine, SIGNAL(TaskFinished(QList<TaskRecord>, ZPDTCMDTYPE)), this,
+            SLOT(OnFileTaskFinished(QList<TaskRecord>, ZPDTCMDTYPE)));
+    connect(engine, SIGNAL(TaskRetrans(QList<TaskRecord>, ZPDTCMDTYPE)), this,
+            SLOT(OnFileTaskRetrans(QList<TaskRecord>, ZPDTCMDTYPE)));
+    connect(engine, SIGNAL(TaskDirCreated(QStringList)), this, SLOT(OnFolderUploadFinished(QStringList)));
+    connect(engine, SIGNAL(TaskPauseEnd(QList<TaskRecord>, ZPDTCMDTYPE)), this,
+            SLOT(OnPauseEnd(QList<TaskRecord>, ZPDTCMDTYPE)));
+    connect(engine, SIGNAL(TaskCancelEnd(QList<TaskRecord>, ZPDTCMDTYPE)), this,
+            SLOT(OnCancelEnd(QList<TaskRecord>, ZPDTCMDTYPE)));
+    connect(engine, SIGNAL(TaskExist(QList<TaskRecord>)), this, SLOT(OnTaskExist(QList<TaskRecord>)));
+    connect(engine, SIGNAL(TaskCreatePausedCount(qint64, ZPDTCMDTYPE)), this,
+            SLOT(TransferTaskCountChanged(qint64, ZPDTCMDTYPE)));
+    connect(engine, SIGNAL(ConnectionInfoChanged(QList<ZpdtConnectionInfo>)), this,
+            SLOT(OnConnectionInfoChanged(QList<ZpdtConnectionInfo>)));
+    for (TransferListWidget *list : {m_uploads, m_downloads}) {
+        connect(engine, SIGNAL(TaskCreateCount(qint64, ZPDTCMDTYPE)), list, SLOT(CreateCount(qint64, ZPDTCMDTYPE)));
+        connect(engine, SIGNAL(TaskProgressChanged(TaskRecord, ZpdtProgress)), list,
+                SLOT(OnProgressChanged(TaskRecord, ZpdtProgress)));
+        connect(list, SIGNAL(sigRegisterPausedTask(QList<TaskRecord>)), engine,
+                SIGNAL(SigRegisterPausedTask(QList<TaskRecord>)));
+        connect(list, SIGNAL(sigUnRegisterPausedTask(QList<TaskRecord>)), engine,
+                SIGNAL(SigUnRegisterPausedTask(QList<TaskRecord>)));
+    }
+}
+
+void TransferringWidget::connectLists()
+{
+    for (TransferListWidget *list : {m_uploads, m_downloads}) {
+        connect(list, SIGNAL(sigStartTask(TaskRecord)), this, SLOT(StartTask(TaskRecord)));
+        connect(list, SIGNAL(sigPauseTask(TaskRecord)), this, SLOT(PauseTask(TaskRecord)));
+        connect(list, SIGNAL(sigCancelTask(TaskRecord)), this, SLOT(CancelTask(TaskRecord)));
+        connect(list, SIGNAL(sigStartAllTask(QList<TaskRecord>)), this, SLOT(StartAllTask(QList<TaskRecord>)));
+        connect(list, SIGNAL(sigPauseAllTask()), this, SLOT(PauseAllTask()));
+        connect(list, SIGNAL(sigCancelAllTask()), this, SLOT(CancelAllTask()));
+        connect(list, SIGNAL(sigTransferTaskCountChanged(qint64, ZPDTCMDTYPE)), this,
+                SLOT(TransferTaskCountChanged(qint64, ZPDTCMDTYPE)));
+        connect(list, SIGNAL(sigButtonStateChanged(bool)), this, SLOT(OnButtonStateChanged(bool)));
+    }
+    connect(m_finished, SIGNAL(sigRetryTask(TaskRecord)), this, SLOT(StartTask(TaskRecord)));
+    connect(m_finished, SIGNAL(sigFinishTaskCountChanged(qint64)), this, SLOT(FinishTaskCountChanged(qint64)));
+}
+
+void TransferringWidget::retranslate()
+{
+    for (int i = 0; i < m_startAll.size(); ++i) {
+        m_startAll.at(i)->setText(tr("Start All"));
+        m_pauseAll.at(i)->setText(tr("Pause All"));
+        m_cancelAll.at(i)->setText(tr("Cancel All"));
+    }
+    m_clearAll->setText(tr("Clear All"));
+    RefreshTaskCount();
+}
+
+void TransferringWidget::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    QWidget::changeEvent(event);
+}
+
+TransferListWidget *TransferringWidget::listOf(ZPDTCMDTYPE type) const
+{
+    return type == ZPDT_UPLOAD ? m_uploads : m_downloads;
+}
+
+int TransferringWidget::runningCount() const
+{
+    return m_uploads->model()->activeCount() + m_downloads->model()->activeCount();
+}
+
+void TransferringWidget::Upload(QStringList files, QStringList folders, SubCenter center, QString remoteDir)
+{
+    if (m_dispatch->Upload(files, folders, center, remoteDir))
+        emit ChangeTransferStatus(1);
+}
+
+void TransferringWidget::Download(QList<FileItem> files, QList<FileItem> folders, SubCenter center, QString localDir)
+{
+    if (m_dispatch->Download(files, folders, center, localDir))
+        emit ChangeTransferStatus(1);
+}
+
+void TransferringWidget::StartTask(TaskRecord task)
+{
+    m_dispatch->StartTask(task);
+}
+
+void TransferringWidget::PauseTask(TaskRecord task)
+{
+    m_dispatch->PauseTask(task);
+}
+
+void TransferringWidget::CancelTask(TaskRecord task)
+{
+    m_dispatch->CancelTask(task);
+}
+
+void TransferringWidget::StartAllTask(QList<TaskRecord> tasks)
+{
+    m_dispatch->StartAllTask(tasks);
+}
+
+void TransferringWidget::PauseAllTask()
+{
+    if (sender())
+        m_dispatch->PauseAllTask(sender()->objectName());
+}
+
+void TransferringWidget::CancelAllTask()
+{
+    if (sender())
+        m_dispatch->CancelAllTask(sender()->objectName());
+}
+
+void TransferringWidget::SetZpdtParams(QString subCenterId)
+{
+    m_dispatch->SetZpdtParams(subCenterId);
+}
+
+void TransferringWidget::UpdateStorageCapacity()
+{
+    m_dispatch->updateStorageCapacity();
+}
+
+void TransferringWidget::RefreshTaskCount()
+{
+    m_tabs->setTabText(0, titleWithCount(tr("Uploading"), m_uploadCount));
+    m_tabs->setTabText(1, titleWithCount(tr("Downloading"), m_downloadCount));
+    m_tabs->setTabText(2, titleWithCount(tr("Finished"), m_finishedCount));
+}
+
+void TransferringWidget::InitCount(qint64 uploads, qint64 downloads, qint64 finished)
+{
+    m_uploadCount = uploads;
+    m_downloadCount = downloads;
+    m_finishedCount = finished;
+}
+
+void TransferringWidget::TransferTaskCountChanged(qint64 count, ZPDTCMDTYPE type)
+{
+    (type == ZPDT_UPLOAD ? m_uploadCount : m_downloadCount) = count;
+}
+
+void TransferringWidget::FinishTaskCountChanged(qint64 count)
+{
+    m_finishedCount = count;
+}
+
+void TransferringWidget::OnFileTaskCreate(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
+{
+    m_finished->Withdraw(tasks);
+    listOf(type)->CreateEnd(tasks);
+    emit FileTransferringTaskCreated(type);
+    OnButtonStateChanged(true);
+}
+
+void TransferringWidget::OnFileTaskStart(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
+{
+    m_finished->Withdraw(tasks);
+    listOf(type)->StartEnd(tasks);
+}
+
+void TransferringWidget::OnFileTaskRetrans(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
+{
+    m_finished->Withdraw(tasks);
+    listOf(type)->Retrans(tasks);
+    OnButtonStateChanged(true);
+}
+
+void TransferringWidget::OnFileTaskFinished(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
+{
+    TransferListWidget *list = listOf(type);
+    QStringList names;
+    QStringList uploaded;
+    int others = 0;
+    bool noSpace = false;
+    for (TaskRecord &task : tasks) {
+        // The reason of a failure came with the task's last progress, which the list still holds.
+        const ZpdtProgress progress = list->model()->progress(task);
+        if (!task.FinishDate.isValid())
+            task.FinishDate = QDateTime::currentDateTime();
+        m_finished->add(task, progress.error, progress.errorText);
+        if (task.Status != ZPDT_SUCCESS) {
+            noSpace = noSpace || progress.error == ZpdtError::NoSpace;
+            continue;
+        }
+        if (names.size() < kMostNames)
+            names << TransferTexts::taskName(task);
+        else
+            ++others;
+        if (type == ZPDT_UPLOAD)
+            uploaded << TransferTexts::remotePath(task);
+    }
+    list->Finish(tasks);
+    if (others > 0)
+        names << tr("and %1 more").arg(others);
+    if (!uploaded.isEmpty())
+        emit FileUploadFinished(uploaded);
+    if (!names.isEmpty())
+        emit FileTransferringFinished(names, type);
+    if (noSpace)
+        showStorageExhausted();
+}
+
+void TransferringWidget::OnFolderUploadFinished(QStringList folders)
+{
+    emit FolderUploadFinished(folders);
+}
+
+void TransferringWidget::OnPauseEnd(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
+{
+    listOf(type)->PauseEnd(tasks);
+}
+
+void TransferringWidget::OnCancelEnd(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
+{
+    listOf(type)->CancelEnd(tasks);
+}
+
+void TransferringWidget::OnTaskExist(QList<TaskRecord> tasks)
+{
+    if (tasks.isEmpty())
+        return;
+    QString text = tr("following tasks are already running");
+    const int shown = qMin(tasks.size(), kMostNames);
+    for (int i = 0; i < shown; ++i) {
+        const TaskRecord &task = tasks.at(i);
+        const QString folder = task.From.endsWith(QLatin1Char('/')) ? task.From : task.From + QLatin1Char('/');
+        text += QStringLiteral("\n%1/%2,").arg(i + 1).arg(tasks.size());
+        text +=
+            QStringLiteral("%1:%2%3...")
+                .arg(task.Type == ZPDT_UPLOAD ? tr("Upload") : tr("Download"), folder, TransferTexts::taskName(task));
+    }
+    if (!m_existNotice) {
+        m_existNotice = new MsgDlg(window());
+        m_existNotice->setTitle(tr("Tasks already running"));
+        m_existNotice->setButtonVisible(QStringLiteral("cancel"), false);
+    }
+    m_existNotice->setText(text);
+    // Not exec(): a report of the engine must not wait for a person.
+    if (!m_existNotice->isVisible())
+        m_existNotice->open();
+    OnButtonStateChanged(true);
+}
+
+void TransferringWidget::showStorageExhausted()
+{
+    if (!m_storageNotice) {
+        m_storageNotice = new MsgDlg(window());
+        m_storageNotice->setTitle(tr("Tip"));
+        m_storageNotice->setText(tr("Not enough storage"));
+        m_storageNotice->setButtonVisible(QStringLiteral("ok"), false);
+        m_storageNotice->setButtonText(QStringLiteral("cancel"), tr("cancel"));
+    }
+    if (!m_storageNotice->isVisible())
+        m_storageNotice->open();
+}
+
+void TransferringWidget::OnConnectionInfoChanged(QList<ZpdtConnectionInfo> connections)
+{
+    QStringList lost;
+    QString reasons;
+    for (const ZpdtConnectionInfo &connection : qAsConst(connections)) {
+        if (connection.state == ZpdtConnectionInfo::Connected)
+            continue;
+        const QString name = GlobalConfig::instance()->subCenter(connection.subCenterId).name;
+        lost << (name.isEmpty() ? connection.subCenterId : name);
+        if (reasons.isEmpty())
+            reasons = connection.reason;
+    }
+    lost.removeDuplicates();
+    // An idle engine keeps no connection; only one that transfers wait for is worth a word.
+    const bool shown = !lost.isEmpty() && runningCount() > 0;
+    m_connectionNotice->setText(shown ? tr("Connecting to %1...").arg(lost.join(QStringLiteral(", "))) : QString());
+    m_connectionNotice->setToolTip(QStringLiteral("<qt>%1</qt>").arg(reasons.toHtmlEscaped()));
+    m_connectionNotice->setVisible(shown);
+}
+
+void TransferringWidget::OnButtonStateChanged(bool)
+{
+    emit ChangeTransferStatus(runningCount() > 0 ? 2 : 0);
+}

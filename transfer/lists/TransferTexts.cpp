@@ -1,0 +1,141 @@
+#include "TransferTexts.h"
+
+#include <QDir>
+
+#include <cmath>
+
+namespace {
+
+constexpr double kUnit = 1024.0;
+constexpr qint64 kKilo = 1024;
+constexpr qint64 kMega = kKilo * 1024;
+constexpr qint64 kGiga = kMega * 1024;
+
+QString fixed(double value)
+{
+    return QString::number(value, 'f', 2);
+}
+
+QString joined(const QString &folder, const QString &name)
+{
+    if (folder.isEmpty())
+        return name;
+    return folder.endsWith(QLatin1Char('/')) ? folder + name : folder + QLatin1Char('/') + name;
+}
+
+} // namespace
+
+QString TransferTexts::progress(qint64 done, qint64 total)
+{
+    if (total < 0)
+        return QStringLiteral("0(B)/0(B)");
+    if (total < kKilo)
+        return QStringLiteral("%1(B)/%2(B)").arg(done).arg(total);
+    // One unit for both numbers, so that they can be compared at a glance.
+    if (total < kMega)
+        return QStringLiteral("%1(KB)/%2(KB)").arg(fixed(done / kUnit), fixed(total / kUnit));
+    if (total < kGiga)
+        return QStringLiteral("%1(MB)/%2(MB)").arg(fixed(done / kUnit / kUnit), fixed(total / kUnit / kUnit));
+    return QStringLiteral("%1(GB)/%2(GB)")
+        .arg(fixed(done / kUnit / kUnit / kUnit), fixed(total / kUnit / kUnit / kUnit));
+}
+
+QString TransferTexts::speed(double megabits)
+{
+    if (!(megabits > 0.0) || !std::isfinite(megabits))
+        return QStringLiteral("0 bps");
+    if (megabits < 1.0 / kUnit)
+        return QString::number(static_cast<qint64>(megabits * kUnit * kUnit)) + QStringLiteral(" bps");
+    if (megabits < 1.0)
+        return QString::number(static_cast<qint64>(megabits * kUnit)) + QStringLiteral(" Kbps");
+    if (megabits < kUnit)
+        return fixed(megabits) + QStringLiteral(" Mbps");
+    return fixed(megabits / kUnit) + QStringLiteral(" Gbps");
+}
+
+QString TransferTexts::status(qint32 status)
+{
+    switch (status) {
+    case ZPDT_PREPARING:
+    case ZPDT_CONNECTING:
+        return tr("preparing...");
+    case ZPDT_TRANSFERRING:
+        return tr("transferring...");
+    case ZPDT_PAUSING:
+        return tr("pausing...");
+    case ZPDT_PAUSED:
+        return tr("paused...");
+    case ZPDT_CANCELING:
+        return tr("canceling...");
+    case ZPDT_SUCCESS:
+        return tr("success...");
+    default:
+        return tr("waiting...");
+    }
+}
+
+QString TransferTexts::toggleTip(qint32 status)
+{
+    switch (status) {
+    case ZPDT_PAUSED:
+        return tr("Start");
+    case ZPDT_PAUSING:
+        return tr("Pausing");
+    case ZPDT_CANCELING:
+        return tr("Canceling");
+    default:
+        return tr("Pause");
+    }
+}
+
+QString TransferTexts::reason(ZpdtError error)
+{
+    switch (error) {
+    case ZpdtError::None:
+        break;
+    case ZpdtError::Network:
+        return tr("The connection to the transfer server failed");
+    case ZpdtError::Refused:
+        return tr("The server refused the transfer");
+    case ZpdtError::NotFound:
+        return tr("The source was not found");
+    case ZpdtError::NoSpace:
+        return tr("Not enough storage");
+    case ZpdtError::ChangedSource:
+        return tr("The source changed during the transfer");
+    case ZpdtError::BadName:
+        return tr("A name cannot be stored at the destination");
+    case ZpdtError::Integrity:
+        return tr("The data arrived damaged");
+    case ZpdtError::Cancelled:
+        return tr("Cancelled");
+    case ZpdtError::LocalFile:
+        return tr("A local file cannot be read or written");
+    }
+    return tr("The transfer failed");
+}
+
+QString TransferTexts::taskKey(const TaskRecord &task)
+{
+    return QStringLiteral("*%1*%2*%3*%4*%5*")
+        .arg(task.Path, task.Dest, task.From, task.SubCenterId, QString::number(task.Type));
+}
+
+QString TransferTexts::taskName(const TaskRecord &task)
+{
+    QString path = task.Path;
+    while (path.size() > 1 && path.endsWith(QLatin1Char('/')))
+        path.chop(1);
+    const QString name = path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+    return name.isEmpty() ? path : name;
+}
+
+QString TransferTexts::localPath(const TaskRecord &task)
+{
+    return QDir::cleanPath(task.Type == ZPDT_DOWNLOAD ? joined(task.Dest, taskName(task)) : task.Path);
+}
+
+QString TransferTexts::remotePath(const TaskRecord &task)
+{
+    return task.Type == ZPDT_UPLOAD ? joined(task.Dest, taskName(task)) : task.Path;
+}
