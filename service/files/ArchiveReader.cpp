@@ -86,7 +86,8 @@ std::int64_t ArchiveReader::skipBytes(archive *, void *self, std::int64_t bytes)
 
 Outcome ArchiveReader::damaged() const
 {
-    if (archive_read_has_encrypted_entries(m_pack) > 0)
+    // The library does not stand that question before it knows the format.
+    if (m_known && archive_read_has_encrypted_entries(m_pack) > 0)
         return Outcome::failure(422, "encrypted", "The archive is protected with a password.");
     const char *words = archive_error_string(m_pack);
     return Outcome::failure(422, "bad-archive",
@@ -122,7 +123,8 @@ Outcome ArchiveReader::open(zpdt::SafeFile file)
     archive_read_set_skip_callback(
         m_pack, [](archive *pack, void *self, la_int64_t bytes) -> la_int64_t { return skipBytes(pack, self, bytes); });
     archive_read_set_callback_data(m_pack, this);
-    return archive_read_open1(m_pack) >= ARCHIVE_WARN ? Outcome() : damaged();
+    m_known = archive_read_open1(m_pack) >= ARCHIVE_WARN;
+    return m_known ? Outcome() : damaged();
 }
 
 Outcome ArchiveReader::nameOf(archive_entry *from, Entry &entry) const

@@ -46,6 +46,7 @@ private:
     Outcome nameOf(archive_entry *from, Entry &entry) const;
 
     archive *m_pack = nullptr;
+    bool m_known = false; ///< the file is an archive of a known format
     zpdt::SafeFile m_file;
     std::uint64_t m_size = 0;
     std::uint64_t m_position = 0;

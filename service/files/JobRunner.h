@@ -22,7 +22,7 @@ class JobRunner
 public:
     struct Limits
     {
-        unsigned threads = 3;
+        unsigned threads = 4;      ///< of which one user holds three at most
         unsigned jobsPerUser = 16; ///< waiting and running
         std::chrono::seconds keep{600};
     };
