@@ -433,7 +433,8 @@ void LoginUI::Register()
 
 void LoginUI::UpdateFinished(int retcode)
 {
-    if (retcode > 0)
+    constexpr int kNewerAvailable = 1;
+    if (retcode == kNewerAvailable)
         tell(tr("A new version is available."));
 }
 

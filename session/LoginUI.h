@@ -52,7 +52,7 @@ public slots:
     void Result();
     void LoadUserCfg();
     void SaveUserCfg();
-    /// The updater's answer: above 0 a newer version is there, which the hint line tells; otherwise nothing to tell.
+    /// The updater's answer: with 1 a newer version is there, which the hint line tells; else there is nothing to tell.
     void UpdateFinished(int retcode);
 
 protected:

@@ -113,6 +113,7 @@ private slots:
     void draggingFollowsTheMouse();
     void draggingPassedOn();
     void answersQueue();
+    void picturesAreSharp();
 };
 
 void TestUiDialogs::endings_data()
@@ -318,6 +319,18 @@ void TestUiDialogs::answersQueue()
     QCOMPARE(answers.shown().at(0).title, QStringLiteral("Exit"));
     QCOMPARE(answers.shown().at(0).text, QStringLiteral("Sure?"));
     QCOMPARE(answers.shown().at(1).text, QStringLiteral("<b>x</b>"));
+}
+
+void TestUiDialogs::picturesAreSharp()
+{
+    for (const char *file : {":/ArkvaleTolmaMain/Icon/icon.png", ":/ArkvaleTolmaMain/Icon/logo.svg"}) {
+        for (const qreal ratio : {1.0, 2.0}) {
+            const QPixmap pixmap = DialogFrame::sharpPixmap(QString::fromLatin1(file), QSize(20, 20), ratio);
+            QCOMPARE(pixmap.size(), QSize(20, 20) * ratio);
+            QCOMPARE(pixmap.devicePixelRatio(), ratio);
+        }
+    }
+    QVERIFY(DialogFrame::sharpPixmap(QStringLiteral(":/nothing.png"), QSize(20, 20), 1.0).isNull());
 }
 
 ARKVALE_WIDGET_TEST(TestUiDialogs)
