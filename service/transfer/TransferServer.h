@@ -73,7 +73,7 @@ public:
 
 private:
     struct Private;
-    std::unique_ptr<Private> d;
+    std::shared_ptr<Private> d;
 };
 
 } // namespace arkvale::service

@@ -1,0 +1,380 @@
+#include "CacheFile.h"
+
+#include "DiskHints.h"
+#include "TargetTree.h"
+#include "TreeScan.h"
+
+#include <algorithm>
+#include <random>
+
+namespace zpdt {
+
+namespace {
+
+// The journal lies behind the data, from the next multiple of 4096 on: a header of that size, then one slot for each
+// block. Every record carries a check of its own, seeded so that a slot is worth nothing in another place or file.
+constexpr std::uint64_t kPage = 4096;
+constexpr char kMagic[8] = {'Z', 'P', 'D', 'T', 'J', 'N', 'L', '1'};
+constexpr std::size_t kSlotSize = 32;
+constexpr std::size_t kHeaderSize = 64;
+constexpr std::size_t kVerifyBytes = 32u << 20; ///< checked in one go
+constexpr std::uint64_t kWriteback = 16u << 20;
+constexpr std::uint8_t kMostAsked = 5;
+
+Bytes &diskBuffer()
+{
+    thread_local Bytes buffer(1u << 20);
+    return buffer;
+}
+
+} // namespace
+
+CacheFile::CacheFile(std::shared_ptr<TargetTree> tree, const ItemMessage &item)
+    : m_tree(std::move(tree))
+    , m_item(item)
+    , m_blocks(blockCount(item.info.size, item.blockSize))
+{
+    m_have.assign(m_blocks / 8 + 1, 0);
+}
+
+CacheFile::~CacheFile() = default;
+
+std::uint64_t CacheFile::journalAt() const
+{
+    return (m_item.info.size + kPage - 1) / kPage * kPage;
+}
+
+std::uint64_t CacheFile::slotAt(std::uint32_t block) const
+{
+    return journalAt() + kPage + std::uint64_t(block) * kSlotSize;
+}
+
+std::uint32_t CacheFile::sizeOf(std::uint32_t block) const
+{
+    const std::uint64_t begin = std::uint64_t(block) * m_item.blockSize;
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(m_item.blockSize, m_item.info.size - begin));
+}
+
+void CacheFile::setHas(std::uint32_t block, bool value)
+{
+    if (has(block) == value)
+        return;
+    m_have[block / 8] = static_cast<std::uint8_t>(m_have[block / 8] ^ (1u << (block % 8)));
+    m_haveCount += value ? 1 : -1u;
+}
+
+CacheFile::Outcome CacheFile::prepare()
+{
+    Outcome outcome;
+    FileResult result = m_tree->parentOf(m_item.info.path, m_folder, m_leaf);
+    FileStat old;
+    if (result.ok() && m_folder.stat(m_leaf, old).ok() && !old.isFile())
+        result = {old.isFolder() ? FileError::IsFolder : FileError::Denied, 0};
+    m_cache = cacheNameOf(m_leaf);
+    if (result.ok())
+        result = m_folder.openWrite(m_cache, {true, false, false}, m_file);
+    FileStat stat;
+    if (result.ok())
+        result = m_file.stat(stat);
+    if (!result.ok()) {
+        fail(result, outcome);
+        return outcome;
+    }
+    m_claimed = stat.size > journalAt() && loadHeader();
+    if (!m_claimed && stat.size == m_item.info.size && toMs(stat.modifiedNs) == m_item.info.modifiedMs) {
+        // Everything was there and the journal cut off when it ended. The sender's sums will tell what is right.
+        m_claimed = m_withoutJournal = true;
+    }
+    if (!m_claimed)
+        result = m_file.truncate(0);
+    const std::uint64_t end = slotAt(m_blocks);
+    std::uint64_t free = 0;
+    if (result.ok() && !m_claimed && m_tree->root().freeSpace(free).ok() && free < end)
+        result = {FileError::NoSpace, 0};
+    if (result.ok())
+        result = preallocate(m_file, end);
+    if (result.ok())
+        result = m_file.truncate(end);
+    if (result.ok() && (!m_claimed || m_withoutJournal))
+        result = writeHeader();
+    if (!result.ok()) {
+        fail(result, outcome);
+        // An empty reservation is of no use to anyone who lacks space.
+        if (!m_claimed)
+            discard();
+    }
+    return outcome;
+}
+
+bool CacheFile::loadHeader()
+{
+    std::uint8_t raw[kHeaderSize];
+    std::size_t got = 0;
+    if (!m_file.readAt(journalAt(), raw, sizeof(raw), got).ok() || got != sizeof(raw) ||
+        std::memcmp(raw, kMagic, sizeof(kMagic)) != 0)
+        return false;
+    WireReader r(raw + sizeof(kMagic), sizeof(raw) - sizeof(kMagic));
+    const bool same = r.u64() == m_item.info.size && r.i64() == m_item.info.modifiedMs && r.u64() == m_item.identity &&
+                      r.u32() == m_item.blockSize;
+    m_salt = r.u64();
+    return same && r.u64() == BlockHash::check(raw, sizeof(kMagic) + 36, m_salt);
+}
+
+FileResult CacheFile::writeHeader()
+{
+    std::random_device random;
+    m_salt = std::uint64_t(random()) << 32 | random();
+    WireWriter w;
+    w.raw(kMagic, sizeof(kMagic));
+    w.u64(m_item.info.size);
+    w.i64(m_item.info.modifiedMs);
+    w.u64(m_item.identity);
+    w.u32(m_item.blockSize);
+    w.u64(m_salt);
+    Bytes raw = w.take();
+    const std::uint64_t check = BlockHash::check(raw.data(), sizeof(kMagic) + 36, m_salt);
+    WireWriter tail;
+    tail.u64(check);
+    const Bytes end = tail.take();
+    raw.insert(raw.end(), end.begin(), end.end());
+    raw.resize(kHeaderSize);
+    return m_file.writeAt(journalAt(), raw.data(), raw.size());
+}
+
+bool CacheFile::readSlot(std::uint32_t block, Digest &digest) const
+{
+    std::uint8_t raw[kSlotSize];
+    std::size_t got = 0;
+    if (!m_file.readAt(slotAt(block), raw, sizeof(raw), got).ok() || got != sizeof(raw))
+        return false;
+    WireReader r(raw, sizeof(raw));
+    digest = r.digest();
+    return r.u32() == block && r.u64() == BlockHash::check(raw, sizeof(Digest) + 4, m_salt);
+}
+
+FileResult CacheFile::writeSlot(std::uint32_t block, const Digest &digest)
+{
+    WireWriter w;
+    w.digest(digest);
+    w.u32(block);
+    Bytes raw = w.take();
+    WireWriter tail;
+    tail.u64(BlockHash::check(raw.data(), raw.size(), m_salt));
+    const Bytes check = tail.take();
+    raw.insert(raw.end(), check.begin(), check.end());
+    raw.resize(kSlotSize);
+    return m_file.writeAt(slotAt(block), raw.data(), raw.size());
+}
+
+bool CacheFile::hashBlock(std::uint32_t block, Digest &digest) const
+{
+    BlockHash hash;
+    Bytes &buffer = diskBuffer();
+    const std::uint32_t size = sizeOf(block);
+    for (std::uint32_t at = 0; at < size;) {
+        const std::size_t part = std::min<std::size_t>(size - at, buffer.size());
+        std::size_t got = 0;
+        if (!m_file.readAt(std::uint64_t(block) * m_item.blockSize + at, buffer.data(), part, got).ok() || got != part)
+            return false;
+        hash.add(buffer.data(), part);
+        at += static_cast<std::uint32_t>(part);
+    }
+    digest = hash.digest();
+    return true;
+}
+
+bool CacheFile::verifySome(Outcome &outcome)
+{
+    if (!m_claimed)
+        return true;
+    for (std::size_t looked = 0; m_verified < m_blocks && looked < kVerifyBytes; ++m_verified) {
+        Digest claimed, actual;
+        if (!m_withoutJournal && !readSlot(m_verified, claimed))
+            continue;
+        looked += sizeOf(m_verified);
+        if (!hashBlock(m_verified, actual) || (!m_withoutJournal && actual != claimed))
+            continue;
+        if (m_withoutJournal && !writeSlot(m_verified, actual).ok())
+            continue;
+        setHas(m_verified, true);
+        outcome.confirmed += sizeOf(m_verified);
+    }
+    return m_verified == m_blocks;
+}
+
+std::vector<HaveMessage::Run> CacheFile::runs() const
+{
+    std::vector<HaveMessage::Run> runs;
+    for (std::uint32_t block = 0; block < m_blocks; ++block) {
+        if (!has(block))
+            continue;
+        if (!runs.empty() && runs.back().first + runs.back().count == block)
+            ++runs.back().count;
+        else
+            runs.push_back({block, 1});
+    }
+    return runs;
+}
+
+CacheFile::Outcome CacheFile::process(std::vector<Op> ops)
+{
+    Outcome outcome;
+    for (const Op &op : ops) {
+        if (m_broken || outcome.finished)
+            break;
+        switch (op.kind) {
+        case Op::Piece:
+            piece(op, outcome);
+            break;
+        case Op::Sum:
+            sum(op, outcome);
+            break;
+        case Op::End:
+            m_endSeen = true;
+            m_whole = op.digest;
+            break;
+        }
+        if (m_endSeen && m_haveCount == m_blocks && !m_broken)
+            finish(outcome);
+    }
+    return outcome;
+}
+
+void CacheFile::piece(const Op &op, Outcome &outcome)
+{
+    if (op.block >= m_blocks || op.offset > sizeOf(op.block) || op.data.size() > sizeOf(op.block) - op.offset ||
+        op.last != (op.offset + op.data.size() == sizeOf(op.block)))
+        return fail(Error::Integrity, "data outside the file", outcome);
+    if (op.offset == 0) {
+        m_open = op.block;
+        m_openAt = 0;
+        m_openHash.reset();
+    }
+    if (op.block != m_open || op.offset != m_openAt)
+        return fail(Error::Integrity, "data out of order", outcome);
+    const FileResult written =
+        m_file.writeAt(std::uint64_t(op.block) * m_item.blockSize + op.offset, op.data.data(), op.data.size());
+    if (!written.ok())
+        return fail(written, outcome);
+    m_openHash.add(op.data.data(), op.data.size());
+    m_openAt += static_cast<std::uint32_t>(op.data.size());
+    m_unwritten += op.data.size();
+    if (m_unwritten >= kWriteback) {
+        m_unwritten = 0;
+        startWriteback(m_file);
+    }
+    if (!op.last)
+        return;
+    m_open = UINT32_MAX;
+    if (has(op.block)) {
+        // Sent twice: what was confirmed before is judged anew.
+        outcome.confirmed -= sizeOf(op.block);
+        setHas(op.block, false);
+    }
+    if (m_openHash.digest() != op.digest)
+        return ask(op.block, outcome);
+    const FileResult noted = writeSlot(op.block, op.digest);
+    if (!noted.ok())
+        return fail(noted, outcome);
+    setHas(op.block, true);
+    outcome.confirmed += sizeOf(op.block);
+}
+
+void CacheFile::sum(const Op &op, Outcome &outcome)
+{
+    if (op.block >= m_blocks || op.sums.size() > m_blocks - op.block)
+        return fail(Error::Integrity, "sums outside the file", outcome);
+    for (std::size_t i = 0; i < op.sums.size() && !m_broken; ++i) {
+        const std::uint32_t block = op.block + static_cast<std::uint32_t>(i);
+        Digest own;
+        if (has(block) && readSlot(block, own) && own == op.sums[i])
+            continue;
+        if (has(block)) {
+            setHas(block, false);
+            outcome.confirmed -= sizeOf(block);
+        }
+        ask(block, outcome);
+    }
+}
+
+void CacheFile::ask(std::uint32_t block, Outcome &outcome)
+{
+    if (m_asked.empty())
+        m_asked.assign(m_blocks, 0);
+    if (++m_asked[block] > kMostAsked)
+        return fail(Error::Integrity, "a block arrives damaged again and again", outcome);
+    outcome.needed.push_back(block);
+}
+
+void CacheFile::finish(Outcome &outcome)
+{
+    BlockHash whole;
+    bool complete = true;
+    for (std::uint32_t block = 0; block < m_blocks && !m_broken; ++block) {
+        Digest digest{};
+        if (readSlot(block, digest)) {
+            whole.add(digest.data(), digest.size());
+            continue;
+        }
+        // The journal was damaged meanwhile.
+        complete = false;
+        setHas(block, false);
+        outcome.confirmed -= sizeOf(block);
+        ask(block, outcome);
+    }
+    if (!complete || m_broken)
+        return;
+    if (whole.digest() != m_whole) {
+        fail(Error::Integrity, "the file does not match its digest", outcome);
+        discard();
+        return;
+    }
+    // The long wait first, while the journal is still there: a kill in it costs nothing.
+    FileResult result = m_file.sync();
+    if (result.ok())
+        result = m_file.truncate(m_item.info.size);
+    if (result.ok())
+        result = m_file.setModified(m_item.info.modifiedMs * kNsPerMs);
+    if (result.ok())
+        result = m_file.sync();
+    FileStat stat;
+    if (result.ok())
+        result = m_file.stat(stat);
+    if (result.ok() && stat.size != m_item.info.size)
+        return fail(Error::LocalFile, "the file on the disk has another size", outcome);
+    if (result.ok())
+        result = m_tree->putInPlace(m_folder, m_cache, m_leaf, m_item.info.size, outcome.item.created);
+    if (!result.ok()) {
+        fail(result, outcome);
+        discard();
+        return;
+    }
+    outcome.finished = true;
+    (void)m_folder.syncFolder("");
+}
+
+void CacheFile::sync()
+{
+    (void)m_file.sync();
+}
+
+void CacheFile::discard()
+{
+    m_broken = true;
+    if (!m_cache.empty())
+        (void)m_folder.removeFile(m_cache);
+}
+
+void CacheFile::fail(Error error, const std::string &text, Outcome &outcome)
+{
+    m_broken = true;
+    outcome.error = error;
+    outcome.text = text;
+}
+
+void CacheFile::fail(const FileResult &result, Outcome &outcome)
+{
+    fail(errorOf(result), result.message(), outcome);
+}
+
+} // namespace zpdt

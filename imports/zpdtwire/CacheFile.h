@@ -1,0 +1,105 @@
+#pragma once
+
+#include "BlockHash.h"
+#include "Messages.h"
+#include "SafeFolder.h"
+
+#include <chrono>
+#include <memory>
+#include <vector>
+
+namespace zpdt {
+
+class TargetTree;
+
+/// The receiver's side of one file above the size that travels whole: the partial file beside the target, with the
+/// journal of its blocks behind the data. What the journal claims is believed only when the data on the disk matches
+/// it, so a damaged journal, or damaged data, costs time and nothing else. Disk threads, one at a time, except sync().
+class CacheFile
+{
+public:
+    /// What came from the line, in order.
+    struct Op
+    {
+        enum Kind
+        {
+            Piece,
+            Sum,
+            End
+        } kind = Piece;
+        std::uint32_t block = 0;
+        std::uint32_t offset = 0;
+        bool last = false;
+        Digest digest{};
+        Bytes data;
+        std::vector<Digest> sums;
+    };
+    struct Outcome
+    {
+        Error error = Error::None; ///< the item has failed
+        std::string text;
+        std::int64_t confirmed = 0;        ///< bytes, negative when a block turned out to be damaged
+        std::vector<std::uint32_t> needed; ///< blocks to ask for again
+        bool finished = false;             ///< the file has its name
+        ItemOutcome item;
+    };
+
+    CacheFile(std::shared_ptr<TargetTree> tree, const ItemMessage &item);
+    ~CacheFile();
+
+    /// Opens the partial file, or makes it and reserves its space.
+    Outcome prepare();
+    /// Checks some of the blocks that the journal claims, until it answers true; then runs() is what there is.
+    bool verifySome(Outcome &outcome);
+    std::vector<HaveMessage::Run> runs() const;
+    Outcome process(std::vector<Op> ops);
+    /// Brings what was written so far to the disk. May run beside the others.
+    void sync();
+    /// Removes the partial file.
+    void discard();
+
+private:
+    struct Slot;
+    std::uint64_t journalAt() const;
+    std::uint64_t slotAt(std::uint32_t block) const;
+    std::uint32_t sizeOf(std::uint32_t block) const;
+    bool loadHeader();
+    FileResult writeHeader();
+    bool readSlot(std::uint32_t block, Digest &digest) const;
+    FileResult writeSlot(std::uint32_t block, const Digest &digest);
+    bool hashBlock(std::uint32_t block, Digest &digest) const;
+    void piece(const Op &op, Outcome &outcome);
+    void sum(const Op &op, Outcome &outcome);
+    void finish(Outcome &outcome);
+    void ask(std::uint32_t block, Outcome &outcome);
+    void fail(Error error, const std::string &text, Outcome &outcome);
+    void fail(const FileResult &result, Outcome &outcome);
+    bool has(std::uint32_t block) const { return (m_have[block / 8] >> (block % 8)) & 1; }
+    void setHas(std::uint32_t block, bool has);
+
+    std::shared_ptr<TargetTree> m_tree;
+    const ItemMessage m_item;
+    const std::uint32_t m_blocks;
+    SafeFolder m_folder;
+    std::string m_leaf;
+    std::string m_cache;
+    SafeFile m_file;
+    std::uint64_t m_salt = 0;
+    bool m_claimed = false; ///< the journal, or a file of the right size and time, claims blocks
+    bool m_withoutJournal = false;
+    std::uint32_t m_verified = 0; ///< next block to check
+
+    std::vector<std::uint8_t> m_have; ///< one bit a block
+    std::uint32_t m_haveCount = 0;
+    std::vector<std::uint8_t> m_asked; ///< times a block was asked for again; empty until the first
+    bool m_endSeen = false;
+    Digest m_whole{};
+
+    std::uint32_t m_open = UINT32_MAX; ///< block whose pieces are coming
+    std::uint32_t m_openAt = 0;
+    BlockHash m_openHash;
+    std::uint64_t m_unwritten = 0; ///< bytes since the last startWriteback()
+    bool m_broken = false;
+};
+
+} // namespace zpdt

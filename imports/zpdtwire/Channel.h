@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Codec.h"
+#include "WireTypes.h"
+
+#include <memory>
+#include <string>
+
+namespace zpdt {
+
+/// A reliable, ordered, encrypted line for whole frames between two processes, whatever carries it. Lives on the I/O
+/// thread. After close(), or after channelClosed(), the listener hears nothing more.
+class Channel
+{
+public:
+    class Listener
+    {
+    public:
+        virtual ~Listener() = default;
+        virtual void channelReady() = 0; ///< connected, encrypted, the other side proven
+        /// One frame; @p body is valid during the call only.
+        virtual void channelFrame(std::uint8_t type, std::uint32_t stream, const std::uint8_t *body,
+                                  std::size_t size) = 0;
+        virtual void channelWritable() = 0; ///< queuedBytes() has fallen
+        virtual void channelClosed(Error error, const std::string &text) = 0;
+    };
+
+    virtual ~Channel() = default;
+    virtual void start(Listener *listener) = 0;
+    /// Queues one or several whole frames. Never refuses: whoever sends much looks at queuedBytes() first.
+    virtual void send(Bytes frames) = 0;
+    virtual std::size_t queuedBytes() const = 0;
+    /// With false no further frames are delivered and the line fills up, which slows the other side down.
+    virtual void setReading(bool reading) = 0;
+    /// Sends what is queued as long as that takes no more than a second, then ends the line.
+    virtual void close() = 0;
+    /// Carrier, congestion, round trip, retransmits and byte counts; the rates stay empty.
+    virtual Metrics metrics() const = 0;
+    /// Since the start; grows with every sign of life.
+    virtual std::uint64_t bytesReceived() const = 0;
+    /// Address of the other side, for logs.
+    virtual std::string peer() const = 0;
+};
+
+} // namespace zpdt

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "SafeFolder.h"
+
+namespace zpdt {
+
+/// Reserves disk space for a file up to @p size. NoSpace when there is too little; ok where the file system cannot
+/// reserve.
+FileResult preallocate(SafeFile &file, std::uint64_t size);
+
+/// Starts to write out what the system holds back of the file, without waiting for it.
+void startWriteback(SafeFile &file);
+
+} // namespace zpdt

@@ -1,0 +1,292 @@
+#include "FileSender.h"
+
+#include "TreeScan.h"
+
+#include <algorithm>
+
+namespace zpdt {
+
+namespace {
+constexpr std::size_t kReadSize = 1u << 20;
+/// Blocks that are only read, to compare their digests, cost no line; more of them at a time.
+constexpr std::size_t kHashSize = 8u << 20;
+
+/// One for each disk thread: thousands of files may be open, few are read at the same time.
+Bytes &readBuffer()
+{
+    thread_local Bytes buffer(kReadSize);
+    return buffer;
+}
+
+} // namespace
+
+FileSender::FileSender(SafeFolder root, std::string path, std::uint32_t stream, std::uint32_t no)
+    : m_root(std::move(root))
+    , m_path(std::move(path))
+    , m_stream(stream)
+    , m_no(no)
+{
+    m_sums.no = no;
+}
+
+Error FileSender::look(ItemMessage &item, std::string &text)
+{
+    m_file.close();
+    FileResult result = m_root.openRead(m_path, m_file);
+    if (result.ok())
+        result = m_file.stat(m_stat);
+    if (!result.ok() || m_stat.size > kMaxFileSize) {
+        text = result.ok() ? "file is too large" : result.message();
+        return result.ok() ? Error::Refused : errorOf(result);
+    }
+    m_blockSize = blockSizeFor(m_stat.size);
+    m_blocks = blockCount(m_stat.size, m_blockSize);
+    item.no = m_no;
+    item.info.size = m_stat.size;
+    item.info.modifiedMs = toMs(m_stat.modifiedNs);
+    item.identity = m_stat.id;
+    item.blockSize = m_blockSize;
+    // Thousands of announced files may wait for their answers: they are opened again when it is their turn.
+    if (m_stat.size > kSmallFile || item.ask)
+        m_file.close();
+    return Error::None;
+}
+
+bool FileSender::setHave(const HaveMessage &have)
+{
+    if (have.existing) {
+        m_comparing = true;
+        m_existing = have.digest;
+        return true;
+    }
+    for (const HaveMessage::Run &run : have.runs) {
+        const std::uint64_t before = m_runs.empty() ? 0 : std::uint64_t(m_runs.back().first) + m_runs.back().count;
+        if (run.first < before || std::uint64_t(run.first) + run.count > m_blocks)
+            return false;
+        m_runs.push_back(run);
+    }
+    return true;
+}
+
+FileSender::Chunk FileSender::next()
+{
+    Chunk chunk;
+    if (!open(chunk))
+        return chunk;
+    if (m_comparing) {
+        compare(chunk);
+        return chunk;
+    }
+    std::size_t left = kReadSize, leftToHash = kHashSize;
+    while (m_block < m_blocks && left > 0 && leftToHash > 0) {
+        const bool held = isHeld(m_block);
+        const std::uint32_t blockSize = sizeOf(m_block);
+        const std::size_t part = std::min<std::size_t>(blockSize - m_offset, std::min(left, kReadSize));
+        if (!read(std::uint64_t(m_block) * m_blockSize + m_offset, part, chunk))
+            return chunk;
+        m_blockHash.add(readBuffer().data(), part);
+        if (held) {
+            leftToHash -= std::min(leftToHash, part);
+        } else {
+            flushSums(chunk);
+            sendPart(m_block, m_offset, part, chunk);
+            left -= part;
+        }
+        m_offset += static_cast<std::uint32_t>(part);
+        if (m_offset < blockSize)
+            continue;
+        const Digest digest = m_blockHash.digest();
+        m_wholeHash.add(digest.data(), digest.size());
+        if (held) {
+            if (m_sums.digests.empty())
+                m_sums.block = m_block;
+            m_sums.digests.push_back(digest);
+            if (m_sums.digests.size() == kMaxSums)
+                flushSums(chunk);
+        }
+        m_blockHash.reset();
+        m_offset = 0;
+        ++m_block;
+    }
+    if (m_block < m_blocks)
+        return chunk;
+    flushSums(chunk);
+    if (!unchanged(chunk))
+        return chunk;
+    EndMessage end;
+    end.no = m_no;
+    end.digest = m_wholeHash.digest();
+    if (!chunk.frames.empty() && chunk.frames.back().size() < kMaxPiece) {
+        const Bytes tail = frame(m_stream, end);
+        chunk.frames.back().insert(chunk.frames.back().end(), tail.begin(), tail.end());
+    } else {
+        chunk.frames.push_back(frame(m_stream, end));
+    }
+    chunk.finished = true;
+    return chunk;
+}
+
+FileSender::Chunk FileSender::again(std::uint32_t block)
+{
+    Chunk chunk;
+    if (block >= m_blocks) {
+        chunk.error = Error::Integrity;
+        chunk.text = "the receiver asked for a block that the file does not have";
+        chunk.finished = true;
+        return chunk;
+    }
+    if (!open(chunk))
+        return chunk;
+    // The running hash belongs to the block that is being sent now.
+    BlockHash current = std::move(m_blockHash);
+    m_blockHash = BlockHash();
+    const std::uint32_t size = sizeOf(block);
+    std::uint32_t at = 0;
+    while (at < size) {
+        const std::size_t part = std::min<std::size_t>(size - at, kReadSize);
+        if (!read(std::uint64_t(block) * m_blockSize + at, part, chunk))
+            break;
+        m_blockHash.add(readBuffer().data(), part);
+        sendPart(block, at, part, chunk);
+        at += static_cast<std::uint32_t>(part);
+    }
+    m_blockHash = std::move(current);
+    if (chunk.error == Error::None)
+        (void)unchanged(chunk);
+    return chunk;
+}
+
+void FileSender::compare(Chunk &chunk)
+{
+    std::size_t left = kHashSize;
+    while (m_block < m_blocks && left > 0) {
+        const std::size_t part = std::min<std::size_t>(sizeOf(m_block) - m_offset, kReadSize);
+        if (!read(std::uint64_t(m_block) * m_blockSize + m_offset, part, chunk))
+            return;
+        m_blockHash.add(readBuffer().data(), part);
+        left -= std::min(left, part);
+        m_offset += static_cast<std::uint32_t>(part);
+        if (m_offset == sizeOf(m_block)) {
+            const Digest digest = m_blockHash.digest();
+            m_wholeHash.add(digest.data(), digest.size());
+            m_blockHash.reset();
+            m_offset = 0;
+            ++m_block;
+        }
+    }
+    if (m_block < m_blocks || !unchanged(chunk))
+        return;
+    EndMessage end;
+    end.no = m_no;
+    end.digest = m_wholeHash.digest();
+    m_comparing = false;
+    if (end.digest == m_existing) {
+        end.same = true;
+        chunk.frames.push_back(frame(m_stream, end));
+        chunk.finished = true;
+        return;
+    }
+    // Same size and time, another content: all of it goes.
+    m_block = 0;
+    m_wholeHash.reset();
+}
+
+bool FileSender::open(Chunk &chunk)
+{
+    if (m_file.isOpen())
+        return true;
+    FileStat now;
+    FileResult result = m_root.openRead(m_path, m_file);
+    if (result.ok())
+        result = m_file.stat(now);
+    if (!result.ok()) {
+        chunk.error = errorOf(result);
+        chunk.text = result.message();
+        chunk.finished = true;
+        return false;
+    }
+    if (now.size != m_stat.size || now.modifiedNs != m_stat.modifiedNs || now.id != m_stat.id) {
+        changed(chunk);
+        return false;
+    }
+    return true;
+}
+
+bool FileSender::unchanged(Chunk &chunk)
+{
+    // The open file may have been written to, and its name may stand for another file by now.
+    FileStat opened, named;
+    if (m_file.stat(opened).ok() && m_root.stat(m_path, named).ok() && opened.size == m_stat.size &&
+        opened.modifiedNs == m_stat.modifiedNs && named.size == m_stat.size && named.modifiedNs == m_stat.modifiedNs &&
+        named.id == m_stat.id)
+        return true;
+    changed(chunk);
+    return false;
+}
+
+void FileSender::changed(Chunk &chunk)
+{
+    chunk.error = Error::ChangedSource;
+    chunk.text = "the file changed while it was sent";
+    chunk.finished = true;
+    m_file.close();
+}
+
+bool FileSender::read(std::uint64_t offset, std::size_t size, Chunk &chunk)
+{
+    std::size_t got = 0;
+    const FileResult result = m_file.readAt(offset, readBuffer().data(), size, got);
+    if (!result.ok()) {
+        chunk.error = errorOf(result);
+        chunk.text = result.message();
+        chunk.finished = true;
+        return false;
+    }
+    if (got < size) {
+        changed(chunk);
+        return false;
+    }
+    return true;
+}
+
+void FileSender::sendPart(std::uint32_t block, std::uint32_t offset, std::size_t size, Chunk &chunk)
+{
+    for (std::size_t at = 0; at < size; at += kMaxPiece) {
+        DataMessage data;
+        data.no = m_no;
+        data.block = block;
+        data.offset = offset + static_cast<std::uint32_t>(at);
+        data.data = readBuffer().data() + at;
+        data.size = std::min(size - at, kMaxPiece);
+        data.last = data.offset + data.size == sizeOf(block);
+        if (data.last)
+            data.digest = m_blockHash.digest();
+        WireWriter w;
+        w.reserve(data.size + 128);
+        append(w, m_stream, data);
+        chunk.frames.push_back(w.take());
+    }
+}
+
+void FileSender::flushSums(Chunk &chunk)
+{
+    if (m_sums.digests.empty())
+        return;
+    chunk.frames.push_back(frame(m_stream, m_sums));
+    m_sums.digests.clear();
+}
+
+bool FileSender::isHeld(std::uint32_t block)
+{
+    while (m_run < m_runs.size() && m_runs[m_run].first + m_runs[m_run].count <= block)
+        ++m_run;
+    return m_run < m_runs.size() && m_runs[m_run].first <= block;
+}
+
+std::uint32_t FileSender::sizeOf(std::uint32_t block) const
+{
+    const std::uint64_t begin = std::uint64_t(block) * m_blockSize;
+    return static_cast<std::uint32_t>(std::min<std::uint64_t>(m_blockSize, m_stat.size - begin));
+}
+
+} // namespace zpdt

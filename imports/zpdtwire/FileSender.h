@@ -1,0 +1,67 @@
+#pragma once
+
+#include "BlockHash.h"
+#include "Messages.h"
+#include "SafeFolder.h"
+
+#include <vector>
+
+namespace zpdt {
+
+/// Turns one file into frames: which blocks the receiver lacks, their digests, and the proof that the file did not
+/// change on the way. Disk threads, one at a time.
+class FileSender
+{
+public:
+    struct Chunk
+    {
+        std::vector<Bytes> frames;
+        bool finished = false;     ///< End is among the frames, or there is an error
+        Error error = Error::None; ///< the item has to be given up
+        std::string text;
+    };
+
+    FileSender(SafeFolder root, std::string path, std::uint32_t stream, std::uint32_t no);
+
+    /// Looks at the file; the answer describes it as it is from now on expected to stay.
+    Error look(ItemMessage &item, std::string &text);
+    /// Takes what the receiver has, before the first next(). False when that is more than the file.
+    bool setHave(const HaveMessage &have);
+    /// The next bytes, about one MiB read.
+    Chunk next();
+    /// One block once more.
+    Chunk again(std::uint32_t block);
+
+private:
+    bool open(Chunk &chunk);
+    bool unchanged(Chunk &chunk);
+    void changed(Chunk &chunk);
+    bool read(std::uint64_t offset, std::size_t size, Chunk &chunk);
+    void sendPart(std::uint32_t block, std::uint32_t offset, std::size_t size, Chunk &chunk);
+    void flushSums(Chunk &chunk);
+    bool isHeld(std::uint32_t block);
+    std::uint32_t sizeOf(std::uint32_t block) const;
+    void compare(Chunk &chunk);
+
+    SafeFolder m_root;
+    std::string m_path;
+    std::uint32_t m_stream;
+    std::uint32_t m_no;
+    FileStat m_stat;
+    SafeFile m_file;
+    std::uint32_t m_blockSize = 0;
+    std::uint32_t m_blocks = 0;
+
+    std::vector<HaveMessage::Run> m_runs;
+    std::size_t m_run = 0;
+    bool m_comparing = false;
+    Digest m_existing{};
+
+    std::uint32_t m_block = 0;
+    std::uint32_t m_offset = 0; ///< within m_block
+    BlockHash m_blockHash;
+    BlockHash m_wholeHash;
+    SumMessage m_sums;
+};
+
+} // namespace zpdt

@@ -1,0 +1,146 @@
+#pragma once
+
+#include "Channel.h"
+#include "Messages.h"
+#include "RateLimiter.h"
+
+#include <asio/steady_timer.hpp>
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+
+namespace zpdt {
+
+class Context;
+class Session;
+
+/// One stream's state machine at one end of a session. Lives on the I/O thread. It leaves its session with
+/// Session::remove(); after lost() it must not touch the session any more.
+class SessionStream : public std::enable_shared_from_this<SessionStream>
+{
+public:
+    virtual ~SessionStream() = default;
+
+    /// False when the message breaks the rules, which ends the connection.
+    virtual bool message(Msg type, WireReader &body) = 0;
+    /// Frames that wait for their turn on the line.
+    virtual bool hasData() const { return false; }
+    virtual Bytes takeData() { return {}; }
+    /// About ten times a second.
+    virtual void tick() {}
+    /// The connection ended. What was received stays.
+    virtual void lost(Error error, const std::string &text) = 0;
+
+    int priority() const { return m_priority; }
+    void setPriority(int priority) { m_priority = priority; }
+
+private:
+    int m_priority = 0;
+};
+
+/// Both ends of a connection: greeting, keep-alive, the streams and whose turn it is on the line, the speed limit,
+/// and slowing the other side down when the disks do not keep up. Lives on the I/O thread; ends once.
+class Session : public std::enable_shared_from_this<Session>, private Channel::Listener
+{
+public:
+    enum class Role
+    {
+        Client,
+        Server
+    };
+    struct Handler
+    {
+        std::function<void()> onReady; ///< both sides have greeted
+        /// The last call. Streams have been told before.
+        std::function<void(Error, const std::string &text)> onClosed;
+        /// Server: a stream that the client asks for; its answer is the stream, or null after a refuse().
+        std::function<std::shared_ptr<SessionStream>(std::uint32_t id, const OpenMessage &)> onOpen;
+    };
+
+    Session(Context &context, std::shared_ptr<Channel> channel, Role role, std::string software, Handler handler);
+    ~Session() override;
+    void start();
+    /// Tells the other side why, and ends. The streams and onClosed are told, with the same words.
+    void close(Error error, const std::string &text);
+
+    bool isReady() const { return m_ready; }
+    bool isClosed() const { return m_closed; }
+    Context &context() { return m_context; }
+    std::string peer() const { return m_channel->peer(); }
+    const std::string &peerSoftware() const { return m_peerSoftware; }
+    Metrics metrics() const;
+    std::size_t streamCount() const { return m_streams.size(); }
+
+    /// Own limits of the two directions, bytes a second, 0 for none. The other side is asked to keep the second one.
+    void setSendRate(std::uint64_t bytesPerSecond);
+    void setReceiveRate(std::uint64_t bytesPerSecond);
+
+    /// Client: takes a stream in under a new number.
+    std::uint32_t add(std::shared_ptr<SessionStream> stream);
+    void remove(std::uint32_t id);
+    bool has(std::uint32_t id) const { return m_streams.count(id) > 0; }
+    void refuse(std::uint32_t id, Error error, const std::string &text);
+
+    /// Sends a frame ahead of all data that waits.
+    void send(Bytes frame);
+    /// A stream has data, or its priority changed.
+    void wake();
+    /// Received bytes that wait for the disk.
+    void addPending(std::size_t bytes);
+    void removePending(std::size_t bytes);
+
+private:
+    void channelReady() override;
+    void channelFrame(std::uint8_t type, std::uint32_t stream, const std::uint8_t *body, std::size_t size) override;
+    void channelWritable() override;
+    void channelClosed(Error error, const std::string &text) override;
+
+    bool connectionMessage(Msg type, WireReader &body);
+    bool streamMessage(Msg type, std::uint32_t id, WireReader &body);
+    void violation(const char *what);
+    void finish(Error error, const std::string &text);
+    void pump();
+    SessionStream *nextStream();
+    void tick();
+    void armTick();
+    void updateReading();
+
+    Context &m_context;
+    std::shared_ptr<Channel> m_channel;
+    const Role m_role;
+    const std::string m_software;
+    Handler m_handler;
+    std::string m_peerSoftware;
+    bool m_greeted = false;
+    bool m_ready = false;
+    bool m_closed = false;
+
+    std::map<std::uint32_t, std::shared_ptr<SessionStream>> m_streams;
+    std::uint32_t m_lastId = 0;
+    std::uint32_t m_lastTurn = 0;
+
+    RateLimiter m_limiter;
+    std::uint64_t m_sendRate = 0;
+    std::uint64_t m_receiveRate = 0;
+    std::uint64_t m_peerRate = 0;
+    bool m_pumpPosted = false;
+    asio::steady_timer m_pumpTimer;
+    asio::steady_timer m_tickTimer;
+
+    std::size_t m_pending = 0;
+    bool m_readingStopped = false;
+
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point m_lastHeard;
+    Clock::time_point m_lastPing;
+    Clock::time_point m_lastSent; ///< when the line last took something, or had nothing to take
+    Clock::time_point m_lastRates;
+    std::uint64_t m_heardBytes = 0;
+    std::uint64_t m_sentBytes = 0;
+    double m_pingMs = -1.0;
+    Metrics m_rates;
+};
+
+} // namespace zpdt

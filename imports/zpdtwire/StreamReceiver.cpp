@@ -1,0 +1,757 @@
+#include "StreamReceiver.h"
+
+#include "BufferBudget.h"
+#include "NameRules.h"
+#include "TreeScan.h"
+
+#include <algorithm>
+
+namespace zpdt {
+
+namespace {
+
+constexpr std::size_t kMostItems = 8192; ///< in flight; the sender keeps to half of it
+constexpr std::size_t kMostCaches = 64;
+constexpr std::size_t kMostWholeBytes = 1u << 20;
+constexpr std::size_t kBatchFiles = 128;
+constexpr std::size_t kBatchBytes = 4u << 20;
+constexpr std::size_t kMostSmallJobs = 2;
+constexpr unsigned kMostDamaged = 5;
+constexpr std::uint64_t kSyncBytes = 16u << 20;
+constexpr auto kSyncTime = std::chrono::seconds(1);
+/// A stream whose line broke holds its files until this side noticed that.
+constexpr auto kWaitForFile = std::chrono::seconds(20);
+
+using Clock = std::chrono::steady_clock;
+
+} // namespace
+
+StreamReceiver::StreamReceiver(Session &session, Target target, StreamCallbacks callbacks)
+    : StreamBase(session, std::move(callbacks))
+    , m_target(std::move(target))
+{
+}
+
+StreamReceiver::~StreamReceiver()
+{
+    for (const auto &item : m_items)
+        if (!item.second->activeKey.empty())
+            m_context.activeFiles().release(item.second->activeKey);
+}
+
+template <typename Work, typename Done>
+void StreamReceiver::job(Work work, Done done)
+{
+    ++m_jobs;
+    disk(std::move(work), [this, done = std::move(done)](auto answer) mutable {
+        --m_jobs;
+        done(std::move(answer));
+        idle();
+    });
+}
+
+void StreamReceiver::begin()
+{
+    job(
+        [open = m_target.open, limits = m_target.limits] {
+            std::pair<FileResult, std::shared_ptr<TargetTree>> opened;
+            SafeFolder folder;
+            opened.first = open(folder);
+            if (opened.first.ok())
+                opened.second = std::make_shared<TargetTree>(std::move(folder), limits);
+            return opened;
+        },
+        [this](auto opened) {
+            if (m_closing)
+                return;
+            if (!opened.first.ok()) {
+                const std::string text = "cannot open the folder: " + opened.first.message();
+                return stop(errorOf(opened.first), text, false);
+            }
+            m_tree = opened.second;
+            const auto waiting = std::move(m_beforeOpen);
+            m_beforeOpen.clear();
+            for (const ItemPtr &item : waiting)
+                startItem(item);
+        });
+}
+
+bool StreamReceiver::message(Msg type, WireReader &body)
+{
+    if (m_closing && type != Msg::Close)
+        return true;
+    switch (type) {
+    case Msg::Opened:
+        if (m_callbacks.onOpened)
+            m_callbacks.onOpened();
+        return body.complete();
+    case Msg::Scan: {
+        ScanMessage scan;
+        if (!scan.decode(body))
+            return false;
+        if (m_callbacks.onTotals)
+            m_callbacks.onTotals(scan.totals);
+        return true;
+    }
+    case Msg::Item:
+        return itemMessage(body);
+    case Msg::ItemError:
+        return itemErrorMessage(body);
+    case Msg::Data:
+        return dataMessage(body);
+    case Msg::Sum:
+        return sumMessage(body);
+    case Msg::End:
+        return endMessage(body);
+    case Msg::Abort:
+        return abortMessage(body);
+    case Msg::Finish:
+        return finishMessage(body);
+    case Msg::Close:
+        return closeMessage(body);
+    default:
+        return false;
+    }
+}
+
+const char *StreamReceiver::objection(const ItemInfo &info) const
+{
+    std::vector<std::string> names;
+    if (!splitPath(info.path, names) || names.empty() || joinPath(names) != info.path)
+        return "the name cannot be stored here";
+    if (std::any_of(names.begin(), names.end(), isCacheName))
+        return "the name is the one of a partial file";
+    if (!m_target.names.empty() && (info.root >= m_target.names.size() || m_target.names[info.root] != names[0]))
+        return "nobody asked for this name";
+    return nullptr;
+}
+
+bool StreamReceiver::itemMessage(WireReader &body)
+{
+    auto item = std::make_shared<Item>();
+    if (!item->message.decode(body) || m_items.count(item->message.no) > 0 || m_items.size() >= kMostItems ||
+        item->message.no == UINT32_MAX || m_finishing)
+        return false;
+    // The sender looks at several files at once, so the numbers do not come in their order.
+    m_nextNo = std::max(m_nextNo, item->message.no + 1);
+    m_items[item->message.no] = item;
+    if (const char *reason = objection(item->message.info)) {
+        fail(item, Error::BadName, reason);
+        return true;
+    }
+    item->whole = item->message.info.size <= kSmallFile && item->message.info.kind == ItemKind::File;
+    if (!item->whole && item->message.info.kind == ItemKind::File && m_openCaches >= kMostCaches)
+        return false;
+    if (m_tree)
+        startItem(item);
+    else
+        m_beforeOpen.push_back(item);
+    return true;
+}
+
+void StreamReceiver::startItem(const ItemPtr &item)
+{
+    const ItemInfo &info = item->message.info;
+    if (info.kind == ItemKind::Folder)
+        return makeFolder(item);
+    const std::string key = m_target.key + '/' + info.path;
+    if (item->activeKey.empty()) {
+        if (!m_context.activeFiles().take(key)) {
+            if (!item->waiting)
+                item->waitingSince = Clock::now();
+            item->waiting = true;
+            return;
+        }
+        item->activeKey = key;
+        item->waiting = false;
+    }
+    if (m_target.resumed && item->message.ask)
+        return lookForExisting(item);
+    if (!item->whole)
+        return prepareCache(item);
+    if (item->message.ask)
+        return sendHave(item, {});
+    storeSmall();
+}
+
+void StreamReceiver::makeFolder(const ItemPtr &item)
+{
+    job(
+        [tree = m_tree, path = item->message.info.path] {
+            std::pair<FileResult, bool> made;
+            made.first = tree->makeFolder(path, made.second);
+            return made;
+        },
+        [this, item](std::pair<FileResult, bool> made) {
+            if (!made.first.ok())
+                return fail(item, errorOf(made.first), made.first.message());
+            m_tree->rememberTime(item->message.info.path, item->message.info.modifiedMs);
+            ItemOutcome outcome;
+            outcome.created = made.second;
+            done(item, outcome);
+        });
+}
+
+void StreamReceiver::lookForExisting(const ItemPtr &item)
+{
+    // A finished file of the same size and time is most likely the one that an earlier stream brought. Its digest
+    // decides.
+    job(
+        [tree = m_tree, message = item->message] {
+            std::pair<bool, Digest> found{};
+            SafeFile file;
+            FileStat stat;
+            if (!tree->root().openRead(message.info.path, file).ok() || !file.stat(stat).ok() ||
+                stat.size != message.info.size || toMs(stat.modifiedNs) != message.info.modifiedMs)
+                return found;
+            BlockHash whole, block;
+            Bytes buffer(1u << 20);
+            std::uint32_t inBlock = 0;
+            for (std::uint64_t at = 0; at < stat.size;) {
+                const std::size_t part = static_cast<std::size_t>(std::min<std::uint64_t>(
+                    {buffer.size(), stat.size - at, std::uint64_t(message.blockSize - inBlock)}));
+                std::size_t got = 0;
+                if (!file.readAt(at, buffer.data(), part, got).ok() || got != part)
+                    return found;
+                block.add(buffer.data(), part);
+                at += part;
+                inBlock += static_cast<std::uint32_t>(part);
+                if (inBlock == message.blockSize || at == stat.size) {
+                    const Digest digest = block.digest();
+                    whole.add(digest.data(), digest.size());
+                    block.reset();
+                    inBlock = 0;
+                }
+            }
+            found.first = true;
+            found.second = whole.digest();
+            return found;
+        },
+        [this, item](std::pair<bool, Digest> found) {
+            if (m_closing)
+                return;
+            if (!found.first)
+                return item->whole ? sendHave(item, {}) : prepareCache(item);
+            HaveMessage have;
+            have.no = item->message.no;
+            have.existing = true;
+            have.digest = found.second;
+            item->haveSent = true;
+            send(have);
+        });
+}
+
+void StreamReceiver::prepareCache(const ItemPtr &item)
+{
+    item->cache = std::make_shared<CacheFile>(m_tree, item->message);
+    item->lastSync = Clock::now();
+    item->busy = true;
+    ++m_openCaches;
+    job(
+        [cache = item->cache, tree = m_tree, size = item->message.info.size] {
+            if (!tree->reserve(size)) {
+                CacheFile::Outcome outcome;
+                outcome.error = Error::NoSpace;
+                outcome.text = "the quota does not allow a file of this size";
+                return std::make_pair(outcome, std::uint64_t(0));
+            }
+            return std::make_pair(cache->prepare(), size);
+        },
+        [this, item](std::pair<CacheFile::Outcome, std::uint64_t> prepared) {
+            item->reserved = prepared.second;
+            if (prepared.first.error != Error::None)
+                return fail(item, prepared.first.error, prepared.first.text);
+            verifyCache(item);
+        });
+}
+
+void StreamReceiver::verifyCache(const ItemPtr &item)
+{
+    // In pieces, so that the disk threads serve others in between, and an end comes through.
+    job(
+        [cache = item->cache] {
+            std::pair<bool, CacheFile::Outcome> verified;
+            verified.first = cache->verifySome(verified.second);
+            return verified;
+        },
+        [this, item](std::pair<bool, CacheFile::Outcome> verified) {
+            if (m_closing)
+                return;
+            m_progress.bytes += static_cast<std::uint64_t>(verified.second.confirmed);
+            if (!verified.first)
+                return verifyCache(item);
+            item->busy = false;
+            item->prepared = true;
+            // Where a finished file of the same time turned out to be another, all of the data is coming already.
+            if (!item->haveSent)
+                sendHave(item, item->cache->runs());
+            process(item);
+        });
+}
+
+void StreamReceiver::sendHave(const ItemPtr &item, const std::vector<HaveMessage::Run> &runs)
+{
+    std::size_t at = 0;
+    do {
+        HaveMessage have;
+        have.no = item->message.no;
+        const std::size_t count = std::min(kMaxRuns, runs.size() - at);
+        have.runs.assign(runs.begin() + std::ptrdiff_t(at), runs.begin() + std::ptrdiff_t(at + count));
+        at += count;
+        have.more = at < runs.size();
+        send(have);
+    } while (at < runs.size());
+}
+
+bool StreamReceiver::itemErrorMessage(WireReader &body)
+{
+    ItemErrorMessage message;
+    if (!message.decode(body))
+        return false;
+    ++m_progress.filesFailed;
+    if (m_callbacks.onItemFailed)
+        m_callbacks.onItemFailed(message.info, message.error, message.text);
+    return true;
+}
+
+StreamReceiver::ItemPtr StreamReceiver::find(std::uint32_t no, bool &known) const
+{
+    // What was sent before the sender heard of a failure is known and goes nowhere.
+    known = no < m_nextNo;
+    const auto found = m_items.find(no);
+    return found == m_items.end() ? nullptr : found->second;
+}
+
+bool StreamReceiver::dataMessage(WireReader &body)
+{
+    DataMessage data;
+    if (!data.decode(body))
+        return false;
+    bool known = false;
+    const ItemPtr item = find(data.no, known);
+    if (!item)
+        return known;
+    if (item->message.info.kind == ItemKind::Folder)
+        return false;
+    if (item->whole) {
+        Bytes &bytes = item->small.data;
+        if (item->stored || item->blockSeen || data.block != 0 || data.offset != bytes.size() ||
+            bytes.size() + data.size > item->message.info.size ||
+            data.last != (bytes.size() + data.size == item->message.info.size) ||
+            m_wholeBytes + data.size > kMostWholeBytes)
+            return false;
+        bytes.insert(bytes.end(), data.data, data.data + data.size);
+        m_wholeBytes += data.size;
+        m_held += data.size;
+        m_session->addPending(data.size);
+        item->blockSeen = data.last;
+        if (data.last)
+            item->small.block = data.digest;
+        return true;
+    }
+    if (!item->cache && m_target.resumed) {
+        // The existing file was not the one; now the partial file is needed after all.
+        prepareCache(item);
+    }
+    if (!item->cache)
+        return false;
+    CacheFile::Op op;
+    op.block = data.block;
+    op.offset = data.offset;
+    op.last = data.last;
+    op.digest = data.digest;
+    op.data.assign(data.data, data.data + data.size);
+    item->ops.push_back(std::move(op));
+    item->opBytes += data.size;
+    m_held += data.size;
+    m_session->addPending(data.size);
+    process(item);
+    return true;
+}
+
+bool StreamReceiver::sumMessage(WireReader &body)
+{
+    SumMessage sum;
+    if (!sum.decode(body))
+        return false;
+    bool known = false;
+    const ItemPtr item = find(sum.no, known);
+    if (!item)
+        return known;
+    if (!item->prepared)
+        return false;
+    CacheFile::Op op;
+    op.kind = CacheFile::Op::Sum;
+    op.block = sum.block;
+    op.sums = std::move(sum.digests);
+    item->ops.push_back(std::move(op));
+    process(item);
+    return true;
+}
+
+bool StreamReceiver::endMessage(WireReader &body)
+{
+    EndMessage end;
+    if (!end.decode(body))
+        return false;
+    bool known = false;
+    const ItemPtr item = find(end.no, known);
+    if (!item)
+        return known;
+    if (item->message.info.kind == ItemKind::Folder)
+        return false;
+    if (end.same) {
+        if (!m_target.resumed || !item->message.ask || item->cache || item->stored)
+            return false;
+        m_progress.bytes += item->message.info.size;
+        ItemOutcome outcome;
+        outcome.same = true;
+        done(item, outcome);
+        return true;
+    }
+    if (item->whole) {
+        if (item->stored || item->blockSeen != (item->message.info.size > 0))
+            return false;
+        item->stored = true;
+        item->small.no = end.no;
+        item->small.path = item->message.info.path;
+        item->small.modifiedMs = item->message.info.modifiedMs;
+        item->small.whole = end.digest;
+        m_wholeBytes -= item->small.data.size();
+        m_smallReady.push_back(std::move(item->small));
+        storeSmall();
+        return true;
+    }
+    if (!item->cache)
+        return false;
+    CacheFile::Op op;
+    op.kind = CacheFile::Op::End;
+    op.digest = end.digest;
+    item->ops.push_back(std::move(op));
+    process(item);
+    return true;
+}
+
+void StreamReceiver::process(const ItemPtr &item)
+{
+    if (!item->prepared || item->busy || item->ops.empty())
+        return;
+    item->busy = true;
+    const std::size_t bytes = std::exchange(item->opBytes, 0);
+    item->sinceSync += bytes;
+    job([cache = item->cache, ops = std::exchange(item->ops, {})]() mutable { return cache->process(std::move(ops)); },
+        [this, item, bytes](CacheFile::Outcome outcome) {
+            m_held -= bytes;
+            if (m_session)
+                m_session->removePending(bytes);
+            processed(item, std::move(outcome));
+        });
+}
+
+void StreamReceiver::processed(const ItemPtr &item, CacheFile::Outcome outcome)
+{
+    item->busy = false;
+    m_progress.bytes += static_cast<std::uint64_t>(outcome.confirmed);
+    if (m_ended)
+        return;
+    if (outcome.finished)
+        return done(item, outcome.item);
+    if (outcome.error != Error::None)
+        return fail(item, outcome.error, outcome.text);
+    if (m_closing)
+        return;
+    for (std::uint32_t block : outcome.needed)
+        need(item->message.no, block);
+    process(item);
+    const auto now = Clock::now();
+    if (item->syncing || item->sinceSync < kSyncBytes || now - item->lastSync < kSyncTime)
+        return;
+    // What a crash of the machine may cost stays bounded; beside the writing, not before it.
+    item->syncing = true;
+    item->sinceSync = 0;
+    job(
+        [cache = item->cache] {
+            cache->sync();
+            return true;
+        },
+        [item](bool) {
+            item->syncing = false;
+            item->lastSync = Clock::now();
+        });
+}
+
+void StreamReceiver::storeSmall()
+{
+    while (!m_smallReady.empty() && m_smallJobs < kMostSmallJobs && m_tree && !m_closing) {
+        std::vector<SmallFile> batch;
+        std::vector<SmallFile> later;
+        std::size_t bytes = 0;
+        for (SmallFile &file : m_smallReady) {
+            const auto found = m_items.find(file.no);
+            const bool full = batch.size() == kBatchFiles || bytes >= kBatchBytes;
+            if (found == m_items.end()) {
+                // Given up while it waited.
+                m_held -= file.data.size();
+                m_session->removePending(file.data.size());
+                continue;
+            }
+            if (full || found->second->activeKey.empty()) {
+                later.push_back(std::move(file));
+                continue;
+            }
+            bytes += file.data.size();
+            batch.push_back(std::move(file));
+        }
+        m_smallReady = std::move(later);
+        if (batch.empty())
+            return;
+        ++m_smallJobs;
+        job(
+            [tree = m_tree, batch = std::move(batch), bytes] {
+                std::vector<SmallFileResult> results;
+                if (tree->reserve(bytes)) {
+                    results = storeSmallFiles(*tree, batch);
+                    tree->unreserve(bytes);
+                    return results;
+                }
+                for (const SmallFile &file : batch) {
+                    SmallFileResult result;
+                    result.no = file.no;
+                    result.size = file.data.size();
+                    result.error = Error::NoSpace;
+                    result.text = "the quota is used up";
+                    results.push_back(std::move(result));
+                }
+                return results;
+            },
+            [this, bytes](std::vector<SmallFileResult> results) {
+                --m_smallJobs;
+                m_held -= bytes;
+                if (m_session)
+                    m_session->removePending(bytes);
+                for (const SmallFileResult &result : results)
+                    stored(result);
+                storeSmall();
+            });
+    }
+}
+
+void StreamReceiver::stored(const SmallFileResult &result)
+{
+    const auto found = m_items.find(result.no);
+    if (found == m_items.end() || m_ended)
+        return;
+    const ItemPtr item = found->second;
+    if (result.damaged && ++item->damaged <= kMostDamaged) {
+        item->stored = item->blockSeen = false;
+        item->small = SmallFile();
+        return need(result.no, 0);
+    }
+    if (result.damaged)
+        return fail(item, Error::Integrity, "the file arrives damaged again and again");
+    if (result.error != Error::None)
+        return fail(item, result.error, result.text);
+    m_progress.bytes += result.size;
+    done(item, result.item);
+}
+
+void StreamReceiver::need(std::uint32_t no, std::uint32_t block)
+{
+    NeedMessage message;
+    message.no = no;
+    message.block = block;
+    send(message);
+}
+
+void StreamReceiver::forget(const ItemPtr &item)
+{
+    if (!item->activeKey.empty())
+        m_context.activeFiles().release(std::exchange(item->activeKey, {}));
+    if (item->cache)
+        --m_openCaches;
+    if (item->reserved > 0)
+        m_tree->unreserve(std::exchange(item->reserved, 0));
+    m_wholeBytes -= item->small.data.size();
+    const std::size_t dropped = item->small.data.size() + item->opBytes;
+    m_held -= dropped;
+    if (m_session && dropped > 0)
+        m_session->removePending(dropped);
+    item->ops.clear();
+    item->opBytes = 0;
+    m_items.erase(item->message.no);
+}
+
+void StreamReceiver::done(const ItemPtr &item, const ItemOutcome &outcome)
+{
+    forget(item);
+    if (item->message.info.kind == ItemKind::File)
+        ++m_progress.filesDone;
+    DoneMessage message;
+    message.no = item->message.no;
+    message.outcome = outcome;
+    send(message);
+    if (m_callbacks.onItemDone)
+        m_callbacks.onItemDone(item->message.info, outcome);
+}
+
+void StreamReceiver::fail(const ItemPtr &item, Error error, const std::string &text)
+{
+    if (m_items.count(item->message.no) == 0 || m_ended)
+        return;
+    forget(item);
+    ++m_progress.filesFailed;
+    ItemStopMessage message;
+    message.no = item->message.no;
+    message.error = error;
+    message.text = text;
+    send(message, Msg::Fail);
+    if (m_callbacks.onItemFailed)
+        m_callbacks.onItemFailed(item->message.info, error, text);
+    // Whatever follows would fail in the same way.
+    if (error == Error::NoSpace)
+        stop(error, text, false);
+}
+
+bool StreamReceiver::abortMessage(WireReader &body)
+{
+    ItemStopMessage message;
+    if (!message.decode(body))
+        return false;
+    bool known = false;
+    const ItemPtr item = find(message.no, known);
+    if (!item)
+        return known;
+    if (item->stored)
+        return true;
+    const auto cache = item->cache;
+    forget(item);
+    ++m_progress.filesFailed;
+    if (m_callbacks.onItemFailed)
+        m_callbacks.onItemFailed(item->message.info, message.error, message.text);
+    // Of a source that became another file nothing can be used again.
+    if (cache && message.error == Error::ChangedSource)
+        job(
+            [cache] {
+                cache->discard();
+                return true;
+            },
+            [](bool) {});
+    return true;
+}
+
+bool StreamReceiver::finishMessage(WireReader &body)
+{
+    if (!body.complete() || !m_items.empty() || m_finishing)
+        return false;
+    m_finishing = true;
+    job(
+        [tree = m_tree] {
+            if (tree)
+                tree->applyTimes();
+            return true;
+        },
+        [this](bool) {
+            if (!m_closing)
+                close(Error::None, "", false);
+        });
+    return true;
+}
+
+bool StreamReceiver::closeMessage(WireReader &body)
+{
+    CloseMessage message;
+    if (!message.decode(body) || message.error == Error::None)
+        return false;
+    close(message.error, message.text, message.discard);
+    return true;
+}
+
+void StreamReceiver::stop(Error error, const std::string &text, bool discard)
+{
+    if (!m_closing)
+        close(error, text, discard);
+}
+
+void StreamReceiver::close(Error error, const std::string &text, bool discard)
+{
+    if (m_closing)
+        return;
+    m_closing = true;
+    m_discard = discard;
+    m_closeError = error;
+    m_closeText = text;
+    tick();
+    // The other side gets to know now; this stream ends when its last write is done, so that a following one finds
+    // the files at rest.
+    sendClose(error, text, discard);
+    if (m_session) {
+        m_session->removePending(m_held);
+        m_held = 0;
+    }
+    detach();
+    idle();
+}
+
+void StreamReceiver::idle()
+{
+    if (!m_closing || m_jobs > 0 || m_ended)
+        return;
+    if (std::exchange(m_discard, false)) {
+        std::vector<std::shared_ptr<CacheFile>> caches;
+        for (const auto &item : m_items)
+            if (item.second->cache)
+                caches.push_back(item.second->cache);
+        return job(
+            [caches] {
+                for (const auto &cache : caches)
+                    cache->discard();
+                return true;
+            },
+            [](bool) {});
+    }
+    // Gives the files free before anyone hears of the end.
+    const auto items = std::move(m_items);
+    m_items.clear();
+    for (const auto &item : items)
+        if (!item.second->activeKey.empty())
+            m_context.activeFiles().release(std::exchange(item.second->activeKey, {}));
+    end(m_closeError, m_closeText);
+}
+
+void StreamReceiver::tick()
+{
+    if (m_ended)
+        return;
+    if (m_progress.bytes != m_sentProgress.bytes || m_progress.filesDone != m_sentProgress.filesDone ||
+        m_progress.filesFailed != m_sentProgress.filesFailed) {
+        m_sentProgress = m_progress;
+        ProgressMessage progress;
+        progress.progress = m_progress;
+        send(progress);
+    }
+    reportProgress(false);
+    if (m_closing)
+        return;
+    std::vector<ItemPtr> waiting;
+    for (const auto &item : m_items)
+        if (item.second->waiting)
+            waiting.push_back(item.second);
+    for (const ItemPtr &item : waiting) {
+        if (Clock::now() - item->waitingSince > kWaitForFile)
+            fail(item, Error::Refused, "another transfer is writing this file");
+        else
+            startItem(item);
+        if (m_closing)
+            return;
+    }
+}
+
+void StreamReceiver::lost(Error error, const std::string &text)
+{
+    // The session gives back what it counted by itself.
+    m_session = nullptr;
+    m_held = 0;
+    close(error, text, false);
+}
+
+} // namespace zpdt

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace asio::ssl {
+class context;
+}
+
+namespace zpdt {
+
+/// A server's certificate with its key, made by itself. Clients know it by its fingerprint alone.
+class TlsIdentity
+{
+public:
+    /// Reads @p file (PEM, certificate and key), or makes both and writes it, readable by this user only. A file that
+    /// holds anything else is an error and stays as it is. False with an English reason in @p error.
+    bool load(const std::string &file, std::string &error);
+
+    /// SHA-256 of the certificate, lower-case hexadecimal.
+    const std::string &fingerprint() const { return m_fingerprint; }
+    std::shared_ptr<asio::ssl::context> serverContext() const { return m_context; }
+
+    /// For clients; whom they trust is decided with the fingerprint after the handshake.
+    static std::shared_ptr<asio::ssl::context> clientContext();
+    /// Fingerprint of the other side of an OpenSSL connection, empty when it showed no certificate.
+    static std::string peerFingerprint(void *ssl);
+
+private:
+    std::string m_fingerprint;
+    std::shared_ptr<asio::ssl::context> m_context;
+};
+
+} // namespace zpdt

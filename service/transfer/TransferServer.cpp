@@ -1,0 +1,365 @@
+#include "TransferServer.h"
+
+#include "Context.h"
+#include "NameRules.h"
+#include "Session.h"
+#include "StreamReceiver.h"
+#include "StreamSender.h"
+#include "TcpChannel.h"
+#include "TlsIdentity.h"
+
+#include <asio/ip/tcp.hpp>
+#include <asio/steady_timer.hpp>
+
+#include <chrono>
+#include <condition_variable>
+#include <future>
+#include <map>
+#include <mutex>
+#include <set>
+
+namespace arkvale::service {
+
+using asio::ip::tcp;
+
+namespace {
+
+/// For a connection that has not shown a single good ticket yet.
+constexpr auto kProveTime = std::chrono::seconds(30);
+constexpr auto kStopTime = std::chrono::seconds(5);
+constexpr auto kAcceptPause = std::chrono::milliseconds(200);
+constexpr unsigned kMostBadTickets = 8;
+
+} // namespace
+
+class TransferRuntime
+{
+public:
+    explicit TransferRuntime(unsigned diskThreads)
+        : context(diskThreads)
+    {
+    }
+    zpdt::Context context;
+};
+
+std::shared_ptr<TransferRuntime> makeTransferRuntime(unsigned diskThreads)
+{
+    return std::make_shared<TransferRuntime>(diskThreads);
+}
+
+/// Everything on the I/O thread; the server's functions post to it. Kept alive by what is under way.
+struct TransferServer::Private : std::enable_shared_from_this<TransferServer::Private>
+{
+    struct Peer
+    {
+        explicit Peer(zpdt::Context &context)
+            : proveTimer(context.io())
+        {
+        }
+        std::shared_ptr<zpdt::Session> session;
+        std::string address;
+        asio::steady_timer proveTimer;
+        bool proven = false;
+        unsigned badTickets = 0;
+    };
+
+    Private(std::shared_ptr<TransferRuntime> sharedRuntime, TransferServerOptions wanted, Redeem redeemTicket,
+            Log logLine)
+        : runtime(std::move(sharedRuntime))
+        , options(std::move(wanted))
+        , redeem(std::move(redeemTicket))
+        , log(std::move(logLine))
+        , acceptor(runtime->context.io())
+        , acceptTimer(runtime->context.io())
+    {
+    }
+
+    void say(const std::string &line)
+    {
+        if (log)
+            log(line);
+    }
+
+    bool listen(std::string &error);
+    void accept();
+    void welcome(tcp::socket socket);
+    void gone(std::uint64_t number);
+    std::shared_ptr<zpdt::SessionStream> open(std::uint64_t number, std::uint32_t id, const zpdt::OpenMessage &message);
+    std::shared_ptr<zpdt::StreamBase> makeStream(zpdt::Session &session, const zpdt::OpenMessage &message,
+                                                 const TransferGrant &grant);
+    void streamGone(const std::string &user);
+    void shutDown();
+    void tellWhenIdle();
+
+    const std::shared_ptr<TransferRuntime> runtime;
+    const TransferServerOptions options;
+    const Redeem redeem;
+    const Log log;
+    zpdt::TlsIdentity identity;
+    tcp::acceptor acceptor;
+    asio::steady_timer acceptTimer;
+    std::uint16_t port = 0;
+    bool stopping = false;
+    bool started = false;
+
+    std::map<std::uint64_t, std::shared_ptr<Peer>> peers;
+    std::uint64_t lastNumber = 0;
+    std::map<std::string, unsigned> perAddress;
+    std::map<std::string, unsigned> streamsPerUser;
+    std::size_t streams = 0;
+
+    std::mutex idleMutex;
+    std::condition_variable idleChanged;
+    bool idle = false; ///< guarded by idleMutex
+};
+
+bool TransferServer::Private::listen(std::string &error)
+{
+    std::error_code failed;
+    const auto address = asio::ip::make_address(options.host, failed);
+    if (failed) {
+        error = "not an address: " + options.host;
+        return false;
+    }
+    const tcp::endpoint endpoint(address, options.port);
+    acceptor.open(endpoint.protocol(), failed);
+    if (!failed) {
+        std::error_code ignored;
+        acceptor.set_option(tcp::acceptor::reuse_address(true), ignored);
+        acceptor.bind(endpoint, failed);
+    }
+    if (!failed)
+        acceptor.listen(256, failed);
+    if (failed) {
+        error = "cannot listen on " + options.host + ":" + std::to_string(options.port) + ": " + failed.message();
+        std::error_code ignored;
+        acceptor.close(ignored);
+        return false;
+    }
+    port = acceptor.local_endpoint(failed).port();
+    return true;
+}
+
+void TransferServer::Private::accept()
+{
+    acceptor.async_accept([self = shared_from_this()](std::error_code failed, tcp::socket socket) {
+        if (self->stopping)
+            return;
+        if (!failed) {
+            self->welcome(std::move(socket));
+            return self->accept();
+        }
+        // Out of descriptors, most likely. The ones in use go on.
+        self->acceptTimer.expires_after(kAcceptPause);
+        self->acceptTimer.async_wait([self](std::error_code stopped) {
+            if (!stopped && !self->stopping)
+                self->accept();
+        });
+    });
+}
+
+void TransferServer::Private::welcome(tcp::socket socket)
+{
+    std::error_code failed;
+    const auto remote = socket.remote_endpoint(failed);
+    if (failed)
+        return;
+    const std::string address = remote.address().to_string();
+    if (peers.size() >= options.maxConnections || perAddress[address] >= options.maxConnectionsPerAddress) {
+        if (perAddress[address] == 0)
+            perAddress.erase(address);
+        return;
+    }
+    ++perAddress[address];
+    const std::uint64_t number = ++lastNumber;
+    auto peer = std::make_shared<Peer>(runtime->context);
+    peer->address = address;
+    const std::weak_ptr<Private> weak = weak_from_this();
+    zpdt::Session::Handler handler;
+    handler.onClosed = [weak, number](zpdt::Error, const std::string &) {
+        if (const auto self = weak.lock())
+            self->gone(number);
+    };
+    handler.onOpen = [weak, number](std::uint32_t id,
+                                    const zpdt::OpenMessage &message) -> std::shared_ptr<zpdt::SessionStream> {
+        const auto self = weak.lock();
+        return self ? self->open(number, id, message) : nullptr;
+    };
+    auto channel = zpdt::TcpChannel::accepted(runtime->context, std::move(socket), identity.serverContext());
+    peer->session = std::make_shared<zpdt::Session>(runtime->context, std::move(channel), zpdt::Session::Role::Server,
+                                                    "arkvale-service", std::move(handler));
+    peer->session->setSendRate(options.maxSendBytesPerSecond);
+    peer->session->setReceiveRate(options.maxReceiveBytesPerSecond);
+    peers[number] = peer;
+    peer->proveTimer.expires_after(kProveTime);
+    peer->proveTimer.async_wait([weak, number](std::error_code stopped) {
+        const auto self = weak.lock();
+        if (!self || stopped)
+            return;
+        const auto found = self->peers.find(number);
+        if (found != self->peers.end() && !found->second->proven)
+            found->second->session->close(zpdt::Error::Refused, "no ticket was shown");
+    });
+    peer->session->start();
+}
+
+void TransferServer::Private::gone(std::uint64_t number)
+{
+    const auto found = peers.find(number);
+    if (found == peers.end())
+        return;
+    found->second->proveTimer.cancel();
+    if (--perAddress[found->second->address] == 0)
+        perAddress.erase(found->second->address);
+    peers.erase(found);
+    tellWhenIdle();
+}
+
+std::shared_ptr<zpdt::SessionStream> TransferServer::Private::open(std::uint64_t number, std::uint32_t id,
+                                                                   const zpdt::OpenMessage &message)
+{
+    const auto peer = peers.at(number);
+    zpdt::Session &session = *peer->session;
+    const auto refuse = [&](const std::string &reason) {
+        session.refuse(id, zpdt::Error::Refused, reason);
+        return nullptr;
+    };
+    if (stopping)
+        return refuse("the service is stopping");
+    const std::optional<TransferGrant> grant = redeem(message.ticket);
+    if (!grant) {
+        say("transfer: a ticket that is not valid, from " + peer->address);
+        refuse("the ticket is not valid");
+        if (++peer->badTickets >= kMostBadTickets)
+            session.close(zpdt::Error::Refused, "too many tickets that are not valid");
+        return nullptr;
+    }
+    const bool upload = grant->direction == TransferGrant::Direction::Upload;
+    if (grant->subCenterId != options.subCenterId || upload != (message.direction == zpdt::Direction::Upload))
+        return refuse("the ticket is for something else");
+    if (streamsPerUser[grant->user] >= options.maxStreamsPerUser)
+        return refuse("too many transfers at once");
+    peer->proven = true;
+    auto stream = makeStream(session, message, *grant);
+    stream->setId(id);
+    ++streamsPerUser[grant->user];
+    ++streams;
+    // This object lives as long as a stream does, so that stop() can wait for it.
+    stream->onGone = [self = shared_from_this(), user = grant->user] { self->streamGone(user); };
+    session.send(zpdt::emptyFrame(id, zpdt::Msg::Opened));
+    return stream;
+}
+
+std::shared_ptr<zpdt::StreamBase> TransferServer::Private::makeStream(zpdt::Session &session,
+                                                                      const zpdt::OpenMessage &message,
+                                                                      const TransferGrant &grant)
+{
+    const bool upload = grant.direction == TransferGrant::Direction::Upload;
+    const auto openFolder = [home = grant.homeRoot, path = grant.folder, upload](zpdt::SafeFolder &folder) {
+        zpdt::SafeFolder root;
+        std::vector<std::string> names;
+        if (!zpdt::splitPath(path, names))
+            return zpdt::FileResult{zpdt::FileError::BadName, 0};
+        const std::string below = zpdt::joinPath(names);
+        zpdt::FileResult result = zpdt::SafeFolder::open(home, root);
+        if (result.ok() && upload)
+            result = root.mkdirs(below);
+        return result.ok() ? root.openFolder(below, folder) : result;
+    };
+    if (!upload) {
+        zpdt::StreamSender::Source source;
+        source.open = openFolder;
+        source.excludedSuffixes = message.excludedSuffixes;
+        source.resumed = message.resumed;
+        source.wanted = true;
+        return std::make_shared<zpdt::StreamSender>(session, std::move(source), zpdt::StreamCallbacks());
+    }
+    zpdt::StreamReceiver::Target target;
+    target.open = openFolder;
+    std::vector<std::string> names;
+    (void)zpdt::splitPath(grant.folder, names);
+    target.key = grant.homeRoot + '/' + zpdt::joinPath(names);
+    target.limits.freeBytes = grant.quotaFree;
+    target.limits.addUsed = grant.addUsed;
+    target.resumed = message.resumed;
+    auto receiver = std::make_shared<zpdt::StreamReceiver>(session, std::move(target), zpdt::StreamCallbacks());
+    receiver->begin();
+    return receiver;
+}
+
+void TransferServer::Private::streamGone(const std::string &user)
+{
+    --streams;
+    if (--streamsPerUser[user] == 0)
+        streamsPerUser.erase(user);
+    tellWhenIdle();
+}
+
+void TransferServer::Private::shutDown()
+{
+    stopping = true;
+    std::error_code ignored;
+    acceptor.close(ignored);
+    acceptTimer.cancel();
+    const auto open = peers;
+    for (const auto &peer : open)
+        peer.second->session->close(zpdt::Error::Network, "the service is stopping");
+    tellWhenIdle();
+}
+
+void TransferServer::Private::tellWhenIdle()
+{
+    if (!stopping || streams > 0 || !peers.empty())
+        return;
+    std::lock_guard<std::mutex> lock(idleMutex);
+    idle = true;
+    idleChanged.notify_all();
+}
+
+TransferServer::TransferServer(std::shared_ptr<TransferRuntime> runtime, TransferServerOptions options, Redeem redeem,
+                               Log log)
+    : d(std::make_shared<Private>(std::move(runtime), std::move(options), std::move(redeem), std::move(log)))
+{
+}
+
+TransferServer::~TransferServer()
+{
+    stop();
+}
+
+bool TransferServer::start(std::string &error)
+{
+    if (d->started || !d->identity.load(d->options.certificateFile, error))
+        return false;
+    std::promise<bool> listening;
+    d->runtime->context.post([&] {
+        const bool good = d->listen(error);
+        if (good)
+            d->accept();
+        listening.set_value(good);
+    });
+    d->started = listening.get_future().get();
+    return d->started;
+}
+
+void TransferServer::stop()
+{
+    if (!d->started)
+        return;
+    d->started = false;
+    d->runtime->context.post([self = d] { self->shutDown(); });
+    std::unique_lock<std::mutex> lock(d->idleMutex);
+    d->idleChanged.wait_for(lock, kStopTime, [this] { return d->idle; });
+}
+
+std::uint16_t TransferServer::port() const
+{
+    return d->port;
+}
+
+std::string TransferServer::fingerprint() const
+{
+    return d->identity.fingerprint();
+}
+
+} // namespace arkvale::service
