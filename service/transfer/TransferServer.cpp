@@ -63,14 +63,13 @@ struct TransferServer::Private : std::enable_shared_from_this<TransferServer::Pr
         unsigned badTickets = 0;
     };
 
-    Private(std::shared_ptr<TransferRuntime> sharedRuntime, TransferServerOptions wanted, Redeem redeemTicket,
-            Log logLine)
-        : runtime(std::move(sharedRuntime))
+    Private(zpdt::Context &runtimeContext, TransferServerOptions wanted, Redeem redeemTicket, Log logLine)
+        : context(runtimeContext)
         , options(std::move(wanted))
         , redeem(std::move(redeemTicket))
         , log(std::move(logLine))
-        , acceptor(runtime->context.io())
-        , acceptTimer(runtime->context.io())
+        , acceptor(context.io())
+        , acceptTimer(context.io())
     {
     }
 
@@ -91,7 +90,8 @@ struct TransferServer::Private : std::enable_shared_from_this<TransferServer::Pr
     void shutDown();
     void tellWhenIdle();
 
-    const std::shared_ptr<TransferRuntime> runtime;
+    // Not the runtime: the last owner of this may be its own thread.
+    zpdt::Context &context;
     const TransferServerOptions options;
     const Redeem redeem;
     const Log log;
@@ -172,7 +172,7 @@ void TransferServer::Private::welcome(tcp::socket socket)
     }
     ++perAddress[address];
     const std::uint64_t number = ++lastNumber;
-    auto peer = std::make_shared<Peer>(runtime->context);
+    auto peer = std::make_shared<Peer>(context);
     peer->address = address;
     const std::weak_ptr<Private> weak = weak_from_this();
     zpdt::Session::Handler handler;
@@ -185,8 +185,8 @@ void TransferServer::Private::welcome(tcp::socket socket)
         const auto self = weak.lock();
         return self ? self->open(number, id, message) : nullptr;
     };
-    auto channel = zpdt::TcpChannel::accepted(runtime->context, std::move(socket), identity.serverContext());
-    peer->session = std::make_shared<zpdt::Session>(runtime->context, std::move(channel), zpdt::Session::Role::Server,
+    auto channel = zpdt::TcpChannel::accepted(context, std::move(socket), identity.serverContext());
+    peer->session = std::make_shared<zpdt::Session>(context, std::move(channel), zpdt::Session::Role::Server,
                                                     "arkvale-service", std::move(handler));
     peer->session->setSendRate(options.maxSendBytesPerSecond);
     peer->session->setReceiveRate(options.maxReceiveBytesPerSecond);
@@ -318,7 +318,8 @@ void TransferServer::Private::tellWhenIdle()
 
 TransferServer::TransferServer(std::shared_ptr<TransferRuntime> runtime, TransferServerOptions options, Redeem redeem,
                                Log log)
-    : d(std::make_shared<Private>(std::move(runtime), std::move(options), std::move(redeem), std::move(log)))
+    : m_runtime(std::move(runtime))
+    , d(std::make_shared<Private>(m_runtime->context, std::move(options), std::move(redeem), std::move(log)))
 {
 }
 
@@ -332,7 +333,7 @@ bool TransferServer::start(std::string &error)
     if (d->started || !d->identity.load(d->options.certificateFile, error))
         return false;
     std::promise<bool> listening;
-    d->runtime->context.post([&] {
+    d->context.post([&] {
         const bool good = d->listen(error);
         if (good)
             d->accept();
@@ -347,7 +348,7 @@ void TransferServer::stop()
     if (!d->started)
         return;
     d->started = false;
-    d->runtime->context.post([self = d] { self->shutDown(); });
+    d->context.post([self = d] { self->shutDown(); });
     std::unique_lock<std::mutex> lock(d->idleMutex);
     d->idleChanged.wait_for(lock, kStopTime, [this] { return d->idle; });
 }

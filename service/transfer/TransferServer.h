@@ -73,6 +73,7 @@ public:
 
 private:
     struct Private;
+    std::shared_ptr<TransferRuntime> m_runtime;
     std::shared_ptr<Private> d;
 };
 
