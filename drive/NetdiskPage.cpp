@@ -44,6 +44,7 @@ NetdiskPage::NetdiskPage(const SubCenter &center, const QString &initPath, QWidg
     SetStorage();
     ChangeButtonStatus();
     setFocusProxy(m_view);
+    m_view->setFocus();
     IntoFolder(initPath.isEmpty() ? QStringLiteral("/") : initPath);
 }
 
@@ -363,10 +364,12 @@ void NetdiskPage::contextMenuRequested(const QPoint &globalPos)
 {
     QMenu *menu = m_view->createContextMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->setStyleSheet(QStringLiteral("QMenu { background: white; font-size: 12px; }"
-                                       "QMenu::item { height: 30px; min-width: 95px; color: #2459b8; }"
-                                       "QMenu::item:selected { background: #e8f0fe; }"
-                                       "QMenu::item:disabled { color: #a3aebd; }"));
+    menu->setStyleSheet(
+        QStringLiteral("QMenu { background: white; font-size: 12px; }"
+                       "QMenu::item { height: 30px; min-width: 95px; padding: 0 24px 0 30px; color: #2459b8; }"
+                       "QMenu::icon { padding-left: 8px; }"
+                       "QMenu::item:selected { background: #e8f0fe; }"
+                       "QMenu::item:disabled { color: #a3aebd; }"));
     menu->popup(globalPos);
 }
 

@@ -24,9 +24,9 @@ EmptyFolderPanel::EmptyFolderPanel(QWidget *parent)
     m_text->setObjectName(QStringLiteral("emptyText"));
     m_upload->setObjectName(QStringLiteral("emptyUpload"));
     m_upload->setProperty("primary", true);
-    QFont big = m_title->font();
-    big.setPointSizeF(big.pointSizeF() * 1.35);
-    m_title->setFont(big);
+    m_title->setStyleSheet(QStringLiteral("font-size: 18px;"));
+    setAutoFillBackground(true);
+    setBackgroundRole(QPalette::Base);
     auto *layout = new QVBoxLayout(this);
     layout->addStretch(2);
     for (QWidget *part : {static_cast<QWidget *>(picture), static_cast<QWidget *>(m_title),

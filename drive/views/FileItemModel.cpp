@@ -74,41 +74,42 @@ void FileItemModel::add(const QList<FileItem> &items)
 
 void FileItemModel::addNow(const QList<FileItem> &items)
 {
-    int folders = 0, files = 0;
+    const int folders = m_listing.folders, files = m_listing.files;
     QList<FileItem> pictures;
-    // Inserted one by one, a thousand entries would move a long list a thousand times.
-    const bool many = items.size() > ManyRanges;
-    QList<FileItem> all;
-    if (many)
-        all = m_listing.items.toList();
     for (const FileItem &item : items) {
-        const int row = rowOf(item.path);
-        if (row >= 0 && !many) {
-            m_listing.unfinished.remove(FileListing::key(item.path));
-            const bool stays = m_listing.items[row].isFolder() == item.isFolder();
-            m_listing.items[row] = item;
-            ++m_version;
-            emit dataChanged(index(row, 0), index(row, ColumnCount - 1));
-            if (!stays) {
-                folders += item.isFolder() ? 1 : -1;
-                files += item.isFolder() ? -1 : 1;
-            }
-            continue;
-        }
-        if (many)
-            all.append(item);
-        else
-            insert(item);
-        if (row < 0)
-            ++(item.isFolder() ? folders : files);
+        m_listing.unfinished.remove(FileListing::key(item.path));
         if (FileListing::isPicture(item))
             pictures.append(item);
     }
-    if (many)
-        replace(FileListing::prepare(all, m_order));
-    emit added(folders, files);
+    // Inserted one by one, a thousand entries would move a long list a thousand times.
+    if (items.size() > ManyRanges) {
+        FileListing all = FileListing::prepare(m_listing.items.toList() + items, m_order);
+        all.unfinished.unite(m_listing.unfinished);
+        replace(all);
+    } else {
+        for (const FileItem &item : items)
+            addOne(item);
+    }
+    emit added(m_listing.folders - folders, m_listing.files - files);
     if (!pictures.isEmpty())
         emit sigGetIcons(pictures);
+}
+
+void FileItemModel::addOne(const FileItem &item)
+{
+    const int row = rowOf(item.path);
+    if (row < 0)
+        return insert(item);
+    count(m_listing.items[row], -1);
+    count(item, 1);
+    m_listing.items[row] = item;
+    ++m_version;
+    emit dataChanged(index(row, 0), index(row, ColumnCount - 1));
+}
+
+void FileItemModel::count(const FileItem &item, int change)
+{
+    (item.isFolder() ? m_listing.folders : m_listing.files) += change;
 }
 
 void FileItemModel::insert(const FileItem &item)
@@ -116,6 +117,7 @@ void FileItemModel::insert(const FileItem &item)
     const int row = FileOrder::insertRow(m_listing.items, item, m_order);
     beginInsertRows({}, row, row);
     m_listing.items.insert(row, item);
+    count(item, 1);
     itemsChanged();
     endInsertRows();
 }
@@ -141,6 +143,7 @@ void FileItemModel::removeNow(const QStringList &paths)
     int folders = 0, ranges = 0;
     for (int i = 0; i < rows.size(); ++i) {
         folders += m_listing.items[rows[i]].isFolder() ? 1 : 0;
+        count(m_listing.items[rows[i]], -1);
         ranges += i == 0 || rows[i] != rows[i - 1] + 1 ? 1 : 0;
         m_listing.unfinished.remove(FileListing::key(m_listing.items[rows[i]].path));
     }
@@ -337,8 +340,8 @@ QVariant FileItemModel::data(const QModelIndex &index, int role) const
     case Qt::AccessibleDescriptionRole:
         return isUnfinished(index.row()) ? tr("Transfer not finished") : QString();
     case Qt::TextAlignmentRole:
-        return index.column() == SizeColumn ? int(Qt::AlignRight | Qt::AlignVCenter)
-                                            : int(Qt::AlignLeft | Qt::AlignVCenter);
+        // The others are left to the view: the icon grid centres the name.
+        return index.column() == SizeColumn ? QVariant(int(Qt::AlignRight | Qt::AlignVCenter)) : QVariant();
     case PathRole:
         return item.path;
     case TypeRole:

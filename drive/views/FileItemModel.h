@@ -89,6 +89,8 @@ signals:
 
 private:
     void addNow(const QList<FileItem> &items);
+    void addOne(const FileItem &item);
+    void count(const FileItem &item, int change);
     void removeNow(const QStringList &paths);
     void renameNow(const QString &src, const QString &dest);
     void insert(const FileItem &item);

@@ -16,7 +16,7 @@ FileListWidget::FileListWidget(QWidget *parent)
     setWordWrap(true);
     setTextElideMode(Qt::ElideMiddle);
     setIconSize(QSize(64, 64));
-    setGridSize(QSize(124, 40 + 64 + 2 * fontMetrics().lineSpacing()));
+    setSpacing(6);
     setSelectionMode(ExtendedSelection);
     setEditTriggers(NoEditTriggers);
     setDragEnabled(true);

@@ -48,7 +48,7 @@ QString FileListing::key(const QString &path)
 QString FileListing::parentFolder(const QString &path)
 {
     const QString own = key(path);
-    return withSlash(own.left(own.lastIndexOf(QLatin1Char('/'))));
+    return withSlash(own.left(qMax(0, own.lastIndexOf(QLatin1Char('/')))));
 }
 
 QString FileListing::fileName(const QString &path)

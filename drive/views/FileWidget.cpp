@@ -42,6 +42,7 @@ FileWidget::FileWidget(QWidget *parent)
     addWidget(m_tree);
     addWidget(m_list);
     addWidget(m_empty);
+    setFocusProxy(m_tree);
 
     connect(m_tree, &FileTreeWidget::orderAsked, this,
             [this](FileOrder::Type order) { emit sortTypeAsked(FileOrder::nameOf(order)); });

@@ -1,0 +1,170 @@
+#include "FakeOrvClient.h"
+
+#include <QTimer>
+
+class OrvClientPrivate
+{
+};
+
+FakeService &FakeService::instance()
+{
+    static FakeService service;
+    return service;
+}
+
+void FakeService::reset()
+{
+    m_entries.clear();
+    m_script = nullptr;
+}
+
+QList<FakeCall> FakeService::calls(const QString &operation) const
+{
+    QList<FakeCall> result;
+    for (const Entry &entry : m_entries) {
+        if (operation.isEmpty() || entry.call.operation == operation)
+            result.append(entry.call);
+    }
+    return result;
+}
+
+FakeCall FakeService::last(const QString &operation) const
+{
+    const QList<FakeCall> all = calls(operation);
+    return all.isEmpty() ? FakeCall() : all.last();
+}
+
+void FakeService::answer(const FakeCall &call, int code, const QByteArray &body)
+{
+    for (const Entry &entry : qAsConst(m_entries)) {
+        if (entry.call.id == call.id && entry.client) {
+            const QByteArray signal = call.operation.toLatin1() + "Finished";
+            QMetaObject::invokeMethod(entry.client, signal.constData(), Qt::DirectConnection, Q_ARG(qint64, call.id),
+                                      Q_ARG(int, code), Q_ARG(QByteArray, body));
+            return;
+        }
+    }
+}
+
+qint64 FakeService::record(OrvClient *client, const QString &operation, const QStringList &arguments)
+{
+    const FakeCall call{m_nextId++, operation, arguments};
+    m_entries.append({call, client});
+    int code = 0;
+    QByteArray body;
+    if (m_script && m_script(call, &code, &body))
+        QTimer::singleShot(0, client, [this, call, code, body] { answer(call, code, body); });
+    return call.id;
+}
+
+OrvClient::OrvClient(const QString &, const QString &, const QString &, const QString &, const QString &) {}
+OrvClient::OrvClient(const OrvClient &)
+    : QObject()
+{
+}
+OrvClient &OrvClient::operator=(const OrvClient &)
+{
+    return *this;
+}
+OrvClient::~OrvClient() = default;
+void OrvClient::setUrl(const QString &) {}
+void OrvClient::setUser(const QString &) {}
+void OrvClient::setAccess(const QString &, const QString &) {}
+
+namespace {
+
+QString text(const QString &value)
+{
+    return value;
+}
+
+QString text(const QStringList &value)
+{
+    return value.join(QLatin1Char('|'));
+}
+
+QString text(int value)
+{
+    return QString::number(value);
+}
+
+template <typename... Arguments>
+qint64 record(OrvClient *client, const char *operation, const Arguments &...arguments)
+{
+    return FakeService::instance().record(client, QLatin1String(operation), {text(arguments)...});
+}
+
+} // namespace
+
+qint64 OrvClient::getIcon(const QString &address)
+{
+    return record(this, "getIcon", address);
+}
+qint64 OrvClient::getUserStorage(const QString &user)
+{
+    return record(this, "getUserStorage", user);
+}
+qint64 OrvClient::listSubCenter(const QString &address)
+{
+    return record(this, "listSubCenter", address);
+}
+qint64 OrvClient::getTranserLimit()
+{
+    return record(this, "getTransferLimit");
+}
+qint64 OrvClient::getAD(const QString &language)
+{
+    return record(this, "getAD", language);
+}
+qint64 OrvClient::getFileInfo(const QString &path)
+{
+    return record(this, "getFileInfo", path);
+}
+qint64 OrvClient::listFile(const QString &path, int mode)
+{
+    return record(this, "listFile", path, mode);
+}
+qint64 OrvClient::mkdir(const QString &path)
+{
+    return record(this, "mkdir", path);
+}
+qint64 OrvClient::removeFile(const QStringList &paths)
+{
+    return record(this, "removeFile", paths);
+}
+qint64 OrvClient::removeFolder(const QStringList &paths)
+{
+    return record(this, "removeFolder", paths);
+}
+qint64 OrvClient::move(const QStringList &src, const QString &dest)
+{
+    return record(this, "move", src, dest);
+}
+qint64 OrvClient::copy(const QStringList &src, const QString &dest)
+{
+    return record(this, "copy", src, dest);
+}
+qint64 OrvClient::renameFile(const QString &src, const QString &dest)
+{
+    return record(this, "renameFile", src, dest);
+}
+qint64 OrvClient::renameFolder(const QString &src, const QString &dest)
+{
+    return record(this, "renameFolder", src, dest);
+}
+qint64 OrvClient::compress(const QStringList &src, const QString &dest)
+{
+    return record(this, "compress", src, dest);
+}
+qint64 OrvClient::decompress(const QString &src, const QString &dest)
+{
+    return record(this, "decompress", src, dest);
+}
+qint64 OrvClient::searchFile(const QString &keyword, const QString &folder)
+{
+    return record(this, "searchFile", keyword, folder);
+}
+qint64 OrvClient::getPreviewFile(const QString &path, const QString &localPath)
+{
+    return record(this, "getPreviewFile", path, localPath);
+}

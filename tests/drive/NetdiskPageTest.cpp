@@ -1,0 +1,580 @@
+#include "NetdiskPage.h"
+#include "AddressBar.h"
+#include "DialogAnswers.h"
+#include "FakeOrvClient.h"
+#include "FileDialog.h"
+#include "FileItemModel.h"
+#include "FileWidget.h"
+#include "GlobalConfig.h"
+#include "NewFolderWidget.h"
+#include "TestSupport.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QDir>
+#include <QFile>
+#include <QHeaderView>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QMenu>
+#include <QMimeData>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QToolButton>
+#include <QTreeView>
+#include <QUrl>
+
+#include <memory>
+
+namespace {
+
+/// A page whose questions for paths are answered by the test.
+class AnsweredPage : public NetdiskPage
+{
+public:
+    using NetdiskPage::NetdiskPage;
+    QStringList localPaths;
+    QString target;
+    int targetQuestions = 0;
+
+protected:
+    QStringList askLocalPaths(QWidget *) override { return localPaths; }
+    QString askTargetFolder(const QString &) override
+    {
+        ++targetQuestions;
+        return target;
+    }
+};
+
+QJsonObject entry(const QString &path, bool folder, const QString &contentType = QString())
+{
+    const QString name = path.mid(path.lastIndexOf('/') + 1);
+    return {{"name", name},
+            {"type", folder ? 1 : 0},
+            {"size", folder ? 0 : 2048},
+            {"path", path},
+            {"datetime", 1780000000000.0},
+            {"modifiedTime", 1780000000000.0},
+            {"contentType", contentType}};
+}
+
+} // namespace
+
+class NetdiskPageTest : public StrictTest
+{
+    Q_OBJECT
+
+private:
+    QMap<QString, QJsonArray> m_drive; ///< folder with "/" at its end to its entries
+    QMap<QString, int> m_codes;        ///< operation to a status other than the usual one
+    std::unique_ptr<AnsweredPage> m_page;
+    std::unique_ptr<QTemporaryDir> m_disk;
+
+    void serve()
+    {
+        FakeService::instance().setScript([this](const FakeCall &call, int *code, QByteArray *body) {
+            *code = call.operation == "copy" ? 202 : 200;
+            if (call.operation == "listFile") {
+                const QString folder = call.arguments.first();
+                if (m_drive.contains(folder))
+                    *body = QJsonDocument(QJsonObject{{"items", m_drive.value(folder)}}).toJson();
+                else
+                    *code = 203;
+            } else if (call.operation == "searchFile") {
+                *body = QJsonDocument(QJsonObject{{"items", QJsonArray{entry("/a/deep/hit", false)}}}).toJson();
+            } else if (call.operation == "getFileInfo") {
+                *body = QJsonDocument(entry(call.arguments.first(), false)).toJson();
+            }
+            *code = m_codes.value(call.operation + call.arguments.value(0), m_codes.value(call.operation, *code));
+            return *code != 0;
+        });
+    }
+
+    FileItemModel *model() const { return m_page->findChild<FileWidget *>()->model(); }
+    FileWidget *view() const { return m_page->findChild<FileWidget *>(); }
+    QStringList shown() const
+    {
+        QStringList names;
+        for (int row = 0; row < model()->rowCount(); ++row)
+            names << model()->item(row).name;
+        return names;
+    }
+    template <typename Widget>
+    Widget *part(const char *name) const
+    {
+        return m_page->findChild<Widget *>(name);
+    }
+    QString local(const QString &name, bool folder = false)
+    {
+        const QString path = m_disk->filePath(name);
+        if (folder)
+            QDir().mkpath(path);
+        else
+            QFile(path).open(QIODevice::WriteOnly);
+        return path;
+    }
+    FakeCall last(const char *operation) const { return FakeService::instance().last(operation); }
+
+private slots:
+    void init()
+    {
+        beginStrict();
+        FakeService::instance().reset();
+        m_codes.clear();
+        m_drive = {{"/", {entry("/a", true), entry("/b.txt", false), entry("/z.zip", false, "application/zip")}},
+                   {"/a/", {entry("/a/deep", true), entry("/a/Report.txt", false)}},
+                   {"/empty/", {}}};
+        serve();
+        m_disk = std::make_unique<QTemporaryDir>();
+        SubCenter center, other;
+        center.id = "1";
+        center.name = "Center";
+        other.id = "2";
+        other.name = "Other";
+        GlobalConfig::instance()->setSubCenters({center, other});
+        m_page = std::make_unique<AnsweredPage>(center, QString());
+        m_page->resize(900, 600);
+        m_page->show();
+        QTRY_COMPARE(shown(), (QStringList{"a", "b.txt", "z.zip"}));
+    }
+
+    void cleanup()
+    {
+        m_page.reset();
+        FakeService::instance().reset();
+        QGuiApplication::clipboard()->clear();
+        endStrict();
+    }
+
+    void browsesBackAndForward()
+    {
+        QCOMPARE(part<QLabel>("itemCount")->text(), QString("3 items (2 files, 1 folders)"));
+        QVERIFY(!part<QToolButton>("backButton")->isEnabled());
+        view()->select({"/a"});
+        QTest::keyClick(part<QTreeView>("fileTree"), Qt::Key_Return);
+        QTRY_COMPARE(shown(), (QStringList{"deep", "Report.txt"}));
+        QCOMPARE(m_page->currentPath(), QString("/a/"));
+        QCOMPARE(m_page->findChild<AddressBar *>()->shownCrumbs(), (QStringList{"Center", "a"}));
+        part<QToolButton>("backButton")->click();
+        QTRY_COMPARE(shown().size(), 3);
+        QVERIFY(part<QToolButton>("forwardButton")->isEnabled());
+        m_page->Forward();
+        QTRY_COMPARE(shown().size(), 2);
+        m_page->IntoParent();
+        QTRY_COMPARE(shown().size(), 3);
+        m_page->IntoFolder("/empty");
+        QTRY_VERIFY(view()->isEmptyPanelVisible());
+        QCOMPARE(part<QLabel>("emptyTitle")->text(), QString("large space"));
+        m_page->IntoHome();
+        QTRY_VERIFY(!view()->isEmptyPanelVisible());
+    }
+
+    void uploadAsksAboutCollisions_data()
+    {
+        QTest::addColumn<QStringList>("names"); // with "/" at the end: folders
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("button");
+        QTest::newRow("none") << QStringList{"new", "B.TXT"} << ""
+                              << "";
+        QTest::newRow("files") << QStringList{"new", "b.txt", "z.zip"} << "The following file(s) exist: \"b.txt\" etc."
+                               << "Replace";
+        QTest::newRow("folders") << QStringList{"n/", "a/", "x"} << "The following folder(s) exist: \"a\" etc."
+                                 << "Merge";
+        QTest::newRow("both") << QStringList{"a/", "z.zip", "b.txt"}
+                              << "The following file(s)/folder(s) exist: \"z.zip\", \"a\" etc."
+                              << "Merge(Replace)";
+    }
+
+    void uploadAsksAboutCollisions()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(QString, text);
+        QFETCH(QString, button);
+        QStringList files, folders;
+        for (const QString &name : names)
+            (name.endsWith('/') ? folders : files)
+                << local(name.endsWith('/') ? name.chopped(1) : name, name.endsWith('/'));
+        m_page->localPaths = files + folders + QStringList{m_disk->filePath("vanished")};
+        QSignalSpy uploads(m_page.get(), &NetdiskPage::sigUpload);
+        QString buttonText;
+        for (bool accept : {false, true}) {
+            DialogAnswers answers;
+            answers.answer([&](QDialog *dialog) {
+                for (QPushButton *b : dialog->findChildren<QPushButton *>())
+                    buttonText += b->isVisible() ? b->text() + ';' : QString();
+                accept ? dialog->accept() : dialog->reject();
+            });
+            m_page->Upload();
+            if (text.isEmpty() || accept)
+                QTRY_COMPARE(uploads.size(), text.isEmpty() && accept ? 2 : 1);
+            else
+                QTRY_COMPARE(answers.shown().size(), 1);
+            QCOMPARE(answers.shown().isEmpty() ? QString() : answers.shown().first().text, text);
+        }
+        QVERIFY2(text.isEmpty() || buttonText.contains(button + ';'), qPrintable(buttonText));
+        const QList<QVariant> upload = uploads.last();
+        QCOMPARE(upload.at(0).toStringList(), files);
+        QCOMPARE(upload.at(1).toStringList(), folders);
+        QCOMPARE(upload.at(2).value<SubCenter>().id, QString("1"));
+        QCOMPARE(upload.at(3).toString(), QString("/"));
+    }
+
+    void nothingIsUploadedUnasked()
+    {
+        m_page->localPaths = QStringList{local("x")};
+        QSignalSpy uploads(m_page.get(), &NetdiskPage::sigUpload);
+        m_codes["listFile/"] = 500;
+        m_page->Upload();
+        QVERIFY(part<QLabel>("pageNotice")->isVisible());
+        m_codes.clear();
+        m_page->findChild<QLineEdit *>("searchEdit")->setText("hit");
+        m_page->SearchFile();
+        QTRY_COMPARE(shown(), QStringList{"hit"});
+        const int asked = FakeService::instance().calls().size();
+        m_page->Upload();
+        QMimeData *mime = new QMimeData;
+        mime->setUrls({QUrl::fromLocalFile(m_page->localPaths.first())});
+        QGuiApplication::clipboard()->setMimeData(mime);
+        m_page->Paste();
+        m_page->NewFolder();
+        QCOMPARE(FakeService::instance().calls().size(), asked);
+        QCOMPARE(uploads.size(), 0);
+        QVERIFY(!part<QToolButton>("uploadButton")->isEnabled());
+        QVERIFY(!part<QTreeView>("fileTree")->isColumnHidden(FileItemModel::PathColumn));
+        m_page->Backward();
+        QTRY_COMPARE(shown().size(), 3);
+        m_page->Paste();
+        QTRY_COMPARE(uploads.size(), 1);
+        m_page->UploadTo({"/x"}, {}, "/far");
+        QCOMPARE(uploads.last().at(3).toString(), QString("/far/"));
+    }
+
+    void downloadAsksForTargetAndCollisions()
+    {
+        QSignalSpy downloads(m_page.get(), &NetdiskPage::sigDownload);
+        DialogAnswers answers;
+        m_page->Download();
+        QCOMPARE(answers.shown().first().text, QString("Please select file(s)/folder(s) to download."));
+        view()->select({"/a", "/b.txt"});
+        m_page->Download(); // no target chosen
+        QCOMPARE(m_page->targetQuestions, 1);
+        m_page->target = m_disk->path();
+        m_page->Download();
+        QTRY_COMPARE(downloads.size(), 1);
+        QCOMPARE(downloads.first().at(0).value<QList<FileItem>>().first().path, QString("/b.txt"));
+        QCOMPARE(downloads.first().at(1).value<QList<FileItem>>().first().path, QString("/a"));
+        QCOMPARE(downloads.first().at(3).toString(), m_disk->path());
+        local("a", true);
+        local("b.txt");
+        m_page->Download();
+        QTRY_COMPARE(answers.shown().size(), 2);
+        QCOMPARE(answers.shown().last().text, QString("The following file(s)/folder(s) exist: \"b.txt\", \"a\" etc."));
+        QCOMPARE(downloads.size(), 1);
+        // The person's own folder is used without a question.
+        DownloadPathSetting setting;
+        setting.alwaysAsk = false;
+        setting.alwaysUseDefaultPath = true;
+        setting.defaultPath = m_disk->filePath("made/for/it");
+        GlobalConfig::instance()->setDownloadPath("1", setting);
+        FileItem outside;
+        outside.name = "../a";
+        outside.path = "/../a";
+        m_page->Download({outside});
+        QTRY_COMPARE(downloads.size(), 2);
+        QCOMPARE(downloads.last().at(3).toString(), setting.defaultPath);
+        GlobalConfig::instance()->setDownloadPath("1", DownloadPathSetting());
+        QCOMPARE(answers.shown().size(), 2);
+    }
+
+    void failedListingGoesBack_data()
+    {
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("not there") << 203 << "Path not found!";
+        QTest::newRow("other") << 500 << "";
+        QTest::newRow("expired") << 201 << "";
+    }
+
+    void failedListingGoesBack()
+    {
+        QFETCH(int, code);
+        QFETCH(QString, text);
+        m_codes["listFile/gone/"] = code;
+        DialogAnswers answers;
+        QSignalSpy logout(m_page.get(), &NetdiskPage::sigLogout);
+        m_page->IntoFolder("/gone");
+        QCOMPARE(m_page->currentPath(), QString("/gone/"));
+        if (code == 201) {
+            QTRY_COMPARE(logout.size(), 1);
+            QCOMPARE(logout.first().first().toString(), QString("Login expired."));
+            return;
+        }
+        QTRY_COMPARE(m_page->currentPath(), QString("/"));
+        QCOMPARE(answers.shown().size(), text.isEmpty() ? 0 : 1);
+        if (!text.isEmpty())
+            QCOMPARE(answers.shown().first().title + answers.shown().first().text, "Error" + text);
+        QTRY_COMPARE(shown().size(), 3);
+    }
+
+    void renameIsCheckedAndShownWhenDone()
+    {
+        m_page->IntoFolder("/a");
+        QTRY_COMPARE(shown(), (QStringList{"deep", "Report.txt"}));
+        DialogAnswers answers;
+        m_page->Rename();
+        QCOMPARE(answers.shown().last().text, QString("Please select the file or directory you want to rename!"));
+        const auto rename = [&](const QString &path, const QString &name) {
+            view()->select({path});
+            m_page->Rename();
+            auto *edit = part<QLineEdit>("nameEditor");
+            QVERIFY(edit);
+            edit->setText(name);
+            QTest::keyClick(edit, Qt::Key_Return);
+            QTRY_VERIFY(!part<QLineEdit>("nameEditor"));
+        };
+        rename("/a/Report.txt", "report.TXT");
+        QTRY_COMPARE(answers.shown().last().text, QString("Consistent with the original file name!"));
+        rename("/a/Report.txt", "deep");
+        QTRY_COMPARE(answers.shown().last().text, QString("File name already exists!"));
+        QVERIFY(last("renameFile").id == 0);
+        m_codes["renameFile"] = 409;
+        rename("/a/Report.txt", "c.txt");
+        QTRY_VERIFY(part<QLabel>("pageNotice")->isVisible());
+        QCOMPARE(shown(), (QStringList{"deep", "Report.txt"}));
+        m_codes.clear();
+        rename("/a/Report.txt", "c.txt");
+        QTRY_COMPARE(shown(), (QStringList{"deep", "c.txt"}));
+        QCOMPARE(last("renameFile").arguments, (QStringList{"/a/Report.txt", "/a/c.txt"}));
+        rename("/a/deep", "high");
+        QTRY_COMPARE(shown(), (QStringList{"high", "c.txt"}));
+        QCOMPARE(last("renameFolder").arguments, (QStringList{"/a/deep", "/a/high"}));
+    }
+
+    void removesFilesAndFoldersApart()
+    {
+        DialogAnswers answers;
+        m_page->Remove();
+        QCOMPARE(answers.shown().last().text, QString("Please select file(s)/folder(s) you want to delete."));
+        QSignalSpy confirmed(m_page.get(), &NetdiskPage::UserConfermRemove);
+        QApplication::setActiveWindow(m_page.get());
+        m_page->setFocus();
+        QVERIFY(part<QTreeView>("fileTree")->hasFocus());
+        QTest::keyClick(part<QTreeView>("fileTree"), Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClick(part<QTreeView>("fileTree"), Qt::Key_Delete);
+        QCOMPARE(answers.shown().last().title + answers.shown().last().text, QString("DeleteDelete selected items?"));
+        QCOMPARE(confirmed.size(), 0);
+        answers.accept();
+        m_codes["removeFolder"] = 500;
+        m_page->Remove();
+        QCOMPARE(confirmed.size(), 1);
+        QCOMPARE(last("removeFile").arguments, QStringList{"/b.txt|/z.zip"});
+        QCOMPARE(last("removeFolder").arguments, QStringList{"/a"});
+        QTRY_COMPARE(shown(), QStringList{"a"});
+        QCOMPARE(part<QLabel>("itemCount")->text(), QString("1 items (0 files, 1 folders)"));
+    }
+
+    void cutCopyAndPaste()
+    {
+        view()->select({"/b.txt"});
+        m_page->Cut();
+        m_page->IntoFolder("/a");
+        QTRY_COMPARE(shown().size(), 2);
+        m_page->Paste();
+        QCOMPARE(last("move").arguments, (QStringList{"/b.txt", "/a/"}));
+        m_drive["/a/"].append(entry("/a/b.txt", false));
+        QTRY_COMPARE(shown(), (QStringList{"deep", "Report.txt", "b.txt"}));
+        view()->select({"/a/deep", "/a/b.txt"});
+        m_page->Copy();
+        m_page->Paste();
+        QCOMPARE(last("copy").arguments, (QStringList{"/a/deep|/a/b.txt", "/a/"}));
+        // A selection of another sub-center stays where it is.
+        auto *mime = new QMimeData;
+        mime->setData("ArkvaleTolma", R"({"type":"Cut","subCenterId":"2","items":[{"path":"/x"}]})");
+        QGuiApplication::clipboard()->setMimeData(mime);
+        DialogAnswers answers;
+        m_page->Paste();
+        QVERIFY(answers.shown().first().text.contains("Other"));
+        QCOMPARE(FakeService::instance().calls("move").size(), 1);
+        m_page->Refresh();
+        m_page->Paste();
+        QCOMPARE(FakeService::instance().calls("move").size(), 1);
+    }
+
+    void newFolderCompressDecompress()
+    {
+        const auto type = [](const QString &name) {
+            QTimer::singleShot(0, [name] {
+                auto *dialog = qobject_cast<NewFolderWidget *>(QApplication::activeModalWidget());
+                if (!dialog)
+                    return;
+                dialog->findChild<QLineEdit *>("nameEdit")->setText(name);
+                dialog->findChild<QPushButton *>("ok")->click();
+                if (dialog->isVisible())
+                    dialog->reject();
+            });
+        };
+        DialogAnswers answers;
+        type("b.txt");
+        m_page->NewFolder();
+        QCOMPARE(answers.shown().last().text, QString("File name already exists!"));
+        type("");
+        m_page->NewFolder();
+        QCOMPARE(answers.shown().last().text, QString("Please enter the file name!"));
+        type("n10");
+        m_page->NewFolder();
+        QCOMPARE(last("mkdir").arguments, QStringList{"/n10"});
+        QTRY_COMPARE(shown(), (QStringList{"a", "n10", "b.txt", "z.zip"}));
+        QCOMPARE(view()->selectedItems().first().path, QString("/n10"));
+        view()->select({"/a", "/b.txt"});
+        type("z");
+        m_page->Compress();
+        QCOMPARE(answers.shown().last().text, QString("File name already exists!"));
+        type("pack");
+        m_page->Compress();
+        QCOMPARE(last("compress").arguments, (QStringList{"/a|/b.txt", "/pack"}));
+        m_page->Decompress(); // two entries: nothing
+        QCOMPARE(last("decompress").id, qint64(0));
+        view()->select({"/z.zip"});
+        m_page->Decompress();
+        QCOMPARE(last("decompress").arguments, (QStringList{"/z.zip", "/"}));
+    }
+
+    void menuOffersWhatFits()
+    {
+        const auto offered = [this](const QStringList &paths) {
+            view()->select(paths);
+            const std::unique_ptr<QMenu> menu(view()->createContextMenu(nullptr));
+            QStringList texts;
+            for (const QAction *action : menu->actions())
+                texts << action->text();
+            return texts;
+        };
+        QCOMPARE(offered({"/z.zip"}), (QStringList{"Open(&O)", "Download", "Rename(&R)", "Delete(&D)", "Cut(&X)",
+                                                   "Copy(&C)", "Paste(&V)", "Compress", "Decompress", "Sort by"}));
+        QVERIFY(!offered({"/b.txt", "/z.zip"}).contains("Decompress"));
+        QVERIFY(!offered({"/a"}).contains("Decompress"));
+    }
+
+    void uploadsThatEndAppear()
+    {
+        m_page->GetFileInfo({"/new.bin", "/a/elsewhere.bin", "/new.bin"});
+        QTRY_COMPARE(shown(), (QStringList{"a", "b.txt", "new.bin", "z.zip"}));
+        QCOMPARE(FakeService::instance().calls("getFileInfo").size(), 1);
+    }
+
+    void lateListingsDoNotReplaceTheFolderShown()
+    {
+        m_codes["listFile/a/"] = 0; // answered by hand
+        m_page->IntoFolder("/a");
+        const FakeCall late = last("listFile");
+        m_page->IntoFolder("/empty");
+        QTRY_VERIFY(view()->isEmptyPanelVisible());
+        FakeService::instance().answer(late, 200, R"({"items":[{"name":"old","path":"/a/old"}]})");
+        FakeService::instance().answer(late, 200);
+        QCoreApplication::processEvents();
+        QVERIFY(shown().isEmpty());
+    }
+
+    void storageBarShowsWholePercents()
+    {
+        auto *bar = part<QProgressBar>("storageBar");
+        const auto set = [this](qint64 used, qint64 quota) {
+            UserInfo user = GlobalConfig::instance()->currentUser();
+            user.storageUsed = used;
+            user.storageQuota = quota;
+            GlobalConfig::instance()->setCurrentUser(user);
+            m_page->SetStorage();
+        };
+        set(1536, 10240);
+        QCOMPARE(bar->value(), 15);
+        QCOMPARE(part<QLabel>("storageText")->text(), QString("1.5K/10K"));
+        set(7, 0);
+        QCOMPARE(bar->value(), 15);
+        set(std::numeric_limits<qint64>::max(), std::numeric_limits<qint64>::max());
+        QCOMPARE(bar->value(), 100);
+        set(300, 100);
+        QCOMPARE(bar->value(), 100);
+    }
+
+    void modeAndStatusTexts()
+    {
+        auto *mode = part<QToolButton>("modeButton");
+        view()->select({"/b.txt"});
+        mode->click();
+        QCOMPARE(mode->text() + mode->toolTip(), QString("IconSwitch to list mode"));
+        QVERIFY(part<QListView>("fileList")->isVisible());
+        QCOMPARE(view()->selectedItems().size(), 1);
+        mode->click();
+        QCOMPARE(mode->text() + mode->toolTip(), QString("ListSwitch to icon mode"));
+        m_page->changeTransferStatus(1);
+        QCOMPARE(part<QLabel>("statusText")->text(), QString("Adding to the transfer list..."));
+        m_page->changeTransferStatus(2);
+        QCOMPARE(part<QLabel>("statusText")->text(), QString("Tasks is running..."));
+        m_page->changeTransferStatus(0);
+        QCOMPARE(part<QLabel>("statusText")->text(), QString());
+        m_page->changeSortType("FileSize");
+        QCOMPARE(view()->sortType(), QString("FileSize"));
+        QCOMPARE(part<QTreeView>("fileTree")->header()->sortIndicatorSection(), 2);
+    }
+
+    void thePageMayGoAwayAtAnyTime_data()
+    {
+        QTest::addColumn<QString>("during");
+        QTest::newRow("lookup") << "lookup";
+        QTest::newRow("message") << "message";
+        QTest::newRow("name dialog") << "name";
+        QTest::newRow("question") << "question";
+    }
+
+    void thePageMayGoAwayAtAnyTime()
+    {
+        QFETCH(QString, during);
+        NetdiskPage *page = m_page.get();
+        m_page->localPaths = QStringList{local("b.txt")};
+        QSignalSpy uploads(page, &NetdiskPage::sigUpload);
+        DialogAnswers answers;
+        answers.answer([this](QDialog *) { m_page.reset(); });
+        if (during == "lookup") {
+            m_codes["listFile"] = 0;
+            QTimer::singleShot(0, this, [this] { m_page.reset(); });
+            page->Upload();
+        } else if (during == "message") {
+            page->Remove();
+        } else if (during == "name") {
+            QTimer::singleShot(0, this, [this] { m_page.reset(); });
+            page->NewFolder();
+        } else {
+            page->Upload();
+        }
+        QTRY_VERIFY(!m_page);
+        QCoreApplication::processEvents();
+        QCOMPARE(uploads.size(), 0);
+    }
+
+    void localPickerTakesFilesAndFolders()
+    {
+        const QString file = local("one.txt"), folder = local("two", true);
+        FileDialog dialog("Pick", m_disk->path());
+        dialog.show();
+        auto *tree = dialog.findChild<QTreeView *>("treeView");
+        QTRY_COMPARE(tree->model()->rowCount(tree->rootIndex()), 2);
+        dialog.onSelect(); // nothing chosen: stays
+        QVERIFY(dialog.isVisible() && dialog.selectedPaths().isEmpty());
+        tree->selectAll();
+        dialog.findChild<QPushButton *>("selectButton")->click();
+        QStringList chosen = dialog.selectedPaths();
+        chosen.sort();
+        QCOMPARE(chosen, (QStringList{file, folder}));
+        QCOMPARE(dialog.result(), int(QDialog::Accepted));
+    }
+};
+
+ARKVALE_WIDGET_TEST(NetdiskPageTest)
+#include "NetdiskPageTest.moc"
