@@ -1,7 +1,6 @@
 #include "StreamReceiver.h"
 
 #include "BufferBudget.h"
-#include "NameRules.h"
 #include "TreeScan.h"
 
 #include <algorithm>
@@ -10,9 +9,6 @@ namespace zpdt {
 
 namespace {
 
-constexpr std::size_t kMostItems = 8192; ///< in flight; the sender keeps to half of it
-constexpr std::size_t kMostCaches = 64;
-constexpr std::size_t kMostWholeBytes = 1u << 20;
 constexpr std::size_t kBatchFiles = 128;
 constexpr std::size_t kBatchBytes = 4u << 20;
 constexpr std::size_t kMostSmallJobs = 2;
@@ -39,17 +35,6 @@ StreamReceiver::~StreamReceiver()
             m_context.activeFiles().release(item.second->activeKey);
 }
 
-template <typename Work, typename Done>
-void StreamReceiver::job(Work work, Done done)
-{
-    ++m_jobs;
-    disk(std::move(work), [this, done = std::move(done)](auto answer) mutable {
-        --m_jobs;
-        done(std::move(answer));
-        idle();
-    });
-}
-
 void StreamReceiver::begin()
 {
     job(
@@ -74,79 +59,6 @@ void StreamReceiver::begin()
             for (const ItemPtr &item : waiting)
                 startItem(item);
         });
-}
-
-bool StreamReceiver::message(Msg type, WireReader &body)
-{
-    if (m_closing && type != Msg::Close)
-        return true;
-    switch (type) {
-    case Msg::Opened:
-        if (m_callbacks.onOpened)
-            m_callbacks.onOpened();
-        return body.complete();
-    case Msg::Scan: {
-        ScanMessage scan;
-        if (!scan.decode(body))
-            return false;
-        if (m_callbacks.onTotals)
-            m_callbacks.onTotals(scan.totals);
-        return true;
-    }
-    case Msg::Item:
-        return itemMessage(body);
-    case Msg::ItemError:
-        return itemErrorMessage(body);
-    case Msg::Data:
-        return dataMessage(body);
-    case Msg::Sum:
-        return sumMessage(body);
-    case Msg::End:
-        return endMessage(body);
-    case Msg::Abort:
-        return abortMessage(body);
-    case Msg::Finish:
-        return finishMessage(body);
-    case Msg::Close:
-        return closeMessage(body);
-    default:
-        return false;
-    }
-}
-
-const char *StreamReceiver::objection(const ItemInfo &info) const
-{
-    std::vector<std::string> names;
-    if (!splitPath(info.path, names) || names.empty() || joinPath(names) != info.path)
-        return "the name cannot be stored here";
-    if (std::any_of(names.begin(), names.end(), isCacheName))
-        return "the name is the one of a partial file";
-    if (!m_target.names.empty() && (info.root >= m_target.names.size() || m_target.names[info.root] != names[0]))
-        return "nobody asked for this name";
-    return nullptr;
-}
-
-bool StreamReceiver::itemMessage(WireReader &body)
-{
-    auto item = std::make_shared<Item>();
-    if (!item->message.decode(body) || m_items.count(item->message.no) > 0 || m_items.size() >= kMostItems ||
-        item->message.no == UINT32_MAX || m_finishing)
-        return false;
-    // The sender looks at several files at once, so the numbers do not come in their order.
-    m_nextNo = std::max(m_nextNo, item->message.no + 1);
-    m_items[item->message.no] = item;
-    if (const char *reason = objection(item->message.info)) {
-        fail(item, Error::BadName, reason);
-        return true;
-    }
-    item->whole = item->message.info.size <= kSmallFile && item->message.info.kind == ItemKind::File;
-    if (!item->whole && item->message.info.kind == ItemKind::File && m_openCaches >= kMostCaches)
-        return false;
-    if (m_tree)
-        startItem(item);
-    else
-        m_beforeOpen.push_back(item);
-    return true;
 }
 
 void StreamReceiver::startItem(const ItemPtr &item)
@@ -301,135 +213,6 @@ void StreamReceiver::sendHave(const ItemPtr &item, const std::vector<HaveMessage
         have.more = at < runs.size();
         send(have);
     } while (at < runs.size());
-}
-
-bool StreamReceiver::itemErrorMessage(WireReader &body)
-{
-    ItemErrorMessage message;
-    if (!message.decode(body))
-        return false;
-    ++m_progress.filesFailed;
-    if (m_callbacks.onItemFailed)
-        m_callbacks.onItemFailed(message.info, message.error, message.text);
-    return true;
-}
-
-StreamReceiver::ItemPtr StreamReceiver::find(std::uint32_t no, bool &known) const
-{
-    // What was sent before the sender heard of a failure is known and goes nowhere.
-    known = no < m_nextNo;
-    const auto found = m_items.find(no);
-    return found == m_items.end() ? nullptr : found->second;
-}
-
-bool StreamReceiver::dataMessage(WireReader &body)
-{
-    DataMessage data;
-    if (!data.decode(body))
-        return false;
-    bool known = false;
-    const ItemPtr item = find(data.no, known);
-    if (!item)
-        return known;
-    if (item->message.info.kind == ItemKind::Folder)
-        return false;
-    if (item->whole) {
-        Bytes &bytes = item->small.data;
-        if (item->stored || item->blockSeen || data.block != 0 || data.offset != bytes.size() ||
-            bytes.size() + data.size > item->message.info.size ||
-            data.last != (bytes.size() + data.size == item->message.info.size) ||
-            m_wholeBytes + data.size > kMostWholeBytes)
-            return false;
-        bytes.insert(bytes.end(), data.data, data.data + data.size);
-        m_wholeBytes += data.size;
-        m_held += data.size;
-        m_session->addPending(data.size);
-        item->blockSeen = data.last;
-        if (data.last)
-            item->small.block = data.digest;
-        return true;
-    }
-    if (!item->cache && m_target.resumed) {
-        // The existing file was not the one; now the partial file is needed after all.
-        prepareCache(item);
-    }
-    if (!item->cache)
-        return false;
-    CacheFile::Op op;
-    op.block = data.block;
-    op.offset = data.offset;
-    op.last = data.last;
-    op.digest = data.digest;
-    op.data.assign(data.data, data.data + data.size);
-    item->ops.push_back(std::move(op));
-    item->opBytes += data.size;
-    m_held += data.size;
-    m_session->addPending(data.size);
-    process(item);
-    return true;
-}
-
-bool StreamReceiver::sumMessage(WireReader &body)
-{
-    SumMessage sum;
-    if (!sum.decode(body))
-        return false;
-    bool known = false;
-    const ItemPtr item = find(sum.no, known);
-    if (!item)
-        return known;
-    if (!item->prepared)
-        return false;
-    CacheFile::Op op;
-    op.kind = CacheFile::Op::Sum;
-    op.block = sum.block;
-    op.sums = std::move(sum.digests);
-    item->ops.push_back(std::move(op));
-    process(item);
-    return true;
-}
-
-bool StreamReceiver::endMessage(WireReader &body)
-{
-    EndMessage end;
-    if (!end.decode(body))
-        return false;
-    bool known = false;
-    const ItemPtr item = find(end.no, known);
-    if (!item)
-        return known;
-    if (item->message.info.kind == ItemKind::Folder)
-        return false;
-    if (end.same) {
-        if (!m_target.resumed || !item->message.ask || item->cache || item->stored)
-            return false;
-        m_progress.bytes += item->message.info.size;
-        ItemOutcome outcome;
-        outcome.same = true;
-        done(item, outcome);
-        return true;
-    }
-    if (item->whole) {
-        if (item->stored || item->blockSeen != (item->message.info.size > 0))
-            return false;
-        item->stored = true;
-        item->small.no = end.no;
-        item->small.path = item->message.info.path;
-        item->small.modifiedMs = item->message.info.modifiedMs;
-        item->small.whole = end.digest;
-        m_wholeBytes -= item->small.data.size();
-        m_smallReady.push_back(std::move(item->small));
-        storeSmall();
-        return true;
-    }
-    if (!item->cache)
-        return false;
-    CacheFile::Op op;
-    op.kind = CacheFile::Op::End;
-    op.digest = end.digest;
-    item->ops.push_back(std::move(op));
-    process(item);
-    return true;
 }
 
 void StreamReceiver::process(const ItemPtr &item)
@@ -610,60 +393,6 @@ void StreamReceiver::fail(const ItemPtr &item, Error error, const std::string &t
     // Whatever follows would fail in the same way.
     if (error == Error::NoSpace)
         stop(error, text, false);
-}
-
-bool StreamReceiver::abortMessage(WireReader &body)
-{
-    ItemStopMessage message;
-    if (!message.decode(body))
-        return false;
-    bool known = false;
-    const ItemPtr item = find(message.no, known);
-    if (!item)
-        return known;
-    if (item->stored)
-        return true;
-    const auto cache = item->cache;
-    forget(item);
-    ++m_progress.filesFailed;
-    if (m_callbacks.onItemFailed)
-        m_callbacks.onItemFailed(item->message.info, message.error, message.text);
-    // Of a source that became another file nothing can be used again.
-    if (cache && message.error == Error::ChangedSource)
-        job(
-            [cache] {
-                cache->discard();
-                return true;
-            },
-            [](bool) {});
-    return true;
-}
-
-bool StreamReceiver::finishMessage(WireReader &body)
-{
-    if (!body.complete() || !m_items.empty() || m_finishing)
-        return false;
-    m_finishing = true;
-    job(
-        [tree = m_tree] {
-            if (tree)
-                tree->applyTimes();
-            return true;
-        },
-        [this](bool) {
-            if (!m_closing)
-                close(Error::None, "", false);
-        });
-    return true;
-}
-
-bool StreamReceiver::closeMessage(WireReader &body)
-{
-    CloseMessage message;
-    if (!message.decode(body) || message.error == Error::None)
-        return false;
-    close(message.error, message.text, message.discard);
-    return true;
 }
 
 void StreamReceiver::stop(Error error, const std::string &text, bool discard)

@@ -112,4 +112,15 @@ private:
     StreamProgress m_sentProgress;
 };
 
+template <typename Work, typename Done>
+void StreamReceiver::job(Work work, Done done)
+{
+    ++m_jobs;
+    disk(std::move(work), [this, done = std::move(done)](auto answer) mutable {
+        --m_jobs;
+        done(std::move(answer));
+        idle();
+    });
+}
+
 } // namespace zpdt
