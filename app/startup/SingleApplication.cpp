@@ -18,6 +18,8 @@ SingleApplication::SingleApplication(int &argc, char **argv)
     : QApplication(argc, argv)
     , m_serverName(QFileInfo(applicationFilePath()).fileName())
 {
+    // Every wait of the program is a loop of its own; closing a window must end none of them.
+    setQuitOnLastWindowClosed(false);
     m_isRunning = answers(kConnectTime);
     if (!m_isRunning)
         listen();
@@ -74,12 +76,13 @@ void SingleApplication::_newLocalConnection()
 void SingleApplication::raiseWindow()
 {
     if (!m_window) {
-        // Before a login there is at most the login dialog, which has one size.
-        QWidget *dialog = activeModalWidget();
-        if (dialog && dialog->isVisible()) {
-            dialog->setWindowState(dialog->windowState() & ~Qt::WindowMinimized);
-            dialog->raise();
-            dialog->activateWindow();
+        // Before a login there is at most the login dialog, which has one size. Started by a web page it is hidden, and
+        // a person who starts the program meanwhile wants to see it.
+        if (m_dialog) {
+            m_dialog->setWindowState(m_dialog->windowState() & ~Qt::WindowMinimized);
+            m_dialog->show();
+            m_dialog->raise();
+            m_dialog->activateWindow();
         }
         return;
     }

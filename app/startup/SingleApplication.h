@@ -20,6 +20,8 @@ public:
     bool isRunning() const { return m_isRunning; }
     /// The window that a second instance brings forward; null while there is none. It may go away by itself.
     void setWindow(QWidget *window) { m_window = window; }
+    /// What a second instance brings forward while there is no such window.
+    void setDialog(QWidget *dialog) { m_dialog = dialog; }
 
 private slots:
     void _newLocalConnection();
@@ -33,4 +35,5 @@ private:
     QString m_serverName;
     QLocalServer *m_server = nullptr;
     QPointer<QWidget> m_window;
+    QPointer<QWidget> m_dialog;
 };
