@@ -194,6 +194,7 @@ void HttpServer::stop()
         return;
     d->stopping = true;
     MHD_quiesce_daemon(d->daemon);
+    d->socket.refuse();
     // Answers that were to come later come now, with what there is to say.
     d->alarm->rush();
     {

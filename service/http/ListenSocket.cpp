@@ -63,6 +63,11 @@ bool ListenSocket::open(const std::string &address, std::uint16_t port, std::str
     return true;
 }
 
+void ListenSocket::refuse()
+{
+    ::shutdown(m_fd, SHUT_RDWR);
+}
+
 std::string addressText(const void *socketAddress)
 {
     const auto *address = static_cast<const sockaddr *>(socketAddress);

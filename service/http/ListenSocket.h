@@ -18,6 +18,9 @@ public:
     /// @p error when it cannot be had.
     bool open(const std::string &address, std::uint16_t port, std::string *error);
 
+    /// Refuses new connections; the number stays taken until this object ends.
+    void refuse();
+
     int fd() const { return m_fd; }
     std::uint16_t port() const { return m_port; }
     bool isIpv6() const { return m_ipv6; }

@@ -65,6 +65,7 @@ Router::Match Router::find(Request &request) const
             request.params = std::move(params);
             match.handler = &route.handler;
             match.access = route.access;
+            match.allowed.clear();
             return match;
         }
         const std::string name = route.method == "GET" ? "GET, HEAD" : route.method;
