@@ -2,6 +2,7 @@
 
 #include "AccountRoutes.h"
 #include "AccountStore.h"
+#include "FileRoutes.h"
 #include "Icons.h"
 #include "Log.h"
 #include "Sessions.h"
@@ -9,16 +10,12 @@
 #include "Site.h"
 #include "TicketRoutes.h"
 #include "TicketStore.h"
-#ifdef ARKVALE_SERVICE_FILES
-#include "FileRoutes.h"
-#endif
-#ifdef ARKVALE_SERVICE_TRANSFER
 #include "TransferServer.h"
-#endif
 
 #include <nlohmann/json.hpp>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <map>
@@ -82,19 +79,14 @@ struct Service::Parts
     std::unique_ptr<Icons> icons;
     TicketStore tickets;
     std::map<std::string, TransferListener> listeners; ///< filled before the server starts
-#ifdef ARKVALE_SERVICE_FILES
     std::shared_ptr<FileRoutes> files;
-#endif
-#ifdef ARKVALE_SERVICE_TRANSFER
     std::shared_ptr<TransferRuntime> runtime;
     std::vector<std::unique_ptr<TransferServer>> transfers;
 
     bool startTransfers(const ServiceOptions &options, std::string *error);
-#endif
     std::unique_ptr<HttpServer> http;
 };
 
-#ifdef ARKVALE_SERVICE_TRANSFER
 bool Service::Parts::startTransfers(const ServiceOptions &options, std::string *error)
 {
     runtime = makeTransferRuntime();
@@ -125,19 +117,31 @@ bool Service::Parts::startTransfers(const ServiceOptions &options, std::string *
             };
             return grant;
         };
+        // A listener without a port of its own keeps the one that it had: clients that were logged in before a restart
+        // go on with what they were told.
+        const std::string portKey = "transfer-port-" + record.id;
+        if (transfer.port == 0)
+            transfer.port = static_cast<std::uint16_t>(std::strtoul(store.setting(portKey, "0").c_str(), nullptr, 10));
         auto server = std::make_unique<TransferServer>(runtime, transfer, redeem, &logLine);
         std::string why;
-        if (!server->start(why)) {
+        bool started = server->start(why);
+        if (!started && record.transferPort == 0 && transfer.port != 0) {
+            transfer.port = 0;
+            server = std::make_unique<TransferServer>(runtime, transfer, redeem, &logLine);
+            started = server->start(why);
+        }
+        if (!started) {
             *error = "The transfer listener of sub-center \"" + record.id + "\" cannot be started: " + why;
             return false;
         }
+        if (record.transferPort == 0)
+            store.setSetting(portKey, std::to_string(server->port()));
         listeners[record.id] = {server->fingerprint(), server->port()};
         site->setTransferPort(record.id, server->port());
         transfers.push_back(std::move(server));
     }
     return true;
 }
-#endif
 
 Service::Service(ServiceOptions options)
     : m_options(std::move(options))
@@ -169,10 +173,8 @@ bool Service::start(std::string *error)
     parts->signatures = std::make_unique<SignatureCheck>(*parts->sessions);
     parts->site = std::make_unique<Site>(parts->store);
     parts->icons = std::make_unique<Icons>(m_options.dataFolder + "/icons");
-#ifdef ARKVALE_SERVICE_TRANSFER
     if (!parts->startTransfers(m_options, error))
         return false;
-#endif
 
     Router router;
     const AccountServices services = {
@@ -182,11 +184,9 @@ bool Service::start(std::string *error)
         const auto found = p->listeners.find(id);
         return found == p->listeners.end() ? TransferListener() : found->second;
     });
-#ifdef ARKVALE_SERVICE_FILES
     FileRoutes::Options files;
     files.thumbnailer = besideThisProgram("arkvale-thumbnailer");
     parts->files = registerFileRoutes(router, *parts->site, files);
-#endif
     parts->http = std::make_unique<HttpServer>(
         m_options.http, std::move(router),
         [p = parts.get()](Request &request, Access access) { return p->signatures->check(request, access); });
@@ -201,15 +201,11 @@ void Service::stop()
 {
     if (!m_parts)
         return;
-#ifdef ARKVALE_SERVICE_FILES
     m_parts->files->stop();
-#endif
     // No request can ask for a ticket any more when the transfers end.
     m_parts->http->stop();
-#ifdef ARKVALE_SERVICE_TRANSFER
     for (const auto &transfer : m_parts->transfers)
         transfer->stop();
-#endif
     m_parts->signatures->save();
     m_parts.reset();
 }
