@@ -35,24 +35,14 @@ ALLOWED = {
     "imports/zpdtwire": [],
     "imports/zpt_logger": [],
     "imports/updateservice": [],
-<<<<<<< HEAD
-    "service": ["service/http", "service/context", "service/accounts", "service/files", "service/transfer"],
-    "service/http": [],
-    "service/context": ["service/http"],
-    "service/accounts": ["service/http", "service/context"],
-    "service/thumbnailer": [],
-    "service/files": ["service/http", "service/context", "service/thumbnailer", "imports/zpdtwire"],
-    "service/transfer": ["imports/zpdtwire"],
-=======
     "service/program": ["service/site"],
-    "service/site": ["service/accounts", "service/files", "service/transfer"],
+    "service/site": ["service/http", "service/context", "service/accounts", "service/files", "service/transfer"],
     "service/accounts": ["service/http"],
     "service/files": ["service/http", "service/context", "service/thumbnailer", "imports/zpdtwire"],
-    "service/transfer": ["service/http", "imports/zpdtwire"],
+    "service/transfer": ["imports/zpdtwire"],
     "service/thumbnailer": [],
     "service/http": [],
     "service/context": [],
->>>>>>> 5d59700 (service/http: a stopping server refuses at once; tests of requests and server)
 }
 # Folders that know Qt Core alone, or no Qt at all.
 CORE_ONLY = ["drive/records", "session/records"]
