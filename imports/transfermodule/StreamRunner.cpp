@@ -1,28 +1,40 @@
 #include "StreamRunner.h"
 
-class StreamRunnerPrivate
-{
-};
+#include "StreamRunnerPrivate.h"
 
 StreamRunner::StreamRunner(bool realNameVerified, QObject *parent)
     : QObject(parent)
-    , d(std::make_unique<StreamRunnerPrivate>())
+    , d(new StreamRunnerPrivate(realNameVerified, this))
 {
-    Q_UNUSED(realNameVerified)
 }
 
-StreamRunner::~StreamRunner() = default;
-
-void StreamRunner::begin(TaskId, const TaskRecord &, const TaskTable::Config &, TaskTable::Shape, bool) {}
-
-void StreamRunner::settle() {}
-
-void StreamRunner::end(TaskId id, bool)
+StreamRunner::~StreamRunner()
 {
-    QMetaObject::invokeMethod(
-        this, [this, id] { emit stopped(id); }, Qt::QueuedConnection);
+    d->mailbox->close();
 }
 
-void StreamRunner::setParams(const ZpdtTransConfig &) {}
+void StreamRunner::begin(TaskId id, const TaskRecord &task, const TaskTable::Config &config, TaskTable::Shape shape,
+                         bool resumed)
+{
+    d->begin(id, task, config, shape, resumed);
+}
 
-void StreamRunner::setCapacity(const QString &, qint64) {}
+void StreamRunner::settle()
+{
+    d->settle();
+}
+
+void StreamRunner::end(TaskId id, bool abandon)
+{
+    d->end(id, abandon);
+}
+
+void StreamRunner::setParams(const ZpdtTransConfig &config)
+{
+    d->setParams(config);
+}
+
+void StreamRunner::setCapacity(const QString &subCenterId, qint64 bytes)
+{
+    d->capacity.insert(subCenterId, bytes);
+}

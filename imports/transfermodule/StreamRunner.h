@@ -39,7 +39,8 @@ signals:
     void statusChanged(TaskId id, ZpdtTaskStatus status);
     /// At most four times a second for each task, and once before an ended() without success.
     void progressChanged(TaskId id, const ZpdtProgress &progress);
-    void ended(TaskId id, bool success);
+    /// @param bytes size of what was transferred, -1 when it is not known
+    void ended(TaskId id, bool success, qint64 bytes);
     void stopped(TaskId id);
     void foldersCreated(const QStringList &folders);
     void connectionsChanged(const QList<ZpdtConnectionInfo> &connections);

@@ -130,6 +130,7 @@ void TaskTable::enqueue(TaskId id, Task &task, bool front)
     Lane &l = lane(task.record.Type);
     task.turn = front ? --l.firstTurn : ++l.lastTurn;
     task.state = State::Queued;
+    task.workStatus = ZPDT_PREPARING;
     task.record.Status = ZPDT_WAITING;
     l.queue.emplace(task.turn, id);
 }
@@ -156,7 +157,7 @@ void TaskTable::begin(Task &task)
     task.state = State::Running;
     task.slot = true;
     ++l.running;
-    task.record.Status = ZPDT_PREPARING;
+    task.record.Status = task.workStatus;
     report(TaskReport::Started, task);
 }
 
@@ -227,15 +228,16 @@ void TaskTable::resume(TaskId id, Task &task, const Config &config)
         task.config = config;
     switch (task.state) {
     case State::Paused:
-        enqueue(id, task, false);
-        report(TaskReport::Started, task);
-        break;
-    case State::Queued:
-        // Asked for by name although it waits already: it goes first.
+    case State::Queued: {
+        // One that waits already was asked for by name: it goes first.
+        const bool first = task.state == State::Queued;
         dequeue(task);
-        enqueue(id, task, true);
-        report(TaskReport::Started, task);
+        enqueue(id, task, first);
+        schedule(lane(task.record.Type));
+        if (task.state != State::Running)
+            report(TaskReport::Started, task);
         break;
+    }
     case State::Stopping:
         if (task.afterStop == AfterStop::Pause)
             task.afterStop = AfterStop::PauseThenStart;
@@ -267,7 +269,7 @@ bool TaskTable::add(TaskRecord record, Shape shape, const Config &config)
             schedule(l);
             return true;
         }
-        reportAlone(TaskReport::Exist, t.record);
+        report(TaskReport::Exist, t);
         return false;
     }
     const bool again = m_ended.count(KeyHash()(keyOf(record))) > 0;
@@ -282,23 +284,26 @@ bool TaskTable::add(TaskRecord record, Shape shape, const Config &config)
     return true;
 }
 
-void TaskTable::start(const TaskRecord &record, const Config &config)
+void TaskTable::start(const TaskRecord &record, const Config &config, Shape shape)
 {
     if (const auto held = find(record)) {
-        resume(*held, *task(*held), config);
+        Task &t = *task(*held);
+        if (t.shape == Shape::Unknown)
+            t.shape = shape;
+        resume(*held, t, config);
     } else {
         TaskRecord taken = record;
         taken.FinishDate = {};
-        const TaskId id = insert(std::move(taken), Shape::Unknown, config);
+        const TaskId id = insert(std::move(taken), shape, config);
         Task &t = *task(id);
         t.resumed = true;
-        enqueue(id, t, false);
-        report(TaskReport::Started, t);
+        t.state = State::Paused;
+        resume(id, t, nullptr);
     }
-    schedule(lane(record.Type));
 }
 
-void TaskTable::startAll(const QList<TaskRecord> &records, ZPDTCMDTYPE type, const Config &config)
+void TaskTable::startAll(const QList<TaskRecord> &records, ZPDTCMDTYPE type, const Config &config,
+                         const std::function<Shape(const TaskRecord &)> &shapeOf)
 {
     for (const TaskRecord &record : records) {
         if (record.Type != type)
@@ -310,7 +315,9 @@ void TaskTable::startAll(const QList<TaskRecord> &records, ZPDTCMDTYPE type, con
             report(TaskReport::Started, *task(*held));
             continue;
         }
-        start(record, config);
+        const bool known = held && task(*held)->shape != Shape::Unknown;
+        const Shape shape = known || !shapeOf ? Shape::Unknown : shapeOf(record);
+        start(record, config, shape);
     }
 }
 
@@ -450,7 +457,10 @@ void TaskTable::setMaxConcurrence(ZPDTCMDTYPE type, int count)
 void TaskTable::setStatus(TaskId id, ZpdtTaskStatus status)
 {
     Task *t = task(id);
-    if (t && t->state == State::Running)
+    if (!t)
+        return;
+    t->workStatus = status;
+    if (t->state == State::Running)
         t->record.Status = status;
 }
 
@@ -474,8 +484,10 @@ void TaskTable::finished(TaskId id, bool success)
         stopped(id);
         return;
     }
-    if (t->state == State::Ahead)
+    if (t->state == State::Ahead) {
+        t->record.Status = ZPDT_TRANSFERRING;
         report(TaskReport::Started, *t);
+    }
     const bool again = cancelling && t->afterStop == AfterStop::CancelThenCreate;
     releaseSlot(*t);
     t->record.Status = success ? ZPDT_SUCCESS : ZPDT_FAILED;

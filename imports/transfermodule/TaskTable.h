@@ -7,6 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -73,8 +74,11 @@ public:
     /// that ended before is sent again, both reported as Retrans. Returns false for Exist.
     bool add(TaskRecord record, Shape shape, const Config &config);
     /// Starts a paused task, moves a waiting one to the front, or takes in one that is not held.
-    void start(const TaskRecord &record, const Config &config);
-    void startAll(const QList<TaskRecord> &records, ZPDTCMDTYPE type, const Config &config);
+    /// @param shape used when the table does not know it yet
+    void start(const TaskRecord &record, const Config &config, Shape shape = Shape::Unknown);
+    /// @param shapeOf called for the tasks whose shape is not known yet
+    void startAll(const QList<TaskRecord> &records, ZPDTCMDTYPE type, const Config &config,
+                  const std::function<Shape(const TaskRecord &)> &shapeOf = {});
     /// A task that is not held is answered as paused, so that no caller waits for nothing.
     void pause(const TaskRecord &record);
     void pauseAll(ZPDTCMDTYPE type);
@@ -89,7 +93,7 @@ public:
     void setMaxConcurrence(ZPDTCMDTYPE type, int count);
 
     // What the runner reports. Ids that are gone are ignored: a late report is no error.
-    /// @param status Preparing, Connecting or Transferring; ignored for a task that is being stopped
+    /// @param status Preparing, Connecting or Transferring; not shown for a task that is being stopped
     void setStatus(TaskId id, ZpdtTaskStatus status);
     void setProgress(TaskId id, qint64 offset, qint64 total);
     void finished(TaskId id, bool success);
@@ -146,10 +150,11 @@ private:
         Shape shape = Shape::Unknown;
         State state = State::Queued;
         AfterStop afterStop = AfterStop::Pause;
-        bool slot = false;       ///< counts against the concurrence
-        bool resumed = false;    ///< something of it may be at the destination
-        qint64 turn = 0;         ///< place in the queue
-        qint64 reportBlock = -1; ///< block of m_reports that told of it last, in round reportRound
+        bool slot = false;                          ///< counts against the concurrence
+        bool resumed = false;                       ///< something of it may be at the destination
+        ZpdtTaskStatus workStatus = ZPDT_PREPARING; ///< the runner's, while the task waits for its turn
+        qint64 turn = 0;                            ///< place in the queue
+        qint64 reportBlock = -1;                    ///< block of m_reports that told of it last, in round reportRound
         quint64 reportRound = 0;
     };
     struct Lane

@@ -20,8 +20,6 @@ constexpr qint64 kSmallFile = 256 * 1024;
 /// Downloads are asked for without their sizes. Many at once are taken for small ones.
 constexpr int kManyFiles = 16;
 
-const QString kPartialSuffix = QStringLiteral(".ZPDT.cache");
-
 } // namespace
 
 TransferEngine::TransferEngine(bool realNameVerified, std::function<void(std::vector<EngineMessage>)> deliver)
@@ -38,12 +36,15 @@ TransferEngine::TransferEngine(bool realNameVerified, std::function<void(std::ve
     });
     connect(m_runner, &StreamRunner::progressChanged, this,
             [this](TaskId id, const ZpdtProgress &progress) { onProgress(id, progress, false); });
-    connect(m_runner, &StreamRunner::ended, this, [this](TaskId id, bool success) {
+    connect(m_runner, &StreamRunner::ended, this, [this](TaskId id, bool success, qint64 bytes) {
+        if (bytes >= 0)
+            m_table.setProgress(id, bytes, bytes);
         m_lastProgress.remove(id);
         m_table.finished(id, success);
         settle();
     });
     connect(m_runner, &StreamRunner::stopped, this, [this](TaskId id) {
+        m_lastProgress.remove(id);
         m_table.stopped(id);
         settle();
     });
@@ -75,6 +76,20 @@ TaskTable::Config TransferEngine::adopt(const ZpdtTransConfig &config)
     return std::make_shared<const ZpdtTransConfig>(config);
 }
 
+TaskTable::Shape TransferEngine::sizedShape(qint64 size)
+{
+    return size <= kSmallFile ? TaskTable::Shape::SmallFile : TaskTable::Shape::File;
+}
+
+/// What a task of an earlier run is. That of a download is known at its source alone.
+TaskTable::Shape TransferEngine::shapeOf(const TaskRecord &task)
+{
+    if (task.Type != ZPDT_UPLOAD)
+        return TaskTable::Shape::Unknown;
+    const QFileInfo info(task.Path);
+    return info.isFile() ? sizedShape(info.size()) : TaskTable::Shape::Folder;
+}
+
 void TransferEngine::transferFiles(ZPDTCMDTYPE type, const QList<FileInfo> &files, const QString &destination,
                                    const ZpdtTransConfig &config)
 {
@@ -92,7 +107,7 @@ void TransferEngine::transferFiles(ZPDTCMDTYPE type, const QList<FileInfo> &file
         auto shape = files.size() > kManyFiles ? TaskTable::Shape::SmallFile : TaskTable::Shape::File;
         if (upload) {
             task.FileSize = QFileInfo(task.Path).size();
-            shape = task.FileSize <= kSmallFile ? TaskTable::Shape::SmallFile : TaskTable::Shape::File;
+            shape = sizedShape(task.FileSize);
         }
         created += m_table.add(std::move(task), shape, shared);
     }
@@ -119,13 +134,13 @@ void TransferEngine::transferFolder(ZPDTCMDTYPE type, const QString &folder, con
 
 void TransferEngine::start(const TaskRecord &task, const ZpdtTransConfig &config)
 {
-    m_table.start(task, adopt(config));
+    m_table.start(task, adopt(config), shapeOf(task));
     settle();
 }
 
 void TransferEngine::startAll(const QList<TaskRecord> &tasks, ZPDTCMDTYPE type, const ZpdtTransConfig &config)
 {
-    m_table.startAll(tasks, type, adopt(config));
+    m_table.startAll(tasks, type, adopt(config), &TransferEngine::shapeOf);
     settle();
 }
 
@@ -221,14 +236,14 @@ void TransferEngine::removeRemains(const QList<TaskRecord> &tasks)
     }
     if (targets.isEmpty())
         return;
-    m_cleaner.start([this, targets] {
+    m_cleaner.start([this, targets, partialSuffix = QString::fromLatin1(kPartialSuffix)] {
         for (const QString &target : targets) {
             if (m_stopCleaning)
                 return;
-            QFile::remove(target + kPartialSuffix);
+            QFile::remove(target + partialSuffix);
             if (!QFileInfo(target).isDir() || QFileInfo(target).isSymLink())
                 continue;
-            QDirIterator it(target, {QLatin1Char('*') + kPartialSuffix}, QDir::Files | QDir::Hidden | QDir::NoSymLinks,
+            QDirIterator it(target, {QLatin1Char('*') + partialSuffix}, QDir::Files | QDir::Hidden | QDir::NoSymLinks,
                             QDirIterator::Subdirectories);
             while (it.hasNext() && !m_stopCleaning)
                 QFile::remove(it.next());

@@ -65,6 +65,8 @@ public:
     void unregisterPaused(const QList<TaskRecord> &tasks);
 
 private:
+    static TaskTable::Shape sizedShape(qint64 size);
+    static TaskTable::Shape shapeOf(const TaskRecord &task);
     TaskTable::Config adopt(const ZpdtTransConfig &config);
     /// Carries out the orders that the last operation left, and sees to it that its reports are delivered.
     void settle();

@@ -1,0 +1,62 @@
+#include "StreamJob.h"
+
+#include "TransferRules.h"
+
+#include <algorithm>
+
+ZpdtError fromWire(zpdt::Error error)
+{
+    switch (error) {
+    case zpdt::Error::None:
+        return ZpdtError::None;
+    case zpdt::Error::Network:
+        return ZpdtError::Network;
+    case zpdt::Error::Refused:
+        return ZpdtError::Refused;
+    case zpdt::Error::NotFound:
+        return ZpdtError::NotFound;
+    case zpdt::Error::NoSpace:
+        return ZpdtError::NoSpace;
+    case zpdt::Error::ChangedSource:
+        return ZpdtError::ChangedSource;
+    case zpdt::Error::BadName:
+        return ZpdtError::BadName;
+    case zpdt::Error::Integrity:
+        return ZpdtError::Integrity;
+    case zpdt::Error::Cancelled:
+        return ZpdtError::Cancelled;
+    case zpdt::Error::LocalFile:
+        return ZpdtError::LocalFile;
+    }
+    return ZpdtError::Integrity;
+}
+
+std::vector<std::string> excludedSuffixes(bool verified)
+{
+    std::vector<std::string> excluded;
+    if (!verified) {
+        for (const QString &suffix : TransferRules::videoSuffixes())
+            excluded.push_back('.' + suffix.toStdString());
+    }
+    return excluded;
+}
+
+ZpdtProgress StreamJob::figures(qint64 now) const
+{
+    ZpdtProgress figures;
+    figures.offset = static_cast<qint64>(progress.bytes);
+    figures.total = static_cast<qint64>(totals.bytes);
+    figures.filesTotal = static_cast<qint64>(totals.files);
+    figures.filesDone = static_cast<qint64>(progress.filesDone);
+    figures.filesFailed = static_cast<qint64>(progress.filesFailed);
+    figures.scanning = !totals.complete;
+    figures.speed = meter.megabits(now);
+    if (whole && !members.empty())
+        figures.total = std::max(figures.total, members.front().size);
+    if (!figures.scanning && figures.speed > 0.0)
+        figures.secondsLeft =
+            static_cast<qint64>(static_cast<double>(figures.total - figures.offset) * 8.0 / 1048576.0 / figures.speed);
+    figures.error = error;
+    figures.errorText = errorText;
+    return figures;
+}

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "LinkPool.h"
+#include "SpeedMeter.h"
+#include "TaskTable.h"
+
+#include <optional>
+#include <vector>
+
+/// One task that travels on a stream.
+struct JobMember
+{
+    TaskId id = 0;
+    QString name;         ///< of the file or folder in the source folder
+    qint64 size = 0;      ///< 0 when not known
+    bool over = false;    ///< its end was told
+    bool leaving = false; ///< to be stopped
+    bool abandon = false;
+};
+
+/// What one stream is to do, over as many tries as it takes: one task, or a group of small files between the same
+/// folders. A plain record of the runner.
+struct StreamJob
+{
+    enum Phase
+    {
+        Asking,  ///< for a ticket
+        Waiting, ///< for the next try
+        Open,    ///< the stream is there
+        Closing  ///< the stream was told to end
+    };
+
+    quint64 number = 0;
+    ZPDTCMDTYPE type = ZPDT_DOWNLOAD;
+    TaskTable::Config config;
+    QString subCenterId;
+    QString localFolder;
+    QString remoteFolder;
+    bool whole = true; ///< one task, whose progress is that of the stream
+    bool resumed = false;
+    std::vector<JobMember> members;
+
+    Phase phase = Asking;
+    quint64 round = 0; ///< number of the try; what belongs to an earlier one is ignored
+    quint64 ticket = 0;
+    std::shared_ptr<zpdt::Stream> stream;
+    std::optional<LinkAddress> link;
+    std::vector<std::size_t> roots; ///< members of the present stream in the order of its names
+    int failures = 0;               ///< tries without progress
+    int refusals = 0;
+
+    qint64 need = 0; ///< bytes of an upload that are still to be stored
+    zpdt::Totals totals;
+    zpdt::StreamProgress progress;
+    qint64 bytesOver = 0; ///< of the present stream, in members that are over
+    SpeedMeter meter;
+    bool changed = false;
+    double lastSpeed = 0.0;
+    ZpdtError error = ZpdtError::None; ///< first failure of an item, or why it waits
+    QString errorText;
+
+    /// The stream's own figures, at @p now milliseconds of the clock of the meter.
+    ZpdtProgress figures(qint64 now) const;
+
+    std::size_t left() const
+    {
+        std::size_t count = 0;
+        for (const JobMember &member : members)
+            count += !member.over;
+        return count;
+    }
+};
+
+ZpdtError fromWire(zpdt::Error error);
+
+/// Suffixes of files that folders leave out, as the wire library takes them.
+std::vector<std::string> excludedSuffixes(bool verified);
