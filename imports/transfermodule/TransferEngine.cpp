@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <iterator>
 #include <utility>
 
 using namespace TransferRules;
@@ -49,17 +50,12 @@ TransferEngine::TransferEngine(bool realNameVerified, std::function<void(std::ve
         settle();
     });
     connect(m_runner, &StreamRunner::foldersCreated, this, [this](const QStringList &folders) {
-        queueReports();
-        EngineMessage message;
-        message.kind = EngineMessage::DirCreated;
-        message.folders = folders;
-        post(std::move(message));
+        m_folders += folders;
+        scheduleDelivery();
     });
     connect(m_runner, &StreamRunner::connectionsChanged, this, [this](const QList<ZpdtConnectionInfo> &connections) {
-        EngineMessage message;
-        message.kind = EngineMessage::Connections;
-        message.connections = connections;
-        post(std::move(message));
+        m_connections = connections;
+        scheduleDelivery();
     });
 }
 
@@ -111,8 +107,7 @@ void TransferEngine::transferFiles(ZPDTCMDTYPE type, const QList<FileInfo> &file
         }
         created += m_table.add(std::move(task), shape, shared);
     }
-    queueReports();
-    postCount(EngineMessage::CreateCount, created, type);
+    m_created[type] += created;
     settle();
 }
 
@@ -127,8 +122,7 @@ void TransferEngine::transferFolder(ZPDTCMDTYPE type, const QString &folder, con
     task.Dest = folderPath(destination);
     task.SubCenterId = config.subCenterId;
     const qint64 created = m_table.add(std::move(task), TaskTable::Shape::Folder, adopt(config));
-    queueReports();
-    postCount(EngineMessage::CreateCount, created, type);
+    m_created[type] += created;
     settle();
 }
 
@@ -192,8 +186,9 @@ void TransferEngine::registerPaused(const QList<TaskRecord> &tasks)
         return;
     for (const ZPDTCMDTYPE type : {ZPDT_UPLOAD, ZPDT_DOWNLOAD}) {
         if (m_table.count(type) > 0)
-            postCount(EngineMessage::PausedCount, m_table.count(type), type);
+            m_held[type] = m_table.count(type);
     }
+    scheduleDelivery();
 }
 
 void TransferEngine::unregisterPaused(const QList<TaskRecord> &tasks)
@@ -214,7 +209,7 @@ void TransferEngine::settle()
     }
     m_runner->settle();
     removeRemains(m_table.takeAbandoned());
-    queueReports();
+    scheduleDelivery();
 }
 
 /// A task that is being stopped shows it at once; its end may take the time of a file operation.
@@ -264,40 +259,25 @@ void TransferEngine::onProgress(TaskId id, const ZpdtProgress &progress, bool st
     // One that runs ahead of its turn shows as waiting, without figures.
     if (task->Status == ZPDT_WAITING && progress.error == ZpdtError::None)
         return;
-    queueReports();
-    EngineMessage message;
-    message.kind = EngineMessage::Progress;
+    // The newest figures of a task stand for the older ones that were not delivered yet.
+    const auto known = m_progressAt.constFind(id);
+    if (known == m_progressAt.constEnd()) {
+        m_progressAt.insert(id, m_progress.size());
+        m_progress.emplace_back();
+        m_progress.back().kind = EngineMessage::Progress;
+    }
+    EngineMessage &message = m_progress[m_progressAt.value(id)];
     message.task = *task;
     message.progress = m_lastProgress.value(id);
     if (statusOnly && !m_lastProgress.contains(id)) {
         message.progress.total = task->FileSize;
         message.progress.offset = task->Offset;
     }
-    post(std::move(message));
+    scheduleDelivery();
 }
 
-void TransferEngine::queueReports()
+void TransferEngine::scheduleDelivery()
 {
-    for (TaskReport &report : m_table.takeReports()) {
-        EngineMessage message;
-        message.kind = EngineMessage::Report;
-        message.report = std::move(report);
-        post(std::move(message));
-    }
-}
-
-void TransferEngine::postCount(EngineMessage::Kind kind, qint64 count, ZPDTCMDTYPE type)
-{
-    EngineMessage message;
-    message.kind = kind;
-    message.count = count;
-    message.type = type;
-    post(std::move(message));
-}
-
-void TransferEngine::post(EngineMessage message)
-{
-    m_messages.push_back(std::move(message));
     if (m_deliverTimer.isActive())
         return;
     const qint64 since = m_sinceDelivery.isValid() ? m_sinceDelivery.elapsed() : kDeliveryPause;
@@ -307,6 +287,43 @@ void TransferEngine::post(EngineMessage message)
 void TransferEngine::deliverNow()
 {
     m_sinceDelivery.start();
-    if (!m_messages.empty())
-        m_deliver(std::exchange(m_messages, {}));
+    std::vector<EngineMessage> messages;
+    // Figures and folders come when their tasks are known and before they end: the reason of a failure is the last
+    // thing that is told of a running task.
+    const auto addFigures = [this, &messages] {
+        std::move(m_progress.begin(), m_progress.end(), std::back_inserter(messages));
+        m_progress.clear();
+        m_progressAt.clear();
+        if (!m_folders.isEmpty()) {
+            messages.emplace_back();
+            messages.back().kind = EngineMessage::DirCreated;
+            messages.back().folders = std::exchange(m_folders, {});
+        }
+    };
+    for (TaskReport &report : m_table.takeReports()) {
+        if (report.kind == TaskReport::Finished || report.kind == TaskReport::PauseEnd ||
+            report.kind == TaskReport::CancelEnd)
+            addFigures();
+        messages.emplace_back();
+        messages.back().report = std::move(report);
+    }
+    addFigures();
+    const auto addCounts = [&messages](EngineMessage::Kind kind, QMap<ZPDTCMDTYPE, qint64> &counts) {
+        for (auto it = counts.constBegin(); it != counts.constEnd(); ++it) {
+            messages.emplace_back();
+            messages.back().kind = kind;
+            messages.back().type = it.key();
+            messages.back().count = it.value();
+        }
+        counts.clear();
+    };
+    addCounts(EngineMessage::CreateCount, m_created);
+    addCounts(EngineMessage::PausedCount, m_held);
+    if (!m_connections.isEmpty()) {
+        messages.emplace_back();
+        messages.back().kind = EngineMessage::Connections;
+        messages.back().connections = std::exchange(m_connections, {});
+    }
+    if (!messages.empty())
+        m_deliver(std::move(messages));
 }

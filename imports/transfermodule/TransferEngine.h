@@ -4,6 +4,7 @@
 
 #include <QElapsedTimer>
 #include <QHash>
+#include <QMap>
 #include <QObject>
 #include <QThreadPool>
 #include <QTimer>
@@ -73,16 +74,21 @@ private:
     void reportStopping(const TaskRecord &task);
     void removeRemains(const QList<TaskRecord> &tasks);
     void onProgress(TaskId id, const ZpdtProgress &progress, bool statusOnly);
-    void queueReports();
-    void postCount(EngineMessage::Kind kind, qint64 count, ZPDTCMDTYPE type);
-    void post(EngineMessage message);
+    void scheduleDelivery();
     void deliverNow();
 
     TaskTable m_table;
     StreamRunner *m_runner;
     std::function<void(std::vector<EngineMessage>)> m_deliver;
-    std::vector<EngineMessage> m_messages;
     QHash<TaskId, ZpdtProgress> m_lastProgress;
+
+    // What is to be delivered besides the reports of the table.
+    std::vector<EngineMessage> m_progress;
+    QHash<TaskId, std::size_t> m_progressAt; ///< place in m_progress
+    QStringList m_folders;
+    QList<ZpdtConnectionInfo> m_connections;
+    QMap<ZPDTCMDTYPE, qint64> m_created;
+    QMap<ZPDTCMDTYPE, qint64> m_held;
     QTimer m_deliverTimer;
     QElapsedTimer m_sinceDelivery;
     QThreadPool m_cleaner; ///< removes the remains of cancelled tasks

@@ -162,6 +162,7 @@ struct ZpdtConnectionInfo
 };
 
 Q_DECLARE_METATYPE(ZPDTCMDTYPE)
+Q_DECLARE_METATYPE(ZpdtError)
 Q_DECLARE_METATYPE(TaskRecord)
 Q_DECLARE_METATYPE(QList<TaskRecord>)
 Q_DECLARE_METATYPE(ZpdtTransConfig)
@@ -217,7 +218,7 @@ signals:
     void TaskExist(QList<TaskRecord> tasks);
     /// After paused tasks were registered: all tasks of that direction that the engine holds.
     void TaskCreatePausedCount(qint64 count, ZPDTCMDTYPE type);
-    /// After an upload or download request: how many tasks it created. Comes after their TaskCreated.
+    /// After upload or download requests: how many tasks they created. Comes after their TaskCreated.
     void TaskCreateCount(qint64 count, ZPDTCMDTYPE type);
     /// A few times a second while a task runs; the last one of a task that fails holds the reason.
     void TaskProgressChanged(TaskRecord task, ZpdtProgress progress);

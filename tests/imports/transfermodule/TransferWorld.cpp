@@ -32,8 +32,10 @@ QByteArray headerOf(const QByteArray &head, const QByteArray &name)
 } // namespace
 
 TransferWorld::TransferWorld()
-    : m_runtime(makeTransferRuntime())
 {
+    // One for the process, as in the service.
+    static const std::shared_ptr<TransferRuntime> runtime = makeTransferRuntime();
+    m_runtime = runtime;
     connect(this, &QTcpServer::newConnection, this, &TransferWorld::onConnection);
 }
 
@@ -160,7 +162,8 @@ void TransferWorld::answer(QTcpSocket *socket, const QByteArray &head, const QBy
     } else if (!right) {
         reply.status = 401;
     } else if (qAbs(headerOf(head, "Arkvale-Time").toLongLong() - now) > 300000) {
-        reply = {401, R"({"error":"time","message":"wrong clock"})", "Arkvale-Time: " + QByteArray::number(now) + "\r\n"};
+        reply = {401, R"({"error":"time","message":"wrong clock"})",
+                 "Arkvale-Time: " + QByteArray::number(now) + "\r\n"};
     } else {
         reply.body = issue(body);
     }
@@ -168,8 +171,8 @@ void TransferWorld::answer(QTcpSocket *socket, const QByteArray &head, const QBy
         socket->abort();
         return;
     }
-    socket->write("HTTP/1.1 " + QByteArray::number(reply.status) + " X\r\nContent-Length: "
-                  + QByteArray::number(reply.body.size()) + "\r\n" + reply.header + "\r\n" + reply.body);
+    socket->write("HTTP/1.1 " + QByteArray::number(reply.status) + " X\r\nContent-Length: " +
+                  QByteArray::number(reply.body.size()) + "\r\n" + reply.header + "\r\n" + reply.body);
 }
 
 QByteArray TransferWorld::issue(const QByteArray &body)
@@ -181,17 +184,17 @@ QByteArray TransferWorld::issue(const QByteArray &body)
     grant.homeRoot = m_home.path().toStdString();
     grant.folder = asked.value(QLatin1String("path")).toString().mid(1).toStdString();
     grant.direction = asked.value(QLatin1String("direction")).toString() == QLatin1String("upload")
-        ? TransferGrant::Direction::Upload
-        : TransferGrant::Direction::Download;
+                          ? TransferGrant::Direction::Upload
+                          : TransferGrant::Direction::Download;
     const std::lock_guard<std::mutex> lock(m_mutex);
     const std::string ticket = "ticket-" + std::to_string(++m_lastTicket);
     grant.quotaFree = [free = quota] { return free; };
     m_grants[ticket] = grant;
-    const QJsonObject object{
-        {QStringLiteral("ticket"), QString::fromStdString(ticket)},
-        {QStringLiteral("fingerprint"), m_server ? QString::fromStdString(m_server->fingerprint()) : QString(64, QLatin1Char('0'))},
-        {QStringLiteral("host"), QStringLiteral("127.0.0.1")},
-        {QStringLiteral("port"), m_serverPort}};
+    const QJsonObject object{{QStringLiteral("ticket"), QString::fromStdString(ticket)},
+                             {QStringLiteral("fingerprint"), m_server ? QString::fromStdString(m_server->fingerprint())
+                                                                      : QString(64, QLatin1Char('0'))},
+                             {QStringLiteral("host"), QStringLiteral("127.0.0.1")},
+                             {QStringLiteral("port"), m_serverPort}};
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 

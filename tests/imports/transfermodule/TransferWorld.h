@@ -36,8 +36,8 @@ public:
         QByteArray header;
     };
     QList<Answer> answers;
-    int requests = 0;     ///< for tickets so far
-    int badRequests = 0;  ///< of them without a right signature
+    int requests = 0;    ///< for tickets so far
+    int badRequests = 0; ///< of them without a right signature
     int mostAtOnce = 0;
     qint64 clockAhead = 0; ///< of the service, milliseconds
     quint64 quota = 1ull << 50;

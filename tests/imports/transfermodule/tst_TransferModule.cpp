@@ -240,7 +240,8 @@ void TransferModuleTest::pauseResumeAndCancelInMidFile()
     QVERIFY(writeFile(source + "/data", 12 * kMiB, 6));
     const auto before = treeOf(target);
     request(config);
-    QVERIFY(wait([&] { return m_log->record(path).Status == ZPDT_TRANSFERRING && m_log->progress(path).offset > kMiB; }));
+    QVERIFY(
+        wait([&] { return m_log->record(path).Status == ZPDT_TRANSFERRING && m_log->progress(path).offset > kMiB; }));
     m_engine->Cancel(m_log->record(path));
     QVERIFY(wait([&] { return m_log->story(path).endsWith(QLatin1String("cancelled")); }, 3000));
     QVERIFY(wait([&] { return treeOf(target) == before; }, 3000));
@@ -325,13 +326,15 @@ void TransferModuleTest::ticketAnswers_data()
     QTest::newRow("too many requests") << 429 << none << ZpdtError::None;
     QTest::newRow("hangs up") << 0 << none << ZpdtError::None;
     QTest::newRow("garbage") << 200 << QByteArray("<html>") << ZpdtError::None;
-    QTest::newRow("wrong types") << 200 << QByteArray(R"({"ticket":[1],"fingerprint":{},"port":"x"})") << ZpdtError::None;
+    QTest::newRow("wrong types") << 200 << QByteArray(R"({"ticket":[1],"fingerprint":{},"port":"x"})")
+                                 << ZpdtError::None;
     QTest::newRow("bad fingerprint") << 200 << QByteArray(R"({"ticket":"t","fingerprint":"abc"})") << ZpdtError::None;
     QTest::newRow("endless") << 200 << QByteArray(2000000, 'x') << ZpdtError::None;
     QTest::newRow("repeated nonce") << 401 << QByteArray(R"({"error":"repeated"})") << ZpdtError::None;
-    QTest::newRow("other certificate")
-        << 200 << QByteArray(R"({"ticket":"t","host":"127.0.0.1","port":1,"fingerprint":")") + QByteArray(64, 'a') + "\"}"
-        << ZpdtError::None;
+    QTest::newRow("other certificate") << 200
+                                       << QByteArray(R"({"ticket":"t","host":"127.0.0.1","port":1,"fingerprint":")") +
+                                              QByteArray(64, 'a') + "\"}"
+                                       << ZpdtError::None;
 }
 
 void TransferModuleTest::ticketAnswers()
@@ -376,8 +379,7 @@ void TransferModuleTest::duplicatesAndRetransmission()
     QVERIFY(wait([this] { return m_log->ended(ZPDT_SUCCESS) == 1; }));
     m_engine->UploadFiles(files, QStringLiteral("/"), m_world->config());
     QVERIFY(wait([&] {
-        return m_log->story(here + "/data")
-            == QLatin1String("created started done created retrans started done");
+        return m_log->story(here + "/data") == QLatin1String("created started done created retrans started done");
     }));
 }
 
@@ -422,7 +424,8 @@ void TransferModuleTest::whatDoesNotFit()
     QVERIFY(wait([this] { return m_log->ended(ZPDT_SUCCESS) == 2; }));
     m_world->quota = 100;
     m_engine->Start(m_log->record(here + "/tree"), m_world->config());
-    QVERIFY(wait([&] { return m_log->story(here + "/tree") == QLatin1String("created started failed started failed"); }));
+    QVERIFY(
+        wait([&] { return m_log->story(here + "/tree") == QLatin1String("created started failed started failed"); }));
     QCOMPARE(m_log->progress(here + "/tree").error, ZpdtError::NoSpace);
 }
 
