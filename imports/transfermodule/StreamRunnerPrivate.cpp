@@ -2,7 +2,7 @@
 
 #include "TransferRules.h"
 
-#include <QFile>
+#include "TargetTree.h"
 
 #include <algorithm>
 
@@ -479,8 +479,11 @@ void StreamRunnerPrivate::failMember(Job &job, JobMember &member, ZpdtError erro
 void StreamRunnerPrivate::stopMember(Job &job, JobMember &member)
 {
     // The stream of a group was closed so that the others find their partial files again.
-    if (member.abandon && !job.whole && job.type == ZPDT_DOWNLOAD)
-        QFile::remove(joined(job.localFolder, member.name) + QLatin1String(kPartialSuffix));
+    if (member.abandon && !job.whole && job.type == ZPDT_DOWNLOAD) {
+        zpdt::SafeFolder folder;
+        if (zpdt::SafeFolder::open(job.localFolder.toStdString(), folder).ok())
+            (void)folder.removeFile(zpdt::cacheNameOf(member.name.toStdString()));
+    }
     member.over = true;
     m_places.remove(member.id);
     emit q->stopped(member.id);

@@ -3,8 +3,8 @@
 #include "StreamRunner.h"
 #include "TransferRules.h"
 
-#include <QDirIterator>
-#include <QFile>
+#include "TargetTree.h"
+
 #include <QFileInfo>
 
 #include <iterator>
@@ -200,9 +200,14 @@ void TransferEngine::settle()
 {
     for (const TaskOrder &order : m_table.takeOrders()) {
         if (order.kind == TaskOrder::Run) {
-            if (const TaskRecord *task = m_table.record(order.id))
-                m_runner->begin(order.id, *task, m_table.config(order.id), m_table.shape(order.id),
-                                m_table.resumed(order.id));
+            const TaskRecord *task = m_table.record(order.id);
+            if (!task)
+                continue;
+            // One that is asked for anew must not lose its new partial file to the removal of the old one.
+            if (task->Type == ZPDT_DOWNLOAD)
+                m_cleaner.waitForDone();
+            m_runner->begin(order.id, *task, m_table.config(order.id), m_table.shape(order.id),
+                            m_table.resumed(order.id));
         } else {
             m_runner->end(order.id, order.kind == TaskOrder::Abandon);
         }
@@ -222,28 +227,23 @@ void TransferEngine::reportStopping(const TaskRecord &task)
 /// Partial files of downloads that were cancelled while they did not run. The finished files of a folder stay.
 void TransferEngine::removeRemains(const QList<TaskRecord> &tasks)
 {
-    QStringList targets;
+    QHash<QString, std::vector<std::string>> namesIn;
     for (const TaskRecord &task : tasks) {
-        const QString name = lastName(task.Path);
-        if (task.Type == ZPDT_DOWNLOAD && !task.Dest.isEmpty() && !name.isEmpty() && name != QLatin1String("..") &&
-            name != QLatin1String("."))
-            targets.append(joined(task.Dest, name));
+        if (task.Type == ZPDT_DOWNLOAD && !task.Dest.isEmpty())
+            namesIn[task.Dest].push_back(lastName(task.Path).toStdString());
     }
-    if (targets.isEmpty())
-        return;
-    m_cleaner.start([this, targets, partialSuffix = QString::fromLatin1(kPartialSuffix)] {
-        for (const QString &target : targets) {
-            if (m_stopCleaning)
+    for (auto it = namesIn.constBegin(); it != namesIn.constEnd(); ++it) {
+        m_cleaner.start([this, folder = it.key().toStdString(), names = it.value()] {
+            zpdt::SafeFolder root;
+            if (!zpdt::SafeFolder::open(folder, root).ok())
                 return;
-            QFile::remove(target + partialSuffix);
-            if (!QFileInfo(target).isDir() || QFileInfo(target).isSymLink())
-                continue;
-            QDirIterator it(target, {QLatin1Char('*') + partialSuffix}, QDir::Files | QDir::Hidden | QDir::NoSymLinks,
-                            QDirIterator::Subdirectories);
-            while (it.hasNext() && !m_stopCleaning)
-                QFile::remove(it.next());
-        }
-    });
+            for (const std::string &name : names) {
+                if (m_stopCleaning)
+                    return;
+                zpdt::discardPartial(root, {name});
+            }
+        });
+    }
 }
 
 /// @param statusOnly the figures did not change

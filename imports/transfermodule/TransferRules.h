@@ -7,9 +7,6 @@
 /// Small decisions of the engine that need neither network nor threads.
 namespace TransferRules {
 
-/// What the name of a partial file has behind the name of the file that it becomes.
-constexpr char kPartialSuffix[] = ".ZPDT.cache";
-
 /// Suffixes, without the dot, of the video files that an account without verified name may not move. Case counts.
 const QStringList &videoSuffixes();
 

@@ -172,11 +172,8 @@ void TreeScan::list(const Folder &folder, std::vector<ScanEntry> &entries)
 
 bool TreeScan::excluded(const std::string &name) const
 {
-    if (m_excluded.empty())
-        return false;
-    const std::string lower = lowered(name);
     return std::any_of(m_excluded.begin(), m_excluded.end(),
-                       [&](const std::string &suffix) { return !suffix.empty() && endsWith(lower, suffix); });
+                       [&](const std::string &suffix) { return !suffix.empty() && endsWith(name, suffix); });
 }
 
 } // namespace zpdt

@@ -32,7 +32,7 @@ class TreeScan
 {
 public:
     /// @param names entries of @p root; none: everything in it
-    /// @param excludedSuffixes lower case; files inside folders that are left out
+    /// @param excludedSuffixes files inside folders that are left out; case counts
     TreeScan(SafeFolder root, std::vector<std::string> names, std::vector<std::string> excludedSuffixes);
 
     /// Appends about @p most entries, more when one folder holds more. False when there is nothing further.

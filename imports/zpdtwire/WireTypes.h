@@ -93,7 +93,7 @@ struct UploadRequest
     std::string ticket;                        ///< names the remote folder
     std::string localFolder;                   ///< folder of this machine that holds the names
     std::vector<std::string> names;            ///< files and folders in it, one name each; folders go whole
-    std::vector<std::string> excludedSuffixes; ///< lower case, such as ".mp4": files inside folders that are left out
+    std::vector<std::string> excludedSuffixes; ///< such as ".mp4", case counts: files inside folders that are left out
     bool resumed = false;                      ///< an earlier stream moved some of it: look before sending
     int priority = 0;                          ///< streams of a higher one go first
 };
