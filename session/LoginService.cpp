@@ -108,33 +108,34 @@ void LoginService::login(QString loginName, QString password)
 
 void LoginService::handlerLogin(qint64 id, int code, QByteArray body)
 {
-    if (m_pending.removeOne(id))
-        takeLogin(code, body);
+    if (m_pending.removeOne(id) && takeLogin(code, body))
+        m_byPassword = true;
 }
 
 void LoginService::handlerAuth(qint64 id, int code, QByteArray body)
 {
     Q_UNUSED(id)
-    takeLogin(code, body);
+    if (takeLogin(code, body))
+        m_byPassword = false;
 }
 
-void LoginService::takeLogin(int code, const QByteArray &body)
+bool LoginService::takeLogin(int code, const QByteArray &body)
 {
     if (code == kRestricted) {
         m_config->setViolation(Violation());
         changeState(GlobalConfig::Frozen);
-        return;
+        return false;
     }
     if (code != kSuccess) {
         changeState(GlobalConfig::LoggedOut);
-        return;
+        return false;
     }
     QJsonObject answer;
     readObject(body, &answer);
     if (answer.contains(QLatin1String("violation"))) {
         m_config->setViolation(violationFrom(answer.value(QLatin1String("violation")).toObject()));
         changeState(GlobalConfig::Frozen);
-        return;
+        return false;
     }
     m_profileKnown = false;
     UserInfo user = m_config->currentUser();
@@ -155,6 +156,7 @@ void LoginService::takeLogin(int code, const QByteArray &body)
     m_config->setClient(*m_client);
     m_config->setCurrentUser(user);
     emit handlerLoginFinished();
+    return true;
 }
 
 void LoginService::getCurrentUserInfo()

@@ -26,6 +26,9 @@ public:
     explicit LoginService(QObject *parent = nullptr);
     ~LoginService() override;
 
+    /// The last accepted login was made by login(), not handed over by another client.
+    bool loggedInByPassword() const { return m_byPassword; }
+
 signals:
     void loginStatusChanged();
     /// The login succeeded; user and access pair are in the store.
@@ -62,7 +65,8 @@ private slots:
 
 private:
     void rebuildClient();
-    void takeLogin(int code, const QByteArray &body);
+    /// False when the answer is no login.
+    bool takeLogin(int code, const QByteArray &body);
     void changeState(int state);
     /// A client for one request to one sub-center, destroyed by the slot that takes its answer.
     OrvClient *clientFor(const QString &address, const char *signal, const char *slot);
@@ -73,4 +77,5 @@ private:
     QTimer *m_timer;
     QList<qint64> m_pending;
     bool m_profileKnown = false;
+    bool m_byPassword = false;
 };

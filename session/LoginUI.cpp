@@ -408,11 +408,14 @@ void LoginUI::SaveUserCfg()
         Result();
         return;
     }
+    // What is typed here belongs to the user who typed it, not to one whom a web page logged in meanwhile.
+    if (!m_service.loggedInByPassword())
+        return;
     DataBaseManager database(path, kDriver);
     const bool remember = m_remember->isChecked();
-    database.setValue(kSavePassword, remember ? kTrue : kFalse);
-    database.setValue(kPassword, remember ? m_passwordField->text() : QString());
-    database.setValue(kAutoLogin, remember && m_auto->isChecked() ? kTrue : kFalse);
+    database.setValues({{kSavePassword, remember ? kTrue : kFalse},
+                        {kPassword, remember ? m_passwordField->text() : QString()},
+                        {kAutoLogin, remember && m_auto->isChecked() ? kTrue : kFalse}});
 }
 
 void LoginUI::openPage(const QString &address)

@@ -66,6 +66,22 @@ bool DataBaseManager::setValue(const QString &key, const QString &value)
     return false;
 }
 
+bool DataBaseManager::setValues(const QList<QPair<QString, QString>> &values)
+{
+    if (!m_database.isOpen() || !m_database.transaction())
+        return false;
+    for (const auto &entry : values) {
+        if (!setValue(entry.first, entry.second)) {
+            m_database.rollback();
+            return false;
+        }
+    }
+    if (m_database.commit())
+        return true;
+    m_database.rollback();
+    return false;
+}
+
 int DataBaseManager::nextConnectionNumber()
 {
     static QMutex mutex;

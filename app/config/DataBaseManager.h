@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QList>
+#include <QPair>
 #include <QSqlDatabase>
 #include <QString>
 
@@ -27,6 +29,9 @@ public:
     QString value(const QString &key) const;
     /// Adds or replaces the row. False when the database refused.
     bool setValue(const QString &key, const QString &value);
+
+    /// All of them in one transaction: false, and nothing is changed, when the database refused one.
+    bool setValues(const QList<QPair<QString, QString>> &values);
 
     QString connectionName() const { return m_connection; }
     /// A number that no connection of this process had yet, from 1. Usable from any thread.

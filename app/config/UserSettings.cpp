@@ -39,10 +39,9 @@ UserSettings UserSettings::load(const QString &database)
 bool UserSettings::save(const QString &database) const
 {
     DataBaseManager manager(database, kDriver);
-    const bool id = manager.setValue(kDefaultSubCenterId, defaultSubCenterId);
-    const bool speeds = manager.setValue(kTargetSpeed, targetSpeedsText());
-    const bool paths = manager.setValue(kDownloadPathSettings, downloadPathsText());
-    return id && speeds && paths;
+    return manager.setValues({{kDefaultSubCenterId, defaultSubCenterId},
+                              {kTargetSpeed, targetSpeedsText()},
+                              {kDownloadPathSettings, downloadPathsText()}});
 }
 
 QMap<QString, TargetSpeed> UserSettings::targetSpeedsFromText(const QString &json)

@@ -14,7 +14,7 @@ struct UserSettings
 
     /// Reads from the thread that calls. What is missing or broken has its default.
     static UserSettings load(const QString &database);
-    /// False when the database refused one of the keys; the others are written all the same.
+    /// False, and nothing is changed, when the database refused.
     bool save(const QString &database) const;
 
     static QMap<QString, TargetSpeed> targetSpeedsFromText(const QString &json);

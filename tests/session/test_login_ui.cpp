@@ -47,6 +47,7 @@ private slots:
     void autoLogin_data();
     void autoLogin();
     void loginWhileHidden();
+    void loginOfAnotherUser();
     void closing();
     void pages();
     void capsLock();
@@ -404,6 +405,21 @@ void TestLoginUi::loginWhileHidden()
     QTRY_COMPARE(accepted.count(), 1);
     QVERIFY(m_config->userDatabaseExists("demo"));
     QVERIFY(!m_dialog->isVisible());
+}
+
+void TestLoginUi::loginOfAnotherUser()
+{
+    // Ann's password stands in the dialog when a web page logs demo in.
+    remember("ann", true, "ann's", false);
+    m_dialog->setUsers({"ann"});
+    m_dialog->show();
+    QCOMPARE(password()->text(), QStringLiteral("ann's"));
+    QSignalSpy accepted(m_dialog.get(), SIGNAL(accepted()));
+    m_dialog->loginService()->handlerAuth(5, 200, SessionFake::loginAnswer());
+    QTRY_COMPARE(accepted.count(), 1);
+    QCOMPARE(stored("demo", "Password"), QString());
+    QCOMPARE(stored("ann", "Password"), QStringLiteral("ann's"));
+    QCOMPARE(m_config->knownUserNames(), (QStringList{"demo", "ann"}));
 }
 
 void TestLoginUi::closing()

@@ -134,6 +134,13 @@ void TestDatabase::refusedWriteLeavesNothing()
     QCOMPARE(database.value("a"), QString());
     QCOMPARE(database.value("b"), QStringLiteral("good"));
     QCOMPARE(sql(file, "select count(*) from tb_user_info"), QStringLiteral("1"));
+
+    // Several at once: all or none, and the connection goes on.
+    QVERIFY(!database.setValues({{"b", "changed"}, {"c", "bad"}, {"d", "x"}}));
+    QCOMPARE(database.value("b"), QStringLiteral("good"));
+    QVERIFY(database.setValues({{"b", "changed"}, {"d", "x"}}));
+    QCOMPARE(DataBaseManager(file, kDriver).value("b"), QStringLiteral("changed"));
+    QCOMPARE(sql(file, "select count(*) from tb_user_info"), QStringLiteral("2"));
 }
 
 void TestDatabase::managersOnSeveralThreads()
