@@ -48,9 +48,8 @@ bool BridgeRequest::isName(const QString &name)
 {
     if (name.isEmpty() || name == QLatin1String(".") || name == QLatin1String(".."))
         return false;
-    return std::none_of(name.begin(), name.end(), [](QChar c) {
-        return c == QLatin1Char('/') || c == QLatin1Char('\\') || c.category() == QChar::Other_Control;
-    });
+    return std::none_of(name.begin(), name.end(),
+                        [](QChar c) { return c == QLatin1Char('/') || c == QLatin1Char('\\') || c.isNull(); });
 }
 
 bool BridgeRequest::isFolder(const QString &path)

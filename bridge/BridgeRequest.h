@@ -26,7 +26,7 @@ struct BridgeRequest
     int refused = 0;       ///< names or folders that were left out because they are none
 
     static BridgeRequest parse(const QString &message);
-    /// One component of a path: not empty, no separator, no control character, neither "." nor "..".
+    /// One component of a path: not empty, no separator, no NUL, neither "." nor "..".
     static bool isName(const QString &name);
     /// A remote folder none of whose components leads elsewhere; both kinds of slashes separate.
     static bool isFolder(const QString &path);

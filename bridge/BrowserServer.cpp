@@ -153,18 +153,25 @@ void BrowserServer::processTextMessage(QWebSocket *client, const QString &messag
         writeLog(QStringLiteral("Process upload message client[%1]: %2:%3 ")
                      .arg(client->origin(), request.center, request.dest),
                  __LINE__);
-        emit uploadRequest(request.center, request.dest);
+        later([this, request] { emit uploadRequest(request.center, request.dest); });
         break;
     case BridgeRequest::Download:
-        emit downloadRequest(request.center, request.items);
+        later([this, request] { emit downloadRequest(request.center, request.items); });
         qDebug() << "void BrowserServer::processTextMessage(QString message) return";
         break;
     case BridgeRequest::Logout:
-        emit sigSwitchUser(QString());
+        later([this] { emit sigSwitchUser(QString()); });
         break;
     case BridgeRequest::Ignored:
         break;
     }
+}
+
+void BrowserServer::later(const std::function<void()> &emitRequest)
+{
+    // A request opens dialogs, in whose event loop the page may leave. The connection's own code, which would still be
+    // on the stack, must not be called from below them.
+    QMetaObject::invokeMethod(this, emitRequest, Qt::QueuedConnection);
 }
 
 void BrowserServer::processLogin(QWebSocket *client, const BridgeRequest &request)

@@ -8,6 +8,8 @@
 #include <QObject>
 #include <QSslError>
 
+#include <functional>
+
 class GlobalConfig;
 class QWebSocket;
 class QWebSocketServer;
@@ -57,6 +59,7 @@ private slots:
 private:
     void processTextMessage(QWebSocket *client, const QString &message);
     void processLogin(QWebSocket *client, const BridgeRequest &request);
+    void later(const std::function<void()> &emitRequest);
     void writeLog(const QString &message, int line);
 
     OrvClient m_client;

@@ -1,0 +1,253 @@
+#include "ArkvaleTolmaMain.h"
+
+#include "BrowserServer.h"
+#include "GlobalConfig.h"
+#include "MsgBox.h"
+#include "MsgDlg.h"
+#include "OrderedWork.h"
+#include "SystemBrowser.h"
+#include "TransferringWidget.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDir>
+#include <QMenu>
+#include <QPointer>
+#include <QPushButton>
+#include <QToolButton>
+#include <QTranslator>
+#include <QUrl>
+
+// End of the cycle
+
+void ArkvaleTolmaMain::finish(int state)
+{
+    if (m_closed)
+        return;
+    m_closed = true;
+    m_config->setState(state);
+    m_bridge->setReady(false);
+    emit Close();
+}
+
+bool ArkvaleTolmaMain::ask(const QString &title, const QString &text)
+{
+    const QPointer<ArkvaleTolmaMain> alive(this);
+    const QPointer<MsgDlg> question = new MsgDlg(this);
+    question->setTitle(title);
+    question->setText(text);
+    const bool accepted = question->exec() == QDialog::Accepted;
+    delete question;
+    return alive && accepted && !m_closed;
+}
+
+void ArkvaleTolmaMain::tell(const QString &title, const QString &text)
+{
+    const QPointer<MsgDlg> notice = new MsgDlg(this);
+    notice->setTitle(title);
+    notice->setText(text);
+    notice->setButtonVisible(QStringLiteral("cancel"), false);
+    notice->exec();
+    delete notice;
+}
+
+void ArkvaleTolmaMain::Exit()
+{
+    QString text = tr("Are you sure you want to exit?");
+    if (m_transfers->runningCount() > 0)
+        text += QLatin1Char('\n') +
+                tr("%1 transfers are still running and will be stopped.").arg(m_transfers->runningCount());
+    if (ask(tr("Exit"), text))
+        finish(GlobalConfig::Quitting);
+}
+
+void ArkvaleTolmaMain::Logout()
+{
+    QString text = tr("Are you sure you want to logout?");
+    if (m_transfers->runningCount() > 0)
+        text += QLatin1Char('\n') +
+                tr("%1 transfers are still running and will be stopped.").arg(m_transfers->runningCount());
+    if (ask(tr("Logout"), text))
+        finish(GlobalConfig::LoggedOut);
+}
+
+void ArkvaleTolmaMain::Logout(QString)
+{
+    finish(GlobalConfig::LoggedOut);
+}
+
+void ArkvaleTolmaMain::sessionEnded(QString message)
+{
+    // Every page and poll may tell of the same end; the person hears of it once.
+    if (m_closed || property("sessionEnded").toBool())
+        return;
+    setProperty("sessionEnded", true);
+    const QPointer<ArkvaleTolmaMain> alive(this);
+    tell(tr("Tip"), message.isEmpty() ? tr("The session has ended. Please log in again.") : message);
+    if (alive)
+        finish(GlobalConfig::LoggedOut);
+}
+
+void ArkvaleTolmaMain::closeEvent(QCloseEvent *event)
+{
+    if (m_closed) {
+        QMainWindow::closeEvent(event);
+        return;
+    }
+    event->ignore();
+    Exit();
+}
+
+void ArkvaleTolmaMain::CloseMinimizedToTray()
+{
+    emit sigShowTrayMessage(tr("Arkvale has minimized to tray!"));
+    showMinimized();
+}
+
+void ArkvaleTolmaMain::bringForward()
+{
+    if (isMinimized())
+        setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
+    raise();
+    QApplication::setActiveWindow(this);
+    activateWindow();
+    setFocus();
+}
+
+void ArkvaleTolmaMain::onRaise()
+{
+    bringForward();
+}
+
+void ArkvaleTolmaMain::onShowTransfering(bool bSwith)
+{
+    bringForward();
+    if (bSwith) {
+        m_transferButton->setChecked(true);
+        changePage();
+    }
+}
+
+void ArkvaleTolmaMain::onShowSetting()
+{
+    bringForward();
+    showMenu();
+}
+
+void ArkvaleTolmaMain::showMaximizedOrNormal()
+{
+    if (isMaximized())
+        showNormal();
+    else
+        showMaximized();
+}
+
+// The menu
+
+void ArkvaleTolmaMain::showMenu()
+{
+    auto *menu = new QMenu(this);
+    menu->setObjectName(QStringLiteral("menu_main"));
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+
+    QMenu *languages = menu->addMenu(tr("Language(&A)"));
+    const QList<QPair<QString, QString>> known = m_config->languages();
+    for (const auto &language : known) {
+        QAction *action = languages->addAction(language.second, this, SLOT(ChangeLanguage()));
+        action->setData(language.first);
+        action->setCheckable(true);
+        action->setChecked(language.first == m_config->language());
+    }
+    menu->addAction(tr("Start WSS"), this, SLOT(StartSocketServer()))->setEnabled(!m_bridge->isRunning());
+    menu->addAction(tr("Stop WSS"), this, SLOT(StopSocketServer()))->setEnabled(m_bridge->isRunning());
+    menu->addAction(tr("Clear cache(&C)"), this, SLOT(ClearCache()));
+    if (m_updater)
+        menu->addAction(tr("Check for updates(&U)"), this, SLOT(UpdateApp()));
+    menu->addAction(tr("About"), this, SLOT(About()));
+    menu->addAction(tr("Help"), this, SLOT(Help()));
+    menu->addSeparator();
+    menu->addAction(tr("Logout(&L)"), this, SLOT(Logout()));
+    menu->addAction(tr("Exit(&E)"), this, SLOT(Exit()));
+    const QPoint corner = m_menuButton->mapToGlobal(QPoint(m_menuButton->width(), m_menuButton->height()));
+    menu->popup(corner - QPoint(menu->sizeHint().width(), 0));
+}
+
+void ArkvaleTolmaMain::ChangeLanguage()
+{
+    const auto *action = qobject_cast<QAction *>(sender());
+    const QString code = action ? action->data().toString() : QString();
+    if (code.isEmpty() || code == m_config->language())
+        return;
+    const QList<QTranslator *> before = m_config->translators();
+    for (QTranslator *translator : before)
+        QCoreApplication::removeTranslator(translator);
+    m_config->setLanguage(code);
+    const QList<QTranslator *> after = m_config->translators();
+    for (QTranslator *translator : after)
+        QCoreApplication::installTranslator(translator);
+    if (!m_config->save())
+        tell(tr("Tip"), tr("The language could not be saved and holds until the program ends."));
+    emit languageChanged();
+    m_config->requestAdvertisements();
+}
+
+void ArkvaleTolmaMain::StartSocketServer()
+{
+    m_bridge->Start();
+    m_bridge->setReady(m_ready);
+}
+
+void ArkvaleTolmaMain::StopSocketServer()
+{
+    m_bridge->Stop();
+}
+
+void ArkvaleTolmaMain::ClearCache()
+{
+    const QString path = m_config->userFolder(m_config->currentUser().username) + QStringLiteral("Cache/");
+    // Many small files on a slow disk: not while the window waits.
+    m_work->run([this, path]() -> OrderedWork::Deliver {
+        const bool removed = QDir(path).removeRecursively() && QDir().mkpath(path);
+        return [this, removed] {
+            tell(tr("Tip"), removed ? tr("Cache clean up successfully.") : tr("Cache clean up failed."));
+        };
+    });
+}
+
+void ArkvaleTolmaMain::UpdateApp()
+{
+    if (m_updater)
+        QMetaObject::invokeMethod(m_updater, "Update");
+}
+
+void ArkvaleTolmaMain::UpdateFinished(int retcode)
+{
+    if (retcode == 0)
+        tell(tr("Tip"), tr("This is the newest version."));
+    else if (retcode == 1)
+        tell(tr("Tip"), tr("A newer version is available."));
+    else
+        tell(tr("Tip"), tr("The update check failed."));
+}
+
+void ArkvaleTolmaMain::About()
+{
+    const QString agreement = m_config->userProtocolUrl();
+    QString html = QStringLiteral("<p><b>NRX Net Disk</b></p><p>%1</p>")
+                       .arg(tr("Version %1").arg(m_config->version().toHtmlEscaped()));
+    if (!agreement.isEmpty())
+        html += QStringLiteral("<p><a href=\"%1\">%2</a></p>").arg(agreement.toHtmlEscaped(), tr("User agreement"));
+    MsgBox box(this);
+    box.setTitle(tr("About"));
+    box.setText(html);
+    box.setButtonVisible(QStringLiteral("cancel"), false);
+    box.exec();
+}
+
+void ArkvaleTolmaMain::Help()
+{
+    if (!openWebPage(QUrl(m_config->helpUrl())))
+        tell(tr("Tip"), tr("No help page is configured."));
+}
