@@ -4,6 +4,7 @@
 
 #include <QTimer>
 #include <QUrl>
+#include <QVariant>
 
 namespace {
 
@@ -20,7 +21,6 @@ AdTicker::AdTicker(QWidget *parent)
 {
     setObjectName(QStringLiteral("btn_advertisement"));
     setProperty("flat", true);
-    setFlat(true);
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     m_timer->setInterval(kShownFor);
     connect(m_timer, &QTimer::timeout, this, &AdTicker::next);

@@ -18,6 +18,7 @@
 #include <QToolButton>
 #include <QTranslator>
 #include <QUrl>
+#include <QVariant>
 
 // End of the cycle
 
