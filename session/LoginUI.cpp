@@ -18,6 +18,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QSignalBlocker>
+#include <QStyledItemDelegate>
 #include <QTimer>
 #include <QToolButton>
 #include <QUrl>
@@ -105,6 +106,8 @@ QWidget *LoginUI::buildFields()
     m_user->setObjectName(QStringLiteral("userName"));
     m_user->setEditable(true);
     m_user->setInsertPolicy(QComboBox::NoInsert);
+    // The default delegate of a combo box takes no notice of the style sheet.
+    m_user->setItemDelegate(new QStyledItemDelegate(m_user));
     m_user->completer()->setCompletionMode(QCompleter::PopupCompletion);
     m_user->lineEdit()->setPlaceholderText(tr("User name"));
     m_user->lineEdit()->setMaxLength(kLongestInput);

@@ -5,7 +5,7 @@
 #include "InstallSettings.h"
 #include "UserSettings.h"
 
-/// The members of the store; all but the last three under its mutex.
+/// The members of the store, under its mutex; but the locations never change, and the last three are of the GUI thread.
 struct GlobalConfig::Data
 {
     ConfigLocations locations;
