@@ -2,9 +2,9 @@
 
 void NavigationHistory::intoFolder(const QString &path)
 {
-    m_forward.clear();
+    m_forwardStack.clear();
     if (!m_current.kind.isEmpty())
-        m_backward.push(m_current);
+        m_backwardStack.push(m_current);
     m_current.kind = QStringLiteral("IntoFolder");
     m_current.path = path.endsWith(QLatin1Char('/')) ? path : path + QLatin1Char('/');
     m_current.title = path;
@@ -14,8 +14,8 @@ void NavigationHistory::intoFolder(const QString &path)
 
 void NavigationHistory::searchFile(const QString &keyword, const QString &title)
 {
-    m_forward.clear();
-    m_backward.push(m_current);
+    m_forwardStack.clear();
+    m_backwardStack.push(m_current);
     m_current = {QStringLiteral("SearchFile"), QStringLiteral("/"), title, keyword};
     dropDuplicate();
     m_action = m_current.kind;
@@ -23,20 +23,20 @@ void NavigationHistory::searchFile(const QString &keyword, const QString &title)
 
 bool NavigationHistory::forward()
 {
-    if (m_forward.isEmpty())
+    if (m_forwardStack.isEmpty())
         return false;
-    m_backward.push(m_current);
-    m_current = m_forward.pop();
+    m_backwardStack.push(m_current);
+    m_current = m_forwardStack.pop();
     m_action = QStringLiteral("forward");
     return true;
 }
 
 bool NavigationHistory::backward()
 {
-    if (m_backward.isEmpty())
+    if (m_backwardStack.isEmpty())
         return false;
-    m_forward.push(m_current);
-    m_current = m_backward.pop();
+    m_forwardStack.push(m_current);
+    m_current = m_backwardStack.pop();
     m_action = QStringLiteral("backward");
     return true;
 }
@@ -45,9 +45,9 @@ void NavigationHistory::back()
 {
     QStack<NavigationEntry> *from = nullptr;
     if (m_action == QLatin1String("forward") || m_action == QLatin1String("IntoFolder"))
-        from = &m_backward;
+        from = &m_backwardStack;
     else if (m_action == QLatin1String("backward"))
-        from = &m_forward;
+        from = &m_forwardStack;
     if (from && !from->isEmpty())
         m_current = from->pop();
 }
@@ -55,6 +55,6 @@ void NavigationHistory::back()
 void NavigationHistory::dropDuplicate()
 {
     // Going to the place where one is leaves one entry, not two.
-    if (!m_backward.isEmpty() && m_backward.top() == m_current)
-        m_backward.pop();
+    if (!m_backwardStack.isEmpty() && m_backwardStack.top() == m_current)
+        m_backwardStack.pop();
 }

@@ -34,16 +34,16 @@ public:
     /// Undoes the last move; the location it led to is forgotten.
     void back();
 
-    bool canForward() const { return !m_forward.isEmpty(); }
-    bool canBackward() const { return !m_backward.isEmpty(); }
-    void clearForward() { m_forward.clear(); }
-    void clearBackward() { m_backward.clear(); }
+    bool canForward() const { return !m_forwardStack.isEmpty(); }
+    bool canBackward() const { return !m_backwardStack.isEmpty(); }
+    void clearForward() { m_forwardStack.clear(); }
+    void clearBackward() { m_backwardStack.clear(); }
 
 private:
     void dropDuplicate();
 
     NavigationEntry m_current;
     QString m_action;
-    QStack<NavigationEntry> m_backward;
-    QStack<NavigationEntry> m_forward;
+    QStack<NavigationEntry> m_backwardStack;
+    QStack<NavigationEntry> m_forwardStack;
 };

@@ -59,7 +59,7 @@ public slots:
     void Upload(QStringList paths, QString remoteFolder);
     void Download();
     void Preview();
-    /// Opens the file at @p path.
+    /// Fetches the file at @p path to a folder of the person's choice.
     void Preview(QString path);
     void Cut();
     void Copy();

@@ -237,6 +237,7 @@ void NetdiskPage::Preview()
 
 void NetdiskPage::Preview(QString path)
 {
+    // What is opened here is fetched to the disk, to be opened with a program there.
     const int row = m_view->model()->rowOf(path);
     if (row >= 0)
         Download(QList<FileItem>{m_view->model()->item(row)});

@@ -193,19 +193,14 @@ void FileItemModel::renameNow(const QString &src, const QString &dest)
     FileItem item = m_listing.items[row];
     item.path = dest;
     item.name = FileListing::fileName(dest);
-    QVector<FileItem> others = m_listing.items;
-    others.remove(row);
-    const int target = FileOrder::insertRow(others, item, m_order);
-    if (target != row) {
+    const int target = FileOrder::insertRow(m_listing.items, item, m_order, row);
+    if (target != row)
         beginMoveRows({}, row, row, {}, target > row ? target + 1 : target);
-        others.insert(target, item);
-        m_listing.items.swap(others);
-        itemsChanged();
+    m_listing.items[row] = item;
+    m_listing.items.move(row, target);
+    itemsChanged();
+    if (target != row)
         endMoveRows();
-    } else {
-        m_listing.items[row] = item;
-        itemsChanged();
-    }
     emit dataChanged(index(target, 0), index(target, ColumnCount - 1));
 }
 

@@ -105,12 +105,13 @@ void FileOrder::sort(QVector<FileItem> &items, Type type)
     mergeSort(items, [type](const FileItem &a, const FileItem &b) { return before(a, b, type); });
 }
 
-int FileOrder::insertRow(const QVector<FileItem> &items, const FileItem &item, Type type)
+int FileOrder::insertRow(const QVector<FileItem> &items, const FileItem &item, Type type, int without)
 {
-    int low = 0, high = items.size();
+    int low = 0, high = without < 0 ? items.size() : items.size() - 1;
     while (low < high) {
         const int middle = low + (high - low) / 2;
-        if (before(item, items[middle], type))
+        const int row = without >= 0 && middle >= without ? middle + 1 : middle;
+        if (before(item, items[row], type))
             high = middle;
         else
             low = middle + 1;

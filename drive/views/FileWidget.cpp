@@ -146,17 +146,13 @@ QMenu *FileWidget::createContextMenu(QWidget *parent)
 
 void FileWidget::updateActions()
 {
-    // Up to two rows are looked at, so that a selection of everything costs nothing here.
-    int rows = 0;
-    const QItemSelection selection = m_selection->selection();
-    for (const QItemSelectionRange &range : selection)
-        rows += range.height();
+    const int rows = selectedCount();
     const bool one = rows == 1, any = rows > 0, search = m_model->isSearchResult();
-    const FileItem item = one ? m_model->item(selection.first().top()) : FileItem();
+    const FileItem item = one ? m_model->item(m_selection->selection().first().top()) : FileItem();
     m_actions[Open]->setEnabled(one);
     m_actions[Download]->setEnabled(any);
     m_actions[Delete]->setEnabled(any);
-    m_actions[Preview]->setEnabled(one && FileListing::isPicture(item));
+    m_actions[Preview]->setEnabled(m_previewAvailable && one && FileListing::isPicture(item));
     m_actions[Cut]->setEnabled(any);
     m_actions[Copy]->setEnabled(any);
     m_actions[Compress]->setEnabled(any && !search);
@@ -214,6 +210,12 @@ void FileWidget::setSearchResult(bool search)
     updateActions();
 }
 
+void FileWidget::setPreviewAvailable(bool available)
+{
+    m_previewAvailable = available;
+    updateActions();
+}
+
 QString FileWidget::sortType() const
 {
     return FileOrder::nameOf(m_model->order());
@@ -221,8 +223,21 @@ QString FileWidget::sortType() const
 
 void FileWidget::setSortType(const QString &type)
 {
+    // To follow each entry of a very large selection to its new row would take longer than the sorting.
+    if (selectedCount() > KeptSelection)
+        m_selection->clearSelection();
     m_model->setOrder(FileOrder::typeOf(type));
     m_tree->setSortIndicator(m_model->order());
+}
+
+int FileWidget::selectedCount() const
+{
+    // Ranges, not rows: a selection of everything costs nothing here.
+    int rows = 0;
+    const QItemSelection selection = m_selection->selection();
+    for (const QItemSelectionRange &range : selection)
+        rows += range.height();
+    return rows;
 }
 
 QList<FileItem> FileWidget::selectedItems() const
@@ -291,11 +306,7 @@ void FileWidget::editName()
 void FileWidget::keepPlace()
 {
     m_placeSelected.clear();
-    int rows = 0;
-    const QItemSelection selection = m_selection->selection();
-    for (const QItemSelectionRange &range : selection)
-        rows += range.height();
-    if (rows <= KeptSelection) {
+    if (selectedCount() <= KeptSelection) {
         for (const FileItem &item : selectedItems())
             m_placeSelected.append(item.path);
     }

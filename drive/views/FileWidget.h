@@ -49,6 +49,8 @@ public:
     void setEmptyPanelVisible(bool visible);
     bool isEmptyPanelVisible() const;
     void setSearchResult(bool search);
+    /// Offers "Preview" for pictures; not offered without a viewer.
+    void setPreviewAvailable(bool available);
     QString sortType() const;
     void setSortType(const QString &type);
 
@@ -83,6 +85,7 @@ private:
     void setUpView(QAbstractItemView *view);
     void activate(const QModelIndex &index);
     void updateActions();
+    int selectedCount() const;
     void keepPlace();
     void restorePlace();
     QAbstractItemView *currentView() const;
@@ -97,6 +100,7 @@ private:
     QMap<FileOrder::Type, QAction *> m_orders;
     ShowMode m_mode = ListMode;
     bool m_emptyVisible = false;
+    bool m_previewAvailable = false;
 
     // Where the person was, for a list that is asked for again.
     QString m_placeFolder;

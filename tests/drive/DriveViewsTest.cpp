@@ -125,8 +125,8 @@ private slots:
             return FileOrder::before(a, b, FileOrder::Modified);
         });
         FileOrder::sort(items, FileOrder::Modified);
-        for (int i = 0; i < items.size(); ++i)
-            QCOMPARE(items[i].size, expected[i].size);
+        QVERIFY(std::equal(items.begin(), items.end(), expected.begin(),
+                           [](const FileItem &a, const FileItem &b) { return a.size == b.size; }));
     }
 
     void listingsAreMadeReady()

@@ -130,6 +130,7 @@ private slots:
         m_codes.clear();
         m_drive = {{"/", {entry("/a", true), entry("/b.txt", false), entry("/z.zip", false, "application/zip")}},
                    {"/a/", {entry("/a/deep", true), entry("/a/Report.txt", false)}},
+                   {"/pics/", {entry("/pics/p.png", false, "image/png"), entry("/pics/q.PSD", false, "image/x")}},
                    {"/empty/", {}}};
         serve();
         m_disk = std::make_unique<QTemporaryDir>();
@@ -460,6 +461,13 @@ private slots:
                                                    "Copy(&C)", "Paste(&V)", "Compress", "Decompress", "Sort by"}));
         QVERIFY(!offered({"/b.txt", "/z.zip"}).contains("Decompress"));
         QVERIFY(!offered({"/a"}).contains("Decompress"));
+        m_page->IntoFolder("/pics");
+        QTRY_COMPARE(shown(), (QStringList{"p.png", "q.PSD"}));
+        QVERIFY(!offered({"/pics/p.png"}).contains("Preview(&P)")); // there is no viewer
+        view()->setPreviewAvailable(true);
+        QCOMPARE(offered({"/pics/p.png"}).at(4), QString("Preview(&P)"));
+        QVERIFY(!offered({"/pics/q.PSD"}).contains("Preview(&P)"));
+        QVERIFY(!offered({"/pics/p.png", "/pics/q.PSD"}).contains("Preview(&P)"));
     }
 
     void uploadsThatEndAppear()
