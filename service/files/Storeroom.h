@@ -37,6 +37,10 @@ public:
     /// Tells of a thumbnail that was written; when much was, the oldest go.
     void thumbWritten(std::size_t bytes);
 
+    /// How often a home of this sub-center was to be counted anew.
+    std::uint64_t recounts() const { return m_recounts; }
+    void countRecount() { ++m_recounts; }
+
     /// Returns once everything discarded so far is deleted.
     void waitUntilEmpty();
 
@@ -72,6 +76,7 @@ private:
     std::uint64_t m_discarded = 0; ///< counts discards
     std::uint64_t m_deleted = 0;   ///< value of m_discarded up to which everything is deleted
     std::size_t m_newThumbs = 0;   ///< bytes since the last trimming
+    std::atomic<std::uint64_t> m_recounts{0};
     std::atomic<bool> m_stopping{false};
     std::thread m_thread;
 };

@@ -43,6 +43,8 @@ QuotaCharge::~QuotaCharge()
 {
     if (m_reserved > 0)
         m_home.addUsed(-static_cast<std::int64_t>(m_reserved));
+    if (m_home.storeroom->recounts() != m_recounts)
+        m_home.recount();
 }
 
 bool QuotaCharge::charge(std::uint64_t bytes)

@@ -21,7 +21,11 @@ struct UserHome
     Context *context = nullptr;
 
     void addUsed(std::int64_t delta) const { context->addUsed(user, subCenter, delta); }
-    void recount() const { context->recount(user, subCenter); }
+    void recount() const
+    {
+        storeroom->countRecount();
+        context->recount(user, subCenter);
+    }
     std::int64_t bytesLeft() const { return context->storage(user, subCenter).left(); }
 };
 
@@ -52,12 +56,14 @@ std::string freeName(const std::string &name, bool isFolder, const Taken &taken)
 }
 
 /// Bytes that an operation is about to add to a home: told to the account as they are asked for, so that operations
-/// which run at once cannot share the same rest of the quota, and taken back unless keep() is called.
+/// which run at once cannot share the same rest of the quota, and taken back unless keep() is called. A new count of
+/// the home made meanwhile knows nothing of the bytes that are still out of sight, so one more is asked for at the end.
 class QuotaCharge
 {
 public:
     explicit QuotaCharge(const UserHome &home)
         : m_home(home)
+        , m_recounts(home.storeroom->recounts())
     {
     }
     ~QuotaCharge();
@@ -71,6 +77,7 @@ public:
 
 private:
     const UserHome &m_home;
+    const std::uint64_t m_recounts;
     std::uint64_t m_used = 0;     ///< asked for
     std::uint64_t m_reserved = 0; ///< told to the account, in larger steps
 };

@@ -218,6 +218,13 @@ void TestFileJobs::copyIsWholeOrNotAtAll()
     m_cancelled = false;
     QVERIFY(copy({"/s"}, "/t").ok());
     QCOMPARE(qint64(m_context->used), qint64(2000));
+    // A count made while bytes are out of sight is made again when they are not.
+    QCOMPARE(int(m_context->recounts), 0);
+    {
+        QuotaCharge charge(m_home);
+        m_home.recount();
+    }
+    QCOMPARE(int(m_context->recounts), 2);
 }
 
 void TestFileJobs::numberedNames_data()
