@@ -210,6 +210,11 @@ void Service::stop()
     m_parts.reset();
 }
 
+std::uint16_t Service::port() const
+{
+    return m_parts->http->port();
+}
+
 nlohmann::json Service::addresses() const
 {
     const std::string scheme = m_options.http.tlsCertificate.empty() ? "http://" : "https://";

@@ -38,6 +38,9 @@ public:
     /// Where it is reached: {"http": account base, "subCenters": [{"id", "name", "orv", "transferPort"}]}.
     nlohmann::json addresses() const;
 
+    /// Port of HTTP, after start().
+    std::uint16_t port() const;
+
     /// The database of a data folder.
     static std::string databaseFile(const std::string &dataFolder) { return dataFolder + "/arkvale.db"; }
 

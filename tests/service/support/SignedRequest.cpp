@@ -10,7 +10,7 @@
 QByteArray SignedRequest::headers() const
 {
     const int mark = target.indexOf('?');
-    const QByteArray path = target.left(mark);
+    const QByteArray path = mark < 0 ? target : target.left(mark);
     const QByteArray query = mark < 0 ? QByteArray() : target.mid(mark + 1);
     const QByteArray when = QByteArray::number(time != 0 ? time : QDateTime::currentMSecsSinceEpoch());
     const QByteArray once = !nonce.isEmpty() ? nonce : QUuid::createUuid().toByteArray(QUuid::Id128);
