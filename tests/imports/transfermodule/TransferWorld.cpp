@@ -32,10 +32,8 @@ QByteArray headerOf(const QByteArray &head, const QByteArray &name)
 } // namespace
 
 TransferWorld::TransferWorld()
+    : m_runtime(makeTransferRuntime())
 {
-    // One for the process, as in the service.
-    static const std::shared_ptr<TransferRuntime> runtime = makeTransferRuntime();
-    m_runtime = runtime;
     connect(this, &QTcpServer::newConnection, this, &TransferWorld::onConnection);
 }
 

@@ -203,7 +203,7 @@ void TransferModuleTest::pauseResumeAndCancelInMidFile()
     const QString target = (upload ? there : here) + (folder ? "/sub" : "");
     QDir().mkpath(here);
     QDir().mkpath(there);
-    QVERIFY(writeFile(source + "/data", 12 * kMiB, 5));
+    QVERIFY(writeFile(source + "/data", 8 * kMiB, 5));
     const QString path = (upload ? here : QStringLiteral("/there")) + (folder ? "/sub" : "/data");
     const ZPDTCMDTYPE type = upload ? ZPDT_UPLOAD : ZPDT_DOWNLOAD;
     const auto request = [&](const ZpdtTransConfig &config) {
@@ -215,7 +215,7 @@ void TransferModuleTest::pauseResumeAndCancelInMidFile()
             m_engine->DownloadFiles(inFolder(QStringLiteral("/there"), {QStringLiteral("data")}), here, config);
     };
     ZpdtTransConfig config = slow();
-    config.uploadTargetSpeed = config.downloadTargetSpeed = 4096;
+    config.uploadTargetSpeed = config.downloadTargetSpeed = 6000;
     request(config);
     QVERIFY(wait([&] { return m_log->progress(path).offset >= 2 * kMiB; }));
     QCOMPARE(m_log->record(path).Status, static_cast<qint32>(ZPDT_TRANSFERRING));
@@ -223,7 +223,7 @@ void TransferModuleTest::pauseResumeAndCancelInMidFile()
     QVERIFY(wait([&] { return m_log->story(path).endsWith(QLatin1String("paused")); }, 3000));
     QCOMPARE(m_log->record(path).Status, static_cast<qint32>(ZPDT_PAUSED));
     const qint64 done = m_log->progress(path).offset;
-    QVERIFY2(done < 11 * kMiB, "paused too late to show anything");
+    QVERIFY2(done < 7 * kMiB, "paused too late to show anything");
     QVERIFY(!QFile::exists(target + "/data"));
 
     m_engine->Start(m_log->record(path), config);
@@ -237,7 +237,7 @@ void TransferModuleTest::pauseResumeAndCancelInMidFile()
     QCOMPARE(m_log->story(path), QStringLiteral("created started paused started paused started done"));
 
     // The same once more, cancelled: the old file stays, nothing partial does.
-    QVERIFY(writeFile(source + "/data", 12 * kMiB, 6));
+    QVERIFY(writeFile(source + "/data", 8 * kMiB, 6));
     const auto before = treeOf(target);
     request(config);
     QVERIFY(
@@ -253,7 +253,7 @@ void TransferModuleTest::destroyedInMidFileAndStartedAgain()
     QVERIFY(writeFile(here + "/up", 8 * kMiB, 1));
     QVERIFY(writeFile(m_world->remote(QStringLiteral("down")), 8 * kMiB, 2));
     ZpdtTransConfig config = slow();
-    config.uploadTargetSpeed = config.downloadTargetSpeed = 3000;
+    config.uploadTargetSpeed = config.downloadTargetSpeed = 5000;
     m_engine->UploadFiles(inFolder(here, {QStringLiteral("up")}), QStringLiteral("/"), config);
     m_engine->DownloadFiles(inFolder(QStringLiteral("/"), {QStringLiteral("down")}), here, config);
     const QString up = here + "/up";
@@ -267,14 +267,20 @@ void TransferModuleTest::destroyedInMidFileAndStartedAgain()
     QVERIFY(QFile::exists(here + "/down.ZPDT.cache"));
 
     makeEngine();
-    config.uploadTargetSpeed = config.downloadTargetSpeed = 3000;
-    clock.start();
-    for (const TaskRecord &task : left)
+    config.uploadTargetSpeed = config.downloadTargetSpeed = 1000;
+    for (TaskRecord task : left) {
+        task.Offset = 0; // not kept by the record store
         m_engine->Start(task, config);
-    QVERIFY(wait([&] { return m_log->ended(ZPDT_SUCCESS) == 2; }));
+    }
+    // What was there is not sent again: at this speed the first MiB would take a second.
+    for (const QString &path : {up, down}) {
+        QVERIFY(wait([&] { return m_log->progress(path).offset > 0; }));
+        const qint64 first = m_log->progress(path).offset;
+        QVERIFY2(first > 3 * kMiB / 2, qPrintable(QString::number(first)));
+    }
+    m_engine->SetZpdtParams(m_world->config());
+    QVERIFY(wait([this] { return m_log->ended(ZPDT_SUCCESS) == 2; }));
     QCOMPARE(treeOf(here), treeOf(m_world->remote()));
-    // What was there is not sent again: the whole would take 2.7 s at this speed.
-    QVERIFY2(clock.elapsed() < 2500, qPrintable(QString::number(clock.elapsed())));
 }
 
 void TransferModuleTest::serviceStoppedAndBack_data()
@@ -288,7 +294,7 @@ void TransferModuleTest::serviceStoppedAndBack()
 {
     QFETCH(bool, tickets);
     const QString here = m_world->local(QStringLiteral("here"));
-    QVERIFY(writeFile(here + "/data", 10 * kMiB, 1));
+    QVERIFY(writeFile(here + "/data", 6 * kMiB, 1));
     for (int i = 0; i < 20; ++i)
         QVERIFY(writeFile(here + "/tree/" + QString::number(i), 200 * 1024, static_cast<quint32>(i)));
     ZpdtTransConfig config = slow();
