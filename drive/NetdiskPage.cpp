@@ -80,9 +80,12 @@ void NetdiskPage::connectServer()
 void NetdiskPage::connectViews()
 {
     connect(m_view, &FileWidget::sigIntoFolder, this, &NetdiskPage::IntoFolder);
-    connect(m_view, &FileWidget::sigOpenFile, this, QOverload<QString>::of(&NetdiskPage::Preview));
-    connect(m_view, &FileWidget::sigUpload, this, QOverload<QStringList, QString>::of(&NetdiskPage::Upload));
-    connect(m_view, &FileWidget::sigMove, this, &NetdiskPage::Move);
+    // Queued: these ask questions and wait, in which the page may be closed, and the view's event must be over by then.
+    connect(m_view, &FileWidget::sigOpenFile, this, QOverload<QString>::of(&NetdiskPage::Preview),
+            Qt::QueuedConnection);
+    connect(m_view, &FileWidget::sigUpload, this, QOverload<QStringList, QString>::of(&NetdiskPage::Upload),
+            Qt::QueuedConnection);
+    connect(m_view, &FileWidget::sigMove, this, &NetdiskPage::Move, Qt::QueuedConnection);
     connect(m_view, &FileWidget::uploadClicked, this, [this] { Upload(); });
     connect(m_view, &FileWidget::menuAsked, this, &NetdiskPage::contextMenuRequested);
     connect(m_view, &FileWidget::sortTypeAsked, this, &NetdiskPage::changeSortType);

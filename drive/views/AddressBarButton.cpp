@@ -1,5 +1,7 @@
 #include "AddressBarButton.h"
 
+#include "FileTexts.h"
+
 AddressBarButton::AddressBarButton(const QString &name, const QString &path, QWidget *parent)
     : QToolButton(parent)
     , m_name(name)
@@ -9,7 +11,7 @@ AddressBarButton::AddressBarButton(const QString &name, const QString &path, QWi
     QString shownName = fontMetrics().elidedText(name, Qt::ElideMiddle, 200);
     shownName.replace(QLatin1Char('&'), QLatin1String("&&")).replace(QLatin1Char('\n'), QLatin1Char(' '));
     setText(shownName);
-    setToolTip(path);
+    setToolTip(FileTexts::plainToolTip(path));
     setAccessibleName(name);
     setToolButtonStyle(Qt::ToolButtonTextOnly);
     setAutoRaise(true);

@@ -331,7 +331,7 @@ QVariant FileItemModel::data(const QModelIndex &index, int role) const
     case Qt::DecorationRole:
         return index.column() == NameColumn ? QVariant(icon(index.row())) : QVariant();
     case Qt::ToolTipRole:
-        return FileTexts::toolTip(item);
+        return FileTexts::plainToolTip(FileTexts::toolTip(item));
     case Qt::AccessibleDescriptionRole:
         return isUnfinished(index.row()) ? tr("Transfer not finished") : QString();
     case Qt::TextAlignmentRole:

@@ -50,9 +50,12 @@ void FileNameDelegate::setEditorData(QWidget *editor, const QModelIndex &index) 
 void FileNameDelegate::setModelData(QWidget *editor, QAbstractItemModel *model, const QModelIndex &index) const
 {
     Q_UNUSED(model)
+    // The view commits again when the editor loses the focus on its way out.
     auto *edit = qobject_cast<QLineEdit *>(editor);
-    if (edit && edit->text() != edit->property("oldName").toString())
-        emit committed(index, edit->text());
+    if (!edit || edit->property("committed").toBool() || edit->text() == edit->property("oldName").toString())
+        return;
+    edit->setProperty("committed", true);
+    emit committed(index, edit->text());
 }
 
 void FileNameDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,

@@ -4,6 +4,7 @@
 
 #include <QDateTime>
 #include <QStringList>
+#include <QTextDocument>
 
 namespace {
 
@@ -29,6 +30,11 @@ QString FileTexts::toolTip(const FileItem &item)
         lines << tr("Size") + piece.arg(size(item));
     lines << tr("Modifyed") + piece.arg(time(item));
     return lines.join(QLatin1String("\r\n"));
+}
+
+QString FileTexts::plainToolTip(const QString &text)
+{
+    return text.contains(QLatin1Char('<')) ? Qt::convertFromPlainText(text) : text;
 }
 
 QString FileTexts::time(const FileItem &item)

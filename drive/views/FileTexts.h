@@ -11,6 +11,8 @@ class FileTexts
 
 public:
     static QString toolTip(const FileItem &item);
+    /// A text in the form that a tool tip shows as it stands: names may look like markup.
+    static QString plainToolTip(const QString &text);
     /// Local time down to the minute; empty for an unknown time.
     static QString time(const FileItem &item);
     /// Empty for a folder.

@@ -47,7 +47,10 @@ FileWidget::FileWidget(QWidget *parent)
     connect(m_tree, &FileTreeWidget::orderAsked, this,
             [this](FileOrder::Type order) { emit sortTypeAsked(FileOrder::nameOf(order)); });
     connect(m_delegate, &FileNameDelegate::committed, this, [this](const QModelIndex &index, const QString &name) {
-        emit nameCommitted(index.data(FileItemModel::ItemRole).value<FileItem>(), name);
+        // Told later: a refusal opens a dialog, and the view is still busy closing its editor.
+        const FileItem item = index.data(FileItemModel::ItemRole).value<FileItem>();
+        QMetaObject::invokeMethod(
+            this, [this, item, name] { emit nameCommitted(item, name); }, Qt::QueuedConnection);
     });
     connect(m_model, &FileItemModel::sigUpload, this, &FileWidget::sigUpload);
     connect(m_model, &FileItemModel::sigMove, this, &FileWidget::sigMove);

@@ -277,7 +277,16 @@ void FileItemModelTest::textsStayInTheirRow()
     QCOMPARE(model.index(0, FileItemModel::SizeColumn).data().toString(), QString("1.5K"));
     QVERIFY(model.index(0, 0).data(FileItemModel::UnfinishedRole).toBool());
     QVERIFY(model.index(0, 0).data(Qt::DecorationRole).canConvert<QIcon>());
+    QVERIFY(!model.index(0, 0).data(Qt::ToolTipRole).toString().contains('<'));
     // The transfer ended: its record comes anew.
     model.add({odd});
     QVERIFY(!model.index(0, 0).data(FileItemModel::UnfinishedRole).toBool());
+}
+
+void FileItemModelTest::namesAreNoMarkup()
+{
+    FileItemModel model;
+    model.show({entry("/d/<img src=x>")});
+    const QString tip = model.index(0, 0).data(Qt::ToolTipRole).toString();
+    QVERIFY2(tip.contains("&lt;img") && !tip.contains("<img"), qPrintable(tip));
 }

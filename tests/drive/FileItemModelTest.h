@@ -16,4 +16,5 @@ private slots:
     void dropsAreAcceptedWhereTheyMakeSense();
     void dragsCarryTheRecord();
     void textsStayInTheirRow();
+    void namesAreNoMarkup();
 };

@@ -345,9 +345,11 @@ private slots:
         rename("/a/Report.txt", "deep");
         QTRY_COMPARE(answers.shown().last().text, QString("File name already exists!"));
         QVERIFY(last("renameFile").id == 0);
+        QCOMPARE(answers.shown().size(), 3); // each refusal once
         m_codes["renameFile"] = 409;
         rename("/a/Report.txt", "c.txt");
         QTRY_VERIFY(part<QLabel>("pageNotice")->isVisible());
+        QCOMPARE(FakeService::instance().calls("renameFile").size(), 1);
         QCOMPARE(shown(), (QStringList{"deep", "Report.txt"}));
         m_codes.clear();
         rename("/a/Report.txt", "c.txt");
@@ -538,6 +540,8 @@ private slots:
         QTest::newRow("lookup") << "lookup";
         QTest::newRow("message") << "message";
         QTest::newRow("name dialog") << "name";
+        QTest::newRow("refused name") << "rename refused";
+        QTest::newRow("drop") << "drop";
         QTest::newRow("question") << "question";
     }
 
@@ -555,6 +559,15 @@ private slots:
             page->Upload();
         } else if (during == "message") {
             page->Remove();
+        } else if (during == "rename refused") {
+            view()->select({"/b.txt"});
+            page->Rename();
+            part<QLineEdit>("nameEditor")->setText("a");
+            QTest::keyClick(part<QLineEdit>("nameEditor"), Qt::Key_Return);
+        } else if (during == "drop") {
+            QMimeData mime;
+            mime.setUrls({QUrl::fromLocalFile(m_page->localPaths.first())});
+            model()->dropMimeData(&mime, Qt::CopyAction, -1, -1, {});
         } else if (during == "name") {
             QTimer::singleShot(0, this, [this] { m_page.reset(); });
             page->NewFolder();
