@@ -85,10 +85,12 @@ std::optional<std::int64_t> parseDuration(const std::string &text)
         return std::nullopt;
     const auto unit = units.find(text.back());
     const std::string digits = unit == units.end() ? text : text.substr(0, text.size() - 1);
-    const auto number = parseNumber(digits, 1, 36500LL * 86400);
+    const std::int64_t seconds = unit == units.end() ? 1 : unit->second;
+    constexpr std::int64_t century = 36500LL * 86400;
+    const auto number = parseNumber(digits, 1, century / seconds);
     if (!number)
         return std::nullopt;
-    return *number * (unit == units.end() ? 1 : unit->second);
+    return *number * seconds;
 }
 
 } // namespace arkvale::service

@@ -154,6 +154,16 @@ bool fillHome(const fs::path &home, const std::string &user, const std::string &
     return ok && makeNames(home / "文档");
 }
 
+/// Whoever starts the service may keep its log here from the start.
+bool looksEmpty(const fs::path &folder)
+{
+    for (const fs::directory_entry &entry : fs::directory_iterator(folder)) {
+        if (!entry.is_regular_file() || entry.path().extension() != ".log")
+            return false;
+    }
+    return true;
+}
+
 StoreResult fill(AccountStore &store, const std::string &dataFolder)
 {
     static const char *const centers[][2] = {{"1", "Nordic Render"}, {"2", "云海 Center \"South\""}, {"3", "Archive"}};
@@ -203,15 +213,15 @@ bool makeDemoDrive(const std::string &dataFolder, const PasswordCost &cost, std:
 {
     const fs::path unfinished = fs::path(dataFolder) / "demo-unfinished";
     try {
-        fs::create_directories(dataFolder);
-        fs::permissions(dataFolder, fs::perms::owner_all);
+        if (fs::create_directories(dataFolder))
+            fs::permissions(dataFolder, fs::perms::owner_all);
         if (fs::exists(unfinished)) {
             fs::remove_all(fs::path(dataFolder) / "centers");
             for (const char *ending : {"", "-wal", "-shm"})
                 fs::remove(Service::databaseFile(dataFolder) + ending);
         } else if (fs::exists(Service::databaseFile(dataFolder))) {
             return true;
-        } else if (!fs::is_empty(dataFolder)) {
+        } else if (!looksEmpty(dataFolder)) {
             *error = "The folder " + dataFolder + " holds something else already.";
             return false;
         }
