@@ -1,0 +1,313 @@
+#include "LoginCycle.h"
+
+#include "ArkvaleTolmaMain.h"
+#include "DialogAnswers.h"
+#include "DriveFake.h"
+#include "GlobalConfig.h"
+#include "LoginUI.h"
+#include "NetdiskPage.h"
+#include "SelectCenterDialog.h"
+#include "SingleApplication.h"
+#include "TestSupport.h"
+
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <functional>
+
+/// Cycles of the real dialog, window, tray and bridge against a small service.
+class LoginCycleTest : public StrictTest
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void tenCyclesLeaveNothingBehind();
+    void subCenterIsChosen_data();
+    void subCenterIsChosen();
+    void cancelledLoginEnds();
+    void hiddenUntilAPageLogsIn();
+    void endFromAnywhere_data();
+    void endFromAnywhere();
+
+private:
+    template <typename Widget>
+    static Widget *find()
+    {
+        for (QWidget *widget : QApplication::topLevelWidgets()) {
+            if (auto *found = qobject_cast<Widget *>(widget))
+                return found;
+        }
+        return nullptr;
+    }
+    /// Runs @p step as soon as @p condition holds, from the event loops of the cycle. At most one at a time.
+    void when(const std::function<bool()> &condition, const std::function<void()> &step);
+    void clickLogin();
+    static CommandLine commandLine(const QString &subCenter = QString());
+
+    QTemporaryDir m_folder;
+    std::unique_ptr<DriveFake> m_service;
+    QTimer m_watch;
+    QMetaObject::Connection m_step;
+};
+
+namespace {
+
+// Protected in QObject; a pointer to it is not.
+struct Receivers : QObject
+{
+    static int of(const QObject *object, const char *signal)
+    {
+        int (QObject::*count)(const char *) const = &Receivers::receivers;
+        return (object->*count)(signal);
+    }
+};
+
+int openFiles()
+{
+    return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System | QDir::NoDotAndDotDot).size();
+}
+
+int threads()
+{
+    return QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size();
+}
+
+} // namespace
+
+void LoginCycleTest::initTestCase()
+{
+    m_service = std::make_unique<DriveFake>();
+    const QString settings = m_service->writeSettings(m_folder.filePath(QStringLiteral("Config")));
+    QVERIFY(!settings.isEmpty());
+    qputenv("ARKVALE_CONFIG_DIR", settings.toUtf8());
+    m_watch.setInterval(5);
+    m_watch.start();
+}
+
+void LoginCycleTest::init()
+{
+    beginStrict();
+    disconnect(m_step);
+    m_service->homes = {{QStringLiteral("1"), QStringLiteral("/home/alice")}};
+    m_service->requests.clear();
+    GlobalConfig::instance()->setState(GlobalConfig::NotLoggedIn);
+}
+
+void LoginCycleTest::when(const std::function<bool()> &condition, const std::function<void()> &step)
+{
+    disconnect(m_step);
+    m_step = connect(&m_watch, &QTimer::timeout, this, [this, condition, step] {
+        if (!condition())
+            return;
+        disconnect(m_step);
+        step();
+    });
+}
+
+void LoginCycleTest::clickLogin()
+{
+    when([] { return find<LoginUI>() && find<LoginUI>()->isVisible(); },
+         [] { find<LoginUI>()->findChild<QPushButton *>(QStringLiteral("login"))->click(); });
+}
+
+CommandLine LoginCycleTest::commandLine(const QString &subCenter)
+{
+    CommandLine line;
+    line.user = QStringLiteral("alice");
+    line.password = QStringLiteral("secret");
+    line.subCenter = subCenter;
+    return line;
+}
+
+void LoginCycleTest::tenCyclesLeaveNothingBehind()
+{
+    constexpr int kWarm = 3; // caches of the libraries have filled
+    CommandLine line = commandLine();
+    line.request.filelist = QStringList{QString()};
+    LoginCycle cycle(static_cast<SingleApplication *>(qApp), line);
+    struct
+    {
+        int widgets, objects, files, threads, receivers;
+    } warm = {}, now = {};
+    for (int i = 1; i <= 10; ++i) {
+        const auto pageOpen = [] {
+            auto *window = find<ArkvaleTolmaMain>();
+            return window && window->isVisible() && !window->pages().isEmpty();
+        };
+        const auto leave = [i] {
+            auto *window = find<ArkvaleTolmaMain>();
+            QVERIFY(qApp->property("updateService").value<QObject *>());
+            QCOMPARE(window->pages().first()->subCenter().id, QStringLiteral("1"));
+            QCOMPARE(GlobalConfig::instance()->request().filelist.size(), i == 1 ? 1 : 0);
+            QVERIFY(QMetaObject::invokeMethod(window, "Logout", Q_ARG(QString, QString())));
+        };
+        // The first login runs by itself, those after a logout do not.
+        if (i == 1) {
+            when(pageOpen, leave);
+        } else {
+            when([] { return find<LoginUI>() && find<LoginUI>()->isVisible(); },
+                 [=] {
+                     when(pageOpen, leave);
+                     find<LoginUI>()->findChild<QPushButton *>(QStringLiteral("login"))->click();
+                 });
+        }
+        QVERIFY2(cycle.run(), qPrintable(QString::number(i)));
+        QVERIFY(!find<LoginUI>() && !find<ArkvaleTolmaMain>());
+        QVERIFY(!qApp->property("updateService").value<QObject *>());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCoreApplication::processEvents();
+        const GlobalConfig *config = GlobalConfig::instance();
+        now = {QApplication::allWidgets().size(), qApp->findChildren<QObject *>().size(), openFiles(), threads(),
+               Receivers::of(config, SIGNAL(handlerListSubCenterFinished())) +
+                   Receivers::of(config, SIGNAL(handlerGetADFinished())) +
+                   Receivers::of(config, SIGNAL(handlerGetTransferLimitFinished()))};
+        if (i == kWarm)
+            warm = now;
+    }
+    QCOMPARE(now.widgets, warm.widgets);
+    QCOMPARE(now.objects, warm.objects);
+    QCOMPARE(now.receivers, warm.receivers);
+#ifdef Q_OS_LINUX
+    QVERIFY2(now.files <= warm.files + 2, qPrintable(QStringLiteral("%1, %2").arg(now.files).arg(warm.files)));
+    QVERIFY2(now.threads <= warm.threads + 2, qPrintable(QStringLiteral("%1, %2").arg(now.threads).arg(warm.threads)));
+#endif
+}
+
+void LoginCycleTest::subCenterIsChosen_data()
+{
+    QTest::addColumn<QString>("asked");
+    QTest::addColumn<QString>("homes");
+    QTest::addColumn<int>("dialogs");
+    QTest::addColumn<QString>("opened"); // empty: the dialog was cancelled
+    QTest::newRow("the only home") << ""
+                                   << "2" << 0 << "2";
+    QTest::newRow("several homes") << ""
+                                   << "1,3" << 1 << "3";
+    QTest::newRow("several homes, none wanted") << ""
+                                                << "1,3" << 1 << "";
+    QTest::newRow("asked for") << "3"
+                               << "1,3" << 0 << "3";
+    QTest::newRow("asked for, no home there") << "2"
+                                              << "1,3" << 1 << "3";
+    QTest::newRow("asked for, not in the list") << "9"
+                                                << "1" << 0 << "1";
+}
+
+void LoginCycleTest::subCenterIsChosen()
+{
+    QFETCH(QString, asked);
+    QFETCH(QString, homes);
+    QFETCH(int, dialogs);
+    QFETCH(QString, opened);
+    QDir(qEnvironmentVariable("XDG_CONFIG_HOME")).removeRecursively(); // no default of an earlier login
+    m_service->homes.clear();
+    for (const QString &id : homes.split(QLatin1Char(',')))
+        m_service->homes.insert(id, QStringLiteral("/home/alice"));
+    DialogAnswers answers;
+    if (dialogs > 0) {
+        answers.answer([opened](QDialog *dialog) {
+            if (opened.isEmpty()) {
+                QVERIFY(QMetaObject::invokeMethod(dialog, "onCancel"));
+                return;
+            }
+            dialog->findChild<QPushButton *>(opened)->click();
+            dialog->accept();
+        });
+    }
+    LoginCycle cycle(static_cast<SingleApplication *>(qApp), commandLine(asked));
+    QString page;
+    when([] { return find<ArkvaleTolmaMain>() && !find<ArkvaleTolmaMain>()->pages().isEmpty(); },
+         [&] {
+             page = find<ArkvaleTolmaMain>()->pages().first()->subCenter().id;
+             cycle.end();
+         });
+    QCOMPARE(cycle.run(), opened.isEmpty()); // who cancels the choice gets the login dialog back
+    QCOMPARE(page, opened);
+    QCOMPARE(answers.shown().size(), dialogs);
+}
+
+void LoginCycleTest::cancelledLoginEnds()
+{
+    CommandLine line;
+    LoginCycle cycle(static_cast<SingleApplication *>(qApp), line);
+    when([] { return find<LoginUI>() && find<LoginUI>()->isVisible(); }, [] { find<LoginUI>()->close(); });
+    QVERIFY(!cycle.run());
+    QVERIFY(!m_service->requests.contains(QStringLiteral("POST /auth/login")));
+}
+
+void LoginCycleTest::hiddenUntilAPageLogsIn()
+{
+    CommandLine line;
+    line.browserLaunch = true;
+    LoginCycle cycle(static_cast<SingleApplication *>(qApp), line);
+    bool shown = false;
+    const auto look = connect(&m_watch, &QTimer::timeout, this, [&] {
+        const auto *dialog = find<LoginUI>();
+        const auto *window = find<ArkvaleTolmaMain>();
+        shown = shown || (dialog && dialog->isVisible()) || (window && window->isVisible());
+    });
+    when([] { return find<LoginUI>() != nullptr; },
+         [&] {
+             when([] { return find<ArkvaleTolmaMain>() && !find<ArkvaleTolmaMain>()->pages().isEmpty(); },
+                  [&] { cycle.end(); });
+             QVERIFY(QMetaObject::invokeMethod(
+                 find<LoginUI>()->loginService(), "handlerAuth", Q_ARG(qint64, 1), Q_ARG(int, 200),
+                 Q_ARG(QByteArray, QByteArray(R"({"username":"alice","access_id":"id","access_token":"token"})"))));
+         });
+    QVERIFY(!cycle.run());
+    disconnect(look);
+    QVERIFY(!shown);
+    QVERIFY(m_service->requests.contains(QStringLiteral("GET /users/alice")));
+}
+
+void LoginCycleTest::endFromAnywhere_data()
+{
+    QTest::addColumn<QString>("where");
+    for (const char *where : {"before", "login", "question in the login", "choice", "window", "question in the window"})
+        QTest::newRow(where) << where;
+}
+
+// The system asks the program to end: it does, whatever is open, without an answer to any question.
+void LoginCycleTest::endFromAnywhere()
+{
+    QFETCH(QString, where);
+    QDir(qEnvironmentVariable("XDG_CONFIG_HOME")).removeRecursively();
+    DialogAnswers answers;
+    CommandLine line = commandLine(where == QLatin1String("choice") ? QStringLiteral("2") : QString());
+    if (where.contains(QLatin1String("login")))
+        line = CommandLine();
+    if (where == QLatin1String("choice"))
+        m_service->homes.insert(QStringLiteral("3"), QStringLiteral("/home/alice"));
+    LoginCycle cycle(static_cast<SingleApplication *>(qApp), line);
+    answers.answer([&](QDialog *) { cycle.end(); });
+    const auto windowReady = [] { return find<ArkvaleTolmaMain>() && !find<ArkvaleTolmaMain>()->pages().isEmpty(); };
+    const auto dialogReady = [] { return find<LoginUI>() && find<LoginUI>()->isVisible(); };
+    if (where == QLatin1String("before"))
+        cycle.end();
+    else if (where == QLatin1String("login"))
+        when(dialogReady, [&] { cycle.end(); });
+    else if (where == QLatin1String("question in the login"))
+        clickLogin(); // without a name: a question
+    else if (where == QLatin1String("window"))
+        when(windowReady, [&] { cycle.end(); });
+    else if (where == QLatin1String("question in the window"))
+        when(windowReady, [] { QVERIFY(QMetaObject::invokeMethod(find<ArkvaleTolmaMain>(), "Exit")); });
+    QVERIFY(!cycle.run());
+    QVERIFY(!cycle.run());
+    const bool question = where.contains(QLatin1String("question")) || where == QLatin1String("choice");
+    QCOMPARE(answers.unused(), question ? 0 : 1);
+    QCOMPARE(GlobalConfig::instance()->state(), int(GlobalConfig::Quitting));
+}
+
+int main(int argc, char **argv)
+{
+    TestHome home;
+    qputenv("TMPDIR", home.path().toUtf8());
+    SingleApplication application(argc, argv);
+    LoginCycleTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "LoginCycleTest.moc"
