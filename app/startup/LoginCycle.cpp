@@ -17,11 +17,12 @@
 #include <QTimer>
 #include <QTranslator>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int kFirstPageDelay = 400;     // ms
 constexpr int kSubCenterPatience = 3000; // ms for the service to tell where the user's homes are
-constexpr int kMostNestedQuestions = 16; // open inside one another when the program is asked to end
 
 const char kUpdaterProperty[] = "updateService";
 
@@ -64,11 +65,10 @@ void LoginCycle::end()
     m_ending = true;
     m_config->setState(GlobalConfig::Quitting);
     // A question that is open runs a loop inside ours, which would keep ours from ending.
-    for (int i = 0; i < kMostNestedQuestions; ++i) {
-        auto *question = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-        if (!question || question == m_dialog.get())
-            break;
-        question->QDialog::reject();
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        auto *question = qobject_cast<QDialog *>(widget);
+        if (question && question != m_dialog.get() && question->isVisible())
+            question->QDialog::reject();
     }
     if (m_loop)
         m_loop->quit();
@@ -141,21 +141,25 @@ void LoginCycle::takeUserSettings()
     m_requestTaken = true;
 }
 
+// The answers about the user's homes come after the login; which page to open first hangs on them.
 void LoginCycle::waitForSubCenters()
 {
+    const auto known = [this] {
+        const QList<SubCenter> centers = m_config->subCenters();
+        const auto answered = [](const SubCenter &center) { return !center.path.isEmpty(); };
+        return !centers.isEmpty() && (m_config->subCenter(m_config->currentSubCenterId()).hasHome() ||
+                                      std::all_of(centers.begin(), centers.end(), answered));
+    };
     QEventLoop loop;
     m_loop = &loop;
-    QTimer patience;
-    patience.setSingleShot(true);
-    connect(&patience, &QTimer::timeout, &loop, &QEventLoop::quit);
-    const auto look = [&loop] {
-        if (!SelectCenterDialog::undecided())
+    const auto look = [&] {
+        if (known())
             loop.quit();
     };
     connect(m_dialog->loginService(), &LoginService::handlerCheckSubCenterFinished, &loop, look);
     connect(m_config, &GlobalConfig::handlerListSubCenterFinished, &loop, look);
-    patience.start(kSubCenterPatience);
-    if (!m_ending && SelectCenterDialog::undecided())
+    QTimer::singleShot(kSubCenterPatience, &loop, &QEventLoop::quit);
+    if (!m_ending && !known())
         loop.exec();
 }
 

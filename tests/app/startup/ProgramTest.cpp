@@ -94,7 +94,7 @@ void ProgramTest::endsOnSignal()
     QTRY_VERIFY_WITH_TIMEOUT(listening(), 20000);
 
     QProcess second;
-    second.start(builtProgram(QStringLiteral("ArkvaleTolma")), {});
+    second.start(builtProgram(QStringLiteral("ArkvaleTolma")), QStringList());
     QVERIFY(second.waitForFinished(20000));
     QCOMPARE(second.exitCode(), 0);
     QCOMPARE(second.readAllStandardError(), QByteArray("ArkvaleTolma already running.\n"));
