@@ -58,7 +58,7 @@ QString ConfigLocations::knownUsersFile() const
 QString ConfigLocations::userFolder(const QString &userKey) const
 {
     const QString users = m_userData + QStringLiteral("Users/");
-    const QString folder = users + folderName(userKey) + QLatin1Char('/');
+    QString folder = users + folderName(userKey) + QLatin1Char('/');
     if (!QFileInfo::exists(folder)) {
         makePrivate(users);
         makePrivate(folder);
@@ -74,7 +74,7 @@ bool ConfigLocations::userDatabaseExists(const QString &userKey) const
 
 QString ConfigLocations::userDatabase(const QString &userKey) const
 {
-    const QString path = userFolder(userKey) + QStringLiteral("ArkvaleTolma");
+    QString path = userFolder(userKey) + QStringLiteral("ArkvaleTolma");
     if (QFileInfo::exists(path))
         return path;
     // Under another name until it is whole, so that a crash never leaves half a database under the real one.

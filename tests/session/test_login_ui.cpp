@@ -29,7 +29,6 @@ private slots:
     void init();
     void cleanup();
     void frame();
-    void emptyInput_data();
     void emptyInput();
     void enterLogsIn();
     void failedLogin();
@@ -151,27 +150,16 @@ void TestLoginUi::frame()
         QVERIFY(!tool->accessibleName().isEmpty());
 }
 
-void TestLoginUi::emptyInput_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("word");
-    QTest::newRow("both") << ""
-                          << "";
-    QTest::newRow("user") << ""
-                          << "x";
-    QTest::newRow("password") << "x"
-                              << "";
-}
-
 void TestLoginUi::emptyInput()
 {
-    QFETCH(QString, name);
-    QFETCH(QString, word);
-    type(name, word);
-    button()->click();
-    QCOMPARE(m_answers->shown().size(), 1);
-    QCOMPARE(m_answers->shown().first().title, QStringLiteral("Tip"));
-    QCOMPARE(m_answers->shown().first().text, QStringLiteral("Please enter your username and password!"));
+    const QList<QPair<QString, QString>> inputs{{"", ""}, {"", "x"}, {"x", ""}};
+    for (const auto &input : inputs) {
+        type(input.first, input.second);
+        button()->click();
+        QCOMPARE(m_answers->shown().last().title, QStringLiteral("Tip"));
+        QCOMPARE(m_answers->shown().last().text, QStringLiteral("Please enter your username and password!"));
+    }
+    QCOMPARE(m_answers->shown().size(), 3);
     QCOMPARE(m_config->state(), int(GlobalConfig::NotLoggedIn));
     QCOMPARE(m_fake->asked("auth/login"), 0);
 }
@@ -391,7 +379,9 @@ void TestLoginUi::autoLogin()
     m_dialog->setUsers({"demo"});
     QSignalSpy accepted(m_dialog.get(), SIGNAL(accepted()));
     QSignalSpy asked(m_dialog.get(), SIGNAL(sigAutoLogin()));
-    QTimer::singleShot(400, m_dialog.get(), [this] { m_dialog->reject(); });
+    // Where no login is to come, closing is queued behind the click that must not come either.
+    if (logins == 0)
+        QTimer::singleShot(0, m_dialog.get(), [this] { m_dialog->reject(); });
     QCOMPARE(m_dialog->exec(), int(logins ? QDialog::Accepted : QDialog::Rejected));
     QCOMPARE(asked.count(), logins);
     QCOMPARE(accepted.count(), logins);
