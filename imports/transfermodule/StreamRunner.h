@@ -37,6 +37,8 @@ public:
 
 signals:
     void statusChanged(TaskId id, ZpdtTaskStatus status);
+    /// The size of a download that was begun without it. A large one is better off on a stream of its own.
+    void sizeKnown(TaskId id, qint64 bytes);
     /// At most four times a second for each task, and once before an ended() without success.
     void progressChanged(TaskId id, const ZpdtProgress &progress);
     /// @param bytes size of what was transferred, -1 when it is not known

@@ -249,6 +249,10 @@ zpdt::StreamCallbacks StreamRunnerPrivate::callbacks(const Job &job)
             });
         }
     };
+    if (eachFile)
+        all.onLargeItem = [this, post](const zpdt::ItemInfo &item) {
+            post([this, item](Job &now) { onLargeItem(now, item); });
+        };
     all.onItemFailed = [this, post](const zpdt::ItemInfo &item, zpdt::Error error, const std::string &text) {
         post([this, item, error, text](Job &now) {
             onItemFailed(now, item, fromWire(error), QString::fromStdString(text));
@@ -313,6 +317,17 @@ void StreamRunnerPrivate::onProgress(Job &job, const zpdt::StreamProgress &progr
         if (free != capacity.end())
             free.value() = std::max<qint64>(0, free.value() - moved);
     }
+}
+
+void StreamRunnerPrivate::onLargeItem(Job &job, const zpdt::ItemInfo &item)
+{
+    if (item.root >= job.roots.size())
+        return;
+    JobMember &member = job.members[job.roots[item.root]];
+    if (member.over || member.leaving)
+        return;
+    member.size = static_cast<qint64>(item.size);
+    emit q->sizeKnown(member.id, member.size);
 }
 
 void StreamRunnerPrivate::onItemDone(Job &job, const zpdt::ItemInfo &item)

@@ -49,6 +49,7 @@ private:
     void onOpened(Job &job);
     void onTotals(Job &job, const zpdt::Totals &totals);
     void onProgress(Job &job, const zpdt::StreamProgress &progress);
+    void onLargeItem(Job &job, const zpdt::ItemInfo &item);
     void onItemDone(Job &job, const zpdt::ItemInfo &item);
     void onItemFailed(Job &job, const zpdt::ItemInfo &item, ZpdtError error, const QString &text);
     void onEnd(Job &job, const zpdt::StreamResult &result);

@@ -129,6 +129,12 @@ void TaskTable::enqueue(TaskId id, Task &task, bool front)
 {
     Lane &l = lane(task.record.Type);
     task.turn = front ? --l.firstTurn : ++l.lastTurn;
+    putBack(id, task);
+}
+
+void TaskTable::putBack(TaskId id, Task &task)
+{
+    Lane &l = lane(task.record.Type);
     task.state = State::Queued;
     task.workStatus = ZPDT_PREPARING;
     task.record.Status = ZPDT_WAITING;
@@ -472,6 +478,16 @@ void TaskTable::setProgress(TaskId id, qint64 offset, qint64 total)
     }
 }
 
+void TaskTable::takeOutOfGroup(TaskId id)
+{
+    Task *t = task(id);
+    if (!t || t->shape != Shape::SmallFile)
+        return;
+    t->shape = Shape::File;
+    if (t->state == State::Ahead || t->state == State::Running)
+        stop(id, *t, AfterStop::Requeue);
+}
+
 void TaskTable::finished(TaskId id, bool success)
 {
     Task *t = task(id);
@@ -524,7 +540,7 @@ void TaskTable::stopped(TaskId id)
             resume(id, *t, nullptr);
         break;
     case AfterStop::Requeue:
-        enqueue(id, *t, true);
+        putBack(id, *t);
         break;
     case AfterStop::Cancel:
     case AfterStop::CancelThenCreate: {

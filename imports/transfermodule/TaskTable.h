@@ -96,6 +96,8 @@ public:
     /// @param status Preparing, Connecting or Transferring; not shown for a task that is being stopped
     void setStatus(TaskId id, ZpdtTaskStatus status);
     void setProgress(TaskId id, qint64 offset, qint64 total);
+    /// A small file turned out to be large: it is stopped, goes back to its place, and runs alone in its turn.
+    void takeOutOfGroup(TaskId id);
     void finished(TaskId id, bool success);
     void stopped(TaskId id);
 
@@ -176,6 +178,7 @@ private:
     TaskId insert(TaskRecord record, Shape shape, const Config &config);
     void erase(TaskId id);
     void enqueue(TaskId id, Task &task, bool front);
+    void putBack(TaskId id, Task &task);
     void dequeue(Task &task);
     void releaseSlot(Task &task);
     void stop(TaskId id, Task &task, AfterStop after);

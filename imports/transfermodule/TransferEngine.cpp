@@ -18,6 +18,8 @@ namespace {
 constexpr int kDeliveryPause = 20;
 /// Files up to this size may be begun ahead of their turn and share a stream.
 constexpr qint64 kSmallFile = 256 * 1024;
+/// One that turns out to be larger than this leaves the stream that it shares.
+constexpr qint64 kLargeFile = 4 * 1024 * 1024;
 /// Downloads are asked for without their sizes. Many at once are taken for small ones.
 constexpr int kManyFiles = 16;
 
@@ -34,6 +36,15 @@ TransferEngine::TransferEngine(bool realNameVerified, std::function<void(std::ve
     connect(m_runner, &StreamRunner::statusChanged, this, [this](TaskId id, ZpdtTaskStatus status) {
         m_table.setStatus(id, status);
         onProgress(id, {}, true);
+    });
+    connect(m_runner, &StreamRunner::sizeKnown, this, [this](TaskId id, qint64 bytes) {
+        const TaskRecord *task = m_table.record(id);
+        if (!task)
+            return;
+        m_table.setProgress(id, task->Offset, bytes);
+        if (bytes > kLargeFile)
+            m_table.takeOutOfGroup(id);
+        settle();
     });
     connect(m_runner, &StreamRunner::progressChanged, this,
             [this](TaskId id, const ZpdtProgress &progress) { onProgress(id, progress, false); });

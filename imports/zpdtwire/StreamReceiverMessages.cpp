@@ -83,6 +83,8 @@ bool StreamReceiver::itemMessage(WireReader &body)
     item->whole = item->message.info.size <= kSmallFile && item->message.info.kind == ItemKind::File;
     if (!item->whole && item->message.info.kind == ItemKind::File && m_openCaches >= kMostCaches)
         return false;
+    if (!item->whole && item->message.info.kind == ItemKind::File && m_callbacks.onLargeItem)
+        m_callbacks.onLargeItem(item->message.info);
     if (m_tree)
         startItem(item);
     else

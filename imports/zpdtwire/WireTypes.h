@@ -83,6 +83,8 @@ struct StreamCallbacks
     std::function<void()> onOpened; ///< the ticket was accepted
     std::function<void(const Totals &)> onTotals;
     std::function<void(const StreamProgress &)> onProgress; ///< at most ten times a second, and before onEnd
+    /// Downloads: a file that is too large to come whole is announced, before its data.
+    std::function<void(const ItemInfo &)> onLargeItem;
     std::function<void(const ItemInfo &, const ItemOutcome &)> onItemDone;
     std::function<void(const ItemInfo &, Error, const std::string &text)> onItemFailed;
     std::function<void(const StreamResult &)> onEnd; ///< exactly once, the last call

@@ -179,6 +179,7 @@ private slots:
     void operationsOnRunningTasks_data();
     void operationsOnRunningTasks();
     void smallFilesRunAheadUnseen();
+    void largeFilesLeaveTheirGroup();
     void heldFromAnEarlierRun();
     void endedTasksAreSentAgain();
     void limitFollowsLive();
@@ -345,6 +346,32 @@ void TaskTableTest::smallFilesRunAheadUnseen()
     QCOMPARE(paused, table.count(ZPDT_UPLOAD));
 }
 
+/// A large file among them leaves the group, keeps its place, and shows nothing of it.
+void TaskTableTest::largeFilesLeaveTheirGroup()
+{
+    TaskTable table;
+    for (int i = 1; i <= 4; ++i)
+        table.add(record(i), Shape::SmallFile, nullptr);
+    told(table);
+    QCOMPARE(ordered(table), QStringLiteral("run1 run2 run3 run4"));
+    table.takeOutOfGroup(2);
+    table.takeOutOfGroup(3);
+    table.takeOutOfGroup(2);
+    QCOMPARE(ordered(table), QStringLiteral("stop2 stop3"));
+    table.stopped(3);
+    table.stopped(2);
+    QCOMPARE(told(table), QString());
+    QCOMPARE(ordered(table), QString());
+    // The fourth was ahead already; the others run alone, one after the other.
+    table.finished(1, true);
+    QCOMPARE(told(table), QStringLiteral("finished 1:4096; started 4:1"));
+    table.finished(4, true);
+    QCOMPARE(ordered(table), QStringLiteral("run2"));
+    table.finished(2, true);
+    QCOMPARE(ordered(table), QStringLiteral("run3"));
+    QVERIFY(table.resumed(3));
+}
+
 void TaskTableTest::heldFromAnEarlierRun()
 {
     TaskTable table;
@@ -489,6 +516,8 @@ void TaskTableTest::randomOperations()
             }
             break;
         case 9:
+            if (!witness.working.empty() && random.bounded(2))
+                table.takeOutOfGroup(witness.working.begin()->first);
             table.startAll({any(), any(), any()}, type, nullptr);
             break;
         default:

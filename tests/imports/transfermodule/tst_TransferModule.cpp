@@ -40,6 +40,7 @@ private slots:
     void foldersBothWays();
     void filesBothWays();
     void manySmallFiles();
+    void largeFilesAmongMany();
     void pauseResumeAndCancelInMidFile_data();
     void pauseResumeAndCancelInMidFile();
     void destroyedInMidFileAndStartedAgain();
@@ -178,10 +179,37 @@ void TransferModuleTest::manySmallFiles()
                             m_world->config());
     QVERIFY(wait([this] { return m_log->ended(ZPDT_SUCCESS) == 1200; }));
     QCOMPARE(treeOf(m_world->local(QStringLiteral("back"))), treeOf(source));
+    QCOMPARE(m_log->record(QStringLiteral("/many/file 599")).FileSize, 699);
     // Neither a ticket nor a handful of signals for each file.
     QVERIFY2(m_world->requests < 30, qPrintable(QString::number(m_world->requests)));
     QVERIFY2(m_log->signalCount < 1200, qPrintable(QString::number(m_log->signalCount)));
     QVERIFY(m_world->mostAtOnce <= 4);
+}
+
+/// Asked for without their sizes, as downloads are: the large ones show how far they are, and keep to the limit.
+void TransferModuleTest::largeFilesAmongMany()
+{
+    QStringList names;
+    for (int i = 0; i < 40; ++i) {
+        names.append(QString::number(i));
+        QVERIFY(
+            writeFile(m_world->remote(names.last()), i % 10 == 5 ? 6 * kMiB + i : 1000 + i, static_cast<quint32>(i)));
+    }
+    ZpdtTransConfig config = slow();
+    config.downloadTargetSpeed = 12000;
+    m_engine->SetMaxConcurrence(ZPDT_DOWNLOAD, 2);
+    m_engine->DownloadFiles(inFolder(QStringLiteral("/"), names), m_world->local(QStringLiteral("back")), config);
+    int most = 0;
+    bool seen = false;
+    QVERIFY(wait([&] {
+        most = std::max(most, m_log->ended(ZPDT_TRANSFERRING));
+        const ZpdtProgress large = m_log->progress(QStringLiteral("/5"));
+        seen = seen || (large.total == 6 * kMiB + 5 && large.offset > 0 && large.offset < large.total);
+        return m_log->ended(ZPDT_SUCCESS) == 40;
+    }));
+    QVERIFY(seen);
+    QVERIFY2(most <= 2, qPrintable(QString::number(most)));
+    QCOMPARE(treeOf(m_world->local(QStringLiteral("back"))), treeOf(m_world->remote()));
 }
 
 void TransferModuleTest::pauseResumeAndCancelInMidFile_data()
