@@ -158,7 +158,10 @@ void LoginCycle::waitForSubCenters()
     };
     connect(m_dialog->loginService(), &LoginService::handlerCheckSubCenterFinished, &loop, look);
     connect(m_config, &GlobalConfig::handlerListSubCenterFinished, &loop, look);
-    QTimer::singleShot(kSubCenterPatience, &loop, &QEventLoop::quit);
+    QTimer patience;
+    patience.setSingleShot(true);
+    connect(&patience, &QTimer::timeout, &loop, &QEventLoop::quit);
+    patience.start(kSubCenterPatience);
     if (!m_ending && !known())
         loop.exec();
 }

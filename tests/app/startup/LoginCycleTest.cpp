@@ -55,6 +55,8 @@ private:
 
 namespace {
 
+constexpr int kPatience = 30000; // ms, after which a test that lost its way ends
+
 // Protected in QObject; a pointer to it is not.
 struct Receivers : QObject
 {
@@ -129,6 +131,7 @@ void LoginCycleTest::tenCyclesLeaveNothingBehind()
     CommandLine line = commandLine();
     line.request.filelist = QStringList{QString()};
     LoginCycle cycle(static_cast<SingleApplication *>(qApp), line);
+    QTimer::singleShot(kPatience, &cycle, &LoginCycle::end);
     struct
     {
         int widgets, objects, files, threads, receivers;
@@ -142,7 +145,7 @@ void LoginCycleTest::tenCyclesLeaveNothingBehind()
             auto *window = find<ArkvaleTolmaMain>();
             QVERIFY(qApp->property("updateService").value<QObject *>());
             QCOMPARE(window->pages().first()->subCenter().id, QStringLiteral("1"));
-            QCOMPARE(GlobalConfig::instance()->request().filelist.size(), i == 1 ? 1 : 0);
+            QVERIFY(i == 1 || GlobalConfig::instance()->request().filelist.isEmpty());
             QVERIFY(QMetaObject::invokeMethod(window, "Logout", Q_ARG(QString, QString())));
         };
         // The first login runs by itself, those after a logout do not.
@@ -219,6 +222,7 @@ void LoginCycleTest::subCenterIsChosen()
         });
     }
     LoginCycle cycle(static_cast<SingleApplication *>(qApp), commandLine(asked));
+    QTimer::singleShot(kPatience, &cycle, &LoginCycle::end);
     QString page;
     when([] { return find<ArkvaleTolmaMain>() && !find<ArkvaleTolmaMain>()->pages().isEmpty(); },
          [&] {
@@ -234,6 +238,7 @@ void LoginCycleTest::cancelledLoginEnds()
 {
     CommandLine line;
     LoginCycle cycle(static_cast<SingleApplication *>(qApp), line);
+    QTimer::singleShot(kPatience, &cycle, &LoginCycle::end);
     when([] { return find<LoginUI>() && find<LoginUI>()->isVisible(); }, [] { find<LoginUI>()->close(); });
     QVERIFY(!cycle.run());
     QVERIFY(!m_service->requests.contains(QStringLiteral("POST /auth/login")));
@@ -244,6 +249,7 @@ void LoginCycleTest::hiddenUntilAPageLogsIn()
     CommandLine line;
     line.browserLaunch = true;
     LoginCycle cycle(static_cast<SingleApplication *>(qApp), line);
+    QTimer::singleShot(kPatience, &cycle, &LoginCycle::end);
     bool shown = false;
     const auto look = connect(&m_watch, &QTimer::timeout, this, [&] {
         const auto *dialog = find<LoginUI>();
@@ -283,6 +289,7 @@ void LoginCycleTest::endFromAnywhere()
     if (where == QLatin1String("choice"))
         m_service->homes.insert(QStringLiteral("3"), QStringLiteral("/home/alice"));
     LoginCycle cycle(static_cast<SingleApplication *>(qApp), line);
+    QTimer::singleShot(kPatience, &cycle, &LoginCycle::end);
     answers.answer([&](QDialog *) { cycle.end(); });
     const auto windowReady = [] { return find<ArkvaleTolmaMain>() && !find<ArkvaleTolmaMain>()->pages().isEmpty(); };
     const auto dialogReady = [] { return find<LoginUI>() && find<LoginUI>()->isVisible(); };
