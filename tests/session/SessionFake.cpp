@@ -8,10 +8,17 @@
 #include <QSignalSpy>
 
 SessionFake::SessionFake()
-    : m_http([this](const HttpFake::Request &request) { return serve(request); })
 {
     QFile::copy(builtProgram("Config/ArkvaleTolma"), m_folder.filePath("ArkvaleTolma"));
-    const QByteArray base = m_http.address().toUtf8();
+    qputenv("ARKVALE_CONFIG_DIR", m_folder.path().toUtf8());
+    reset();
+}
+
+void SessionFake::reset()
+{
+    m_answers.clear();
+    m_http = std::make_unique<HttpFake>([this](const HttpFake::Request &request) { return serve(request); });
+    const QByteArray base = m_http->address().toUtf8();
     QFile file(m_folder.filePath("arkvale.ini"));
     if (!file.open(QIODevice::WriteOnly))
         qFatal("no settings file");
@@ -19,20 +26,12 @@ SessionFake::SessionFake()
                "\"ResetPassword\": {\"default\": \"http://pages.example/reset\"}, " +
                "\"Register\": {\"default\": \"file:///bin/sh\"}, " +
                "\"UserProtocol\": {\"default\": \"http://pages.example/agree?a='b'&c=<d>\"}}");
-    file.close();
-    qputenv("ARKVALE_CONFIG_DIR", m_folder.path().toUtf8());
-}
-
-void SessionFake::reset()
-{
-    m_answers.clear();
-    m_http.forget();
 }
 
 int SessionFake::asked(const QByteArray &path) const
 {
     int count = 0;
-    for (const HttpFake::Request &request : m_http.requests())
+    for (const HttpFake::Request &request : m_http->requests())
         count += request.path() == "/base/" + path;
     return count;
 }
@@ -68,7 +67,7 @@ HttpFake::Answer SessionFake::serve(const HttpFake::Request &request) const
     const QByteArray path = request.path().mid(int(qstrlen("/base/")));
     if (m_answers.contains(path))
         return m_answers.value(path);
-    const QByteArray base = m_http.address().toUtf8();
+    const QByteArray base = m_http->address().toUtf8();
     if (path == "subcenters") {
         QByteArray list;
         for (const char *id : {"1", "2", "3"}) {

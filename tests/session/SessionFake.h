@@ -5,6 +5,8 @@
 #include <QHash>
 #include <QTemporaryDir>
 
+#include <memory>
+
 class GlobalConfig;
 
 /// A service for the session tests: account "demo" with password "secret", three sub-centers, in the third of which the
@@ -17,13 +19,13 @@ public:
 
     /// @param path below the account base, such as "auth/login" or "sc/2/users/demo/path"
     void answer(const QByteArray &path, const HttpFake::Answer &answer) { m_answers.insert(path, answer); }
-    /// Back to the ordinary answers; forgets what was asked.
+    /// Back to the ordinary answers, on a port of its own: what an earlier test still had on its way comes no more.
     void reset();
     int asked(const QByteArray &path) const;
     /// A login cycle's beginning: the store as start-up leaves it before the login dialog, sub-centers known.
     GlobalConfig *beginCycle();
     QString configFolder() const { return m_folder.path(); }
-    HttpFake &http() { return m_http; }
+    HttpFake &http() { return *m_http; }
 
     static HttpFake::Answer json(const QByteArray &body, int status = 200) { return HttpFake::reply(status, body); }
     static QByteArray loginAnswer();
@@ -34,7 +36,7 @@ private:
 
     QTemporaryDir m_folder;
     QHash<QByteArray, HttpFake::Answer> m_answers;
-    HttpFake m_http;
+    std::unique_ptr<HttpFake> m_http;
 };
 
 Q_DECLARE_METATYPE(HttpFake::Answer)
