@@ -360,7 +360,7 @@ void TestAccounts::sessionsOfOneUserAreBounded()
     const Session first = loggedIn("anna");
     Session last;
     for (int i = 0; i < Sessions::mostOfUser; ++i) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2)); // the oldest goes, by milliseconds
+        std::this_thread::sleep_for(std::chrono::milliseconds(2)); // why: the oldest goes, told apart by milliseconds
         last = loggedIn("anna");
     }
     QVERIFY(!m_sessions->key(first.accessId));

@@ -280,7 +280,7 @@ void TestSignatures::restart()
     QCOMPARE(verdictOf(*m_check, received(seen, headers)), QByteArray("in as 安娜 a"));
     if (clean)
         m_check->save();
-    QTest::qWait(5);
+    QTest::qWait(5); // why: the next run begins at a later millisecond
     m_check = std::make_unique<SignatureCheck>(*m_sessions);
     // What was seen before gets in neither time; the session itself goes on.
     QCOMPARE(verdictOf(*m_check, received(seen, headers)), QByteArray(clean ? "401 repeated" : "401 time"));

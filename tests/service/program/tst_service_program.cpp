@@ -273,9 +273,9 @@ void TestProgram::stopInTheMiddleOfAnAnswer()
     RawConnection connection(service.port);
     QVERIFY(connection.send(request.text()));
     // Too long for the buffers between here and there, so it is still being sent when the signal comes.
-    QTest::qWait(200);
+    QTest::qWait(200); // why: the buffers between here and there fill
     service.signal(SIGTERM);
-    QTest::qWait(200);
+    QTest::qWait(200); // why: the stop begins while nothing is read
     const RawAnswer answer = connection.answer();
     QCOMPARE(answer.status, 200);
     QVERIFY(answer.whole);
