@@ -83,7 +83,7 @@ private:
     QTemporaryDir m_folder;
     QString put(const QByteArray &content)
     {
-        const QString path = m_folder.filePath("arkvale.ini");
+        QString path = m_folder.filePath("arkvale.ini");
         QFile file(path);
         file.open(QIODevice::WriteOnly);
         file.write(content);
