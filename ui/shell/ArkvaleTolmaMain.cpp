@@ -125,11 +125,7 @@ ArkvaleTolmaMain::ArkvaleTolmaMain(LoginService *loginService, ArkvaleTray *tray
     QTimer::singleShot(0, this, SLOT(announceStart()));
 }
 
-ArkvaleTolmaMain::~ArkvaleTolmaMain()
-{
-    if (m_bridge)
-        m_bridge->setReady(false);
-}
+ArkvaleTolmaMain::~ArkvaleTolmaMain() = default;
 
 void ArkvaleTolmaMain::buildTitleBar()
 {

@@ -1,0 +1,285 @@
+#include "DialogAnswers.h"
+#include "FinishedListWidget.h"
+#include "FinishedTaskModel.h"
+#include "TestSupport.h"
+#include "TransferListWidget.h"
+#include "TransferRowDelegate.h"
+#include "TransferTaskModel.h"
+#include "TransferTexts.h"
+
+#include <QAbstractItemModelTester>
+#include <QApplication>
+#include <QHeaderView>
+#include <QSignalSpy>
+#include <QTreeView>
+
+#include <limits>
+
+class TransferListsTest : public StrictTest
+{
+    Q_OBJECT
+
+private:
+    static TaskRecord task(int number, int type = ZPDT_UPLOAD, int status = ZPDT_WAITING)
+    {
+        TaskRecord record;
+        record.Path = QStringLiteral("/l/file %1.bin").arg(number);
+        record.From = QStringLiteral("/l/");
+        record.Dest = QStringLiteral("/r/");
+        record.Type = type;
+        record.SubCenterId = QStringLiteral("1");
+        record.Status = status;
+        record.FileSize = 100;
+        return record;
+    }
+    static QList<TaskRecord> tasks(int first, int count)
+    {
+        QList<TaskRecord> list;
+        for (int i = first; i < first + count; ++i)
+            list << task(i);
+        return list;
+    }
+    static void clickAction(QTreeView *view, int row, int column, int number)
+    {
+        const QModelIndex index = view->model()->index(row, column);
+        view->scrollTo(index);
+        const QRect button = TransferRowDelegate::buttonRect(view->visualRect(index), number);
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, button.center());
+    }
+
+private slots:
+    void progressText_data()
+    {
+        QTest::addColumn<qint64>("done");
+        QTest::addColumn<qint64>("total");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("unknown") << qint64(5) << qint64(-1) << "0(B)/0(B)";
+        QTest::newRow("empty") << qint64(0) << qint64(0) << "0(B)/0(B)";
+        QTest::newRow("last byte count") << qint64(7) << qint64(1023) << "7(B)/1023(B)";
+        QTest::newRow("first KB") << qint64(512) << qint64(1024) << "0.50(KB)/1.00(KB)";
+        QTest::newRow("last KB") << qint64(0) << qint64(1048575) << "0.00(KB)/1024.00(KB)";
+        QTest::newRow("first MB") << qint64(0) << qint64(1048576) << "0.00(MB)/1.00(MB)";
+        QTest::newRow("first GB") << qint64(1) << qint64(1073741824) << "0.00(GB)/1.00(GB)";
+        QTest::newRow("large") << qint64(1) << (qint64(1) << 42) << "0.00(GB)/4096.00(GB)";
+    }
+
+    void progressText()
+    {
+        QFETCH(qint64, done);
+        QFETCH(qint64, total);
+        QTEST(TransferTexts::progress(done, total), "text");
+    }
+
+    void speedText_data()
+    {
+        QTest::addColumn<double>("speed");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("none") << 0.0 << "0 bps";
+        QTest::newRow("negative") << -3.0 << "0 bps";
+        QTest::newRow("not a number") << std::numeric_limits<double>::quiet_NaN() << "0 bps";
+        QTest::newRow("bits") << 0.0005 << "524 bps";
+        QTest::newRow("first Kbps") << 0.0009765625 << "1 Kbps";
+        QTest::newRow("half") << 0.5 << "512 Kbps";
+        QTest::newRow("one") << 1.0 << "1.00 Mbps";
+        QTest::newRow("below a Gbps") << 1023.5 << "1023.50 Mbps";
+        QTest::newRow("Gbps") << 1536.0 << "1.50 Gbps";
+    }
+
+    void speedText()
+    {
+        QFETCH(double, speed);
+        QTEST(TransferTexts::speed(speed), "text");
+    }
+
+    void statusTexts_data()
+    {
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("tip");
+        QTest::newRow("0") << 0 << "waiting..." << "Pause";
+        QTest::newRow("1") << 1 << "preparing..." << "Pause";
+        QTest::newRow("2") << 2 << "preparing..." << "Pause";
+        QTest::newRow("4") << 4 << "transferring..." << "Pause";
+        QTest::newRow("8") << 8 << "waiting..." << "Pause";
+        QTest::newRow("16") << 16 << "pausing..." << "Pausing";
+        QTest::newRow("32") << 32 << "paused..." << "Start";
+        QTest::newRow("64") << 64 << "canceling..." << "Canceling";
+        QTest::newRow("4096") << 4096 << "success..." << "Pause";
+        QTest::newRow("8192") << 8192 << "waiting..." << "Pause";
+    }
+
+    void statusTexts()
+    {
+        QFETCH(int, status);
+        QTEST(TransferTexts::status(status), "text");
+        QTEST(TransferTexts::toggleTip(status), "tip");
+    }
+
+    void tasksWithTrickyNamesKeepTheirIdentity()
+    {
+        TaskRecord a = task(1), b = task(1);
+        a.Path = QStringLiteral("/l/%2");
+        a.Dest = QStringLiteral("/r/");
+        b.Path = QStringLiteral("/l//r/");
+        QCOMPARE(TransferTexts::taskKey(a), QStringLiteral("*/l/%2*/r/*/l/*1*2*"));
+        QVERIFY(TransferTexts::taskKey(a) != TransferTexts::taskKey(b));
+        QCOMPARE(TransferTexts::taskName(b), QStringLiteral("r"));
+        a.Type = ZPDT_DOWNLOAD;
+        QCOMPARE(TransferTexts::localPath(a), QStringLiteral("/r/%2"));
+    }
+
+    void tenThousandTasks()
+    {
+        TransferTaskModel model;
+        QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        model.put(tasks(0, 10000));
+        model.put(tasks(0, 10000) + tasks(9999, 2)); // the same ones again, and one new one named twice over
+        QCOMPARE(model.rowCount(), 10001);
+        QCOMPARE(model.activeCount(), 10001);
+
+        QElapsedTimer timer;
+        timer.start();
+        ZpdtProgress progress;
+        progress.total = 100;
+        for (int i = 0; i < 10000; ++i) {
+            progress.offset = i % 100;
+            model.setProgress(task(i, ZPDT_UPLOAD, ZPDT_TRANSFERRING), progress);
+        }
+        QVERIFY2(timer.elapsed() < 2000, "a report must not search through the list");
+        QCOMPARE(model.data(model.index(42, TransferTaskModel::ProgressColumn), TransferTaskModel::PercentRole).toInt(),
+                 42);
+
+        // Every second row goes: what remains is found at its new place.
+        QList<TaskRecord> half;
+        for (int i = 0; i < 10000; i += 2)
+            half << task(i);
+        model.remove(half + half);
+        QCOMPARE(model.rowCount(), 5001);
+        QCOMPARE(model.activeCount(), 5001);
+        QCOMPARE(model.find(task(9999)), 4999);
+        QCOMPARE(model.find(task(9998)), -1);
+        model.remove(tasks(0, 10));
+        QCOMPARE(model.find(task(11)), 0);
+        model.remove(tasks(0, 20000));
+        QCOMPARE(model.rowCount(), 0);
+        QCOMPARE(model.activeCount(), 0);
+    }
+
+    void reportsOfStoppedTasksChangeNothing()
+    {
+        TransferTaskModel model;
+        model.put({task(1)});
+        model.setStatus({task(1)}, ZPDT_PAUSED);
+        ZpdtProgress progress;
+        progress.total = 100;
+        progress.offset = 60;
+        model.setProgress(task(1, ZPDT_UPLOAD, ZPDT_TRANSFERRING), progress);
+        QCOMPARE(model.record(0).Status, int(ZPDT_PAUSED));
+        QCOMPARE(model.record(0).Offset, 60);
+        model.setProgress(task(2), progress);
+        QCOMPARE(model.rowCount(), 1);
+        QCOMPARE(model.activeCount(), 0);
+        QCOMPARE(model.data(model.index(0, TransferTaskModel::SpeedColumn), Qt::DisplayRole).toString(),
+                 QStringLiteral("--"));
+    }
+
+    void listFollowsTheEngineAndAsksBySignals()
+    {
+        TransferListWidget list(ZPDT_UPLOAD);
+        list.resize(900, 400);
+        list.show();
+        QSignalSpy counts(&list, SIGNAL(sigTransferTaskCountChanged(qint64, ZPDTCMDTYPE)));
+        QSignalSpy running(&list, SIGNAL(sigButtonStateChanged(bool)));
+        QSignalSpy pauses(&list, SIGNAL(sigPauseTask(TaskRecord)));
+        QSignalSpy starts(&list, SIGNAL(sigStartTask(TaskRecord)));
+        QSignalSpy cancels(&list, SIGNAL(sigCancelTask(TaskRecord)));
+        list.CreateEnd(tasks(0, 3) + QList<TaskRecord>{task(9, ZPDT_DOWNLOAD)});
+        QCOMPARE(list.model()->rowCount(), 3);
+        QCOMPARE(counts.last().first().toInt(), 3);
+        QCOMPARE(running.last().first().toBool(), true);
+
+        clickAction(list.view(), 1, TransferTaskModel::ActionColumn, 0);
+        QCOMPARE(pauses.size(), 1);
+        QCOMPARE(pauses.last().first().value<TaskRecord>().Path, task(1).Path);
+        clickAction(list.view(), 1, TransferTaskModel::ActionColumn, 0); // pausing: the button is off
+        QCOMPARE(pauses.size(), 1);
+        list.PauseEnd({task(1)});
+        clickAction(list.view(), 1, TransferTaskModel::ActionColumn, 0);
+        QCOMPARE(starts.size(), 1);
+
+        list.view()->selectAll();
+        QTest::keyClick(list.view(), Qt::Key_Space); // row 1 is paused still, the others run
+        QCOMPARE(starts.size(), 2);
+        QCOMPARE(pauses.size(), 3);
+        list.PauseEnd(tasks(0, 3));
+        QCOMPARE(running.last().first().toBool(), false);
+        clickAction(list.view(), 2, TransferTaskModel::ActionColumn, 1);
+        list.view()->selectAll();
+        QTest::keyClick(list.view(), Qt::Key_Delete);
+        QCOMPARE(cancels.size(), 3); // the one that is being cancelled is not asked for again
+        list.CancelEnd(tasks(0, 3));
+        QCOMPARE(counts.last().first().toInt(), 0);
+    }
+
+    void cancellingAllAsksFirst()
+    {
+        TransferListWidget list(ZPDT_DOWNLOAD);
+        QSignalSpy cancelled(&list, SIGNAL(sigCancelAllTask()));
+        DialogAnswers answers;
+        list.CancelAllTask();
+        QVERIFY(answers.shown().isEmpty()); // nothing to cancel, nothing to ask
+        list.CreateEnd({task(1, ZPDT_DOWNLOAD)});
+        list.CancelAllTask();
+        QCOMPARE(cancelled.size(), 0);
+        answers.accept();
+        list.CancelAllTask();
+        QCOMPARE(cancelled.size(), 1);
+        QCOMPARE(answers.shown().last().title, QStringLiteral("Promption"));
+        QCOMPARE(answers.shown().last().text, QStringLiteral("Are you sure to cancel all transmission?"));
+    }
+
+    void finishedTasks()
+    {
+        FinishedListWidget list;
+        list.resize(900, 400);
+        list.show();
+        QAbstractItemModelTester tester(list.model(), QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QSignalSpy retries(&list, SIGNAL(sigRetryTask(TaskRecord)));
+        QSignalSpy counts(&list, SIGNAL(sigFinishTaskCountChanged(qint64)));
+        DialogAnswers answers;
+        list.add(task(1, ZPDT_UPLOAD, ZPDT_SUCCESS), ZpdtError::None, QString());
+        list.add(task(2, ZPDT_UPLOAD, ZPDT_FAILED), ZpdtError::NotFound, QStringLiteral("/l/<b>file 2.bin"));
+        FinishedTaskModel *model = list.model();
+        QCOMPARE(model->record(0).Path, task(2).Path); // newest first
+        QCOMPARE(model->index(0, FinishedTaskModel::ResultColumn).data().toString(),
+                 QStringLiteral("failed: The source was not found"));
+        QVERIFY(model->index(0, 0).data(Qt::ToolTipRole).toString().contains("&lt;b&gt;"));
+        QCOMPARE(model->index(1, FinishedTaskModel::ResultColumn).data().toString(), QStringLiteral("successful"));
+
+        clickAction(list.view(), 0, FinishedTaskModel::ActionColumn, 0);
+        QCOMPARE(retries.size(), 1);
+        list.Withdraw({task(2)});
+        QCOMPARE(model->rowCount(), 1);
+        clickAction(list.view(), 0, FinishedTaskModel::ActionColumn, 0); // its file does not exist
+        QCOMPARE(answers.shown().last().text, QStringLiteral("File not found!"));
+
+        list.add(task(1, ZPDT_UPLOAD, ZPDT_FAILED), ZpdtError::Network, QString()); // again, and it failed
+        QCOMPARE(model->rowCount(), 1);
+        TaskRecord shared = task(5, ZPDT_DOWNLOAD, ZPDT_SUCCESS);
+        shared.SubCenterId = QStringLiteral("share");
+        list.HandlerLoadFinishedTaskRecord({task(1), shared, task(6)});
+        QCOMPARE(model->rowCount(), 3);
+        QCOMPARE(model->index(1, FinishedTaskModel::CenterColumn).data().toString(), QStringLiteral("Share"));
+        QCOMPARE(model->find(task(6)), 2);
+
+        answers.reject();
+        list.RemoveAllFinishedTaskRecord();
+        QCOMPARE(model->rowCount(), 3);
+        answers.accept();
+        list.RemoveAllFinishedTaskRecord();
+        QCOMPARE(counts.last().first().toInt(), 0);
+    }
+};
+
+ARKVALE_WIDGET_TEST(TransferListsTest)
+#include "TransferListsTest.moc"
