@@ -1,5 +1,5 @@
-#include "BridgeRequest.h"
 #include "BrowserServer.h"
+#include "BridgeRequest.h"
 #include "FakeOrvClient.h"
 #include "GlobalConfig.h"
 #include "TestSupport.h"
@@ -28,6 +28,9 @@ private:
             connected.wait();
         return page;
     }
+
+    /// JSON is written with single quotes here.
+    static QString q(const char *text) { return QString::fromUtf8(text).replace(QLatin1Char('\''), QLatin1Char('"')); }
 
     /// Whatever was sent before has been read by the bridge when its echo is back.
     static void settle(QWebSocket *page)
@@ -78,14 +81,13 @@ private slots:
         QTest::addColumn<bool>("ready");
         QTest::addColumn<int>("code");
         QTest::addColumn<QString>("answer");
-        QTest::newRow("ready") << true << 200
-                               << R"({"action":"login", "ver": "1.0.0", "wait": 0,  "status" : 200 })";
+        QTest::newRow("ready") << true << 200 << q("{'action':'login', 'ver': '1.0.0', 'wait': 0,  'status' : 200 }");
         QTest::newRow("not ready") << false << 200
-                                   << R"({"action":"login", "ver": "1.0.0", "wait": 1,  "status" : 200 })";
+                                   << q("{'action':'login', 'ver': '1.0.0', 'wait': 1,  'status' : 200 }");
         QTest::newRow("refused") << false << 403
-                                 << R"({"action":"login", "ver": "1.0.0", "wait": 1,  "status" : 403 })";
+                                 << q("{'action':'login', 'ver': '1.0.0', 'wait': 1,  'status' : 403 }");
         QTest::newRow("unreachable") << true << -2
-                                     << R"({"action":"login", "ver": "1.0.0", "wait": 0,  "status" : -2 })";
+                                     << q("{'action':'login', 'ver': '1.0.0', 'wait': 0,  'status' : -2 }");
     }
 
     void loginAnswers()
@@ -96,7 +98,7 @@ private slots:
         m_bridge->setReady(ready);
         const auto page = connectPage();
         QSignalSpy answers(page.get(), SIGNAL(textMessageReceived(QString)));
-        page->sendTextMessage(R"({"action":"login","username":"demo","token":"T %1","center":"7"})");
+        page->sendTextMessage(q("{'action':'login','username':'demo','token':'T %1','center':'7'}"));
         QVERIFY(answers.wait());
         QTEST(answers.first().first().toString(), "answer");
         QCOMPARE(FakeService::instance().last("auth").arguments, QStringList({"demo", "T %1"}));
@@ -109,7 +111,7 @@ private slots:
         m_bridge->setReady(false);
         m_bridge->setReady(true);
         QVERIFY(answers.wait());
-        QCOMPARE(answers.first().first().toString(), QStringLiteral(R"({"action":"SendOK", "status" : 200})"));
+        QCOMPARE(answers.first().first().toString(), q("{'action':'SendOK', 'status' : 200}"));
         settle(page.get());
         QCOMPARE(answers.size(), 1);
     }
@@ -123,18 +125,18 @@ private slots:
         const auto page = connectPage();
         QSignalSpy answers(page.get(), SIGNAL(textMessageReceived(QString)));
         QSignalSpy switched(m_bridge.get(), SIGNAL(sigSwitchUser(QString)));
-        page->sendTextMessage(R"({"action":"login","username":"Demo","token":"t"})");
+        page->sendTextMessage(q("{'action':'login','username':'Demo','token':'t'}"));
         QVERIFY(answers.wait());
         QCOMPARE(answers.first().first().toString(),
-                 QStringLiteral(R"({"action":"login", "ver": "1.0.0", "wait": 2,  "status" : 200 })"));
+                 q("{'action':'login', 'ver': '1.0.0', 'wait': 2,  'status' : 200 }"));
         QVERIFY(FakeService::instance().calls("auth").isEmpty());
         QVERIFY(m_bridge->switchRequested());
-        page->sendTextMessage(R"({"action":"logout"})");
+        page->sendTextMessage(q("{'action':'logout'}"));
         QVERIFY(switched.wait());
         QCOMPARE(switched.first().first().toString(), QString());
 
         // The same user may log in again.
-        page->sendTextMessage(R"({"action":"login","username":"demo","token":"t"})");
+        page->sendTextMessage(q("{'action':'login','username':'demo','token':'t'}"));
         QVERIFY(answers.wait());
         QVERIFY(answers.last().first().toString().contains("\"wait\": 1"));
     }
@@ -143,28 +145,28 @@ private slots:
     {
         QTest::addColumn<QString>("message");
         QTest::addColumn<QStringList>("paths"); // "type path"
-        const QString all = QStringLiteral(R"({"action":"download","center":"3","src":[%1]})");
+        const QString all = q("{'action':'download','center':'3','src':[%1]}");
         QTest::newRow("first source only")
-            << all.arg(R"({"path":"/a","names":[{"name":"x","type":"file"},{"name":"y","type":"folder"}]},)"
-                       R"({"path":"/b","names":[{"name":"z","type":"file"}]})")
+            << all.arg(q("{'path':'/a','names':[{'name':'x','type':'file'},{'name':'y','type':'folder'}]},"
+                         "{'path':'/b','names':[{'name':'z','type':'file'}]}"))
             << QStringList{"0 /a/x", "1 /a/y"};
-        QTest::newRow("backslashes") << all.arg(R"({"path":"a\\b","names":[{"name":"c.txt"}]})")
+        QTest::newRow("backslashes") << all.arg(q("{'path':'a\\\\b','names':[{'name':'c.txt'}]}"))
                                      << QStringList{"0 a/b/c.txt"};
-        QTest::newRow("case of the type") << all.arg(R"({"path":"/a/","names":[{"name":"x","type":"Folder"}]})")
-                                          << QStringList{"0 /a/x"};
-        QTest::newRow("case of the action") << all.arg(R"({"path":"/a","names":[{"name":"x"}]})").replace("dow", "Dow")
-                                            << QStringList();
+        QTest::newRow("case of the type")
+            << all.arg(q("{'path':'/a/','names':[{'name':'x','type':'Folder'}]}")) << QStringList{"0 /a/x"};
+        QTest::newRow("case of the action")
+            << all.arg(q("{'path':'/a','names':[{'name':'x'}]}")).replace("dow", "Dow") << QStringList();
         QTest::newRow("names that lead elsewhere")
-            << all.arg(R"({"path":"/a","names":[{"name":".."},{"name":"b/c"},{"name":"b\\c"},{"name":""},)"
-                       R"({"name":5},"x",{"name":"ok %1 \"q\" \n"}]})")
+            << all.arg(q("{'path':'/a','names':[{'name':'..'},{'name':'b/c'},{'name':'b\\\\c'},{'name':''},"
+                         "{'name':5},'x',{'name':'ok %1 \\\"q\\\" \\n'}]}"))
             << QStringList{"0 /a/ok %1 \"q\" \n"};
-        QTest::newRow("folder that leads elsewhere") << all.arg(R"({"path":"/a\\..\\..","names":[{"name":"x"}]})")
-                                                     << QStringList();
-        QTest::newRow("no names") << all.arg(R"({"path":"/a","names":[]})") << QStringList();
+        QTest::newRow("folder that leads elsewhere")
+            << all.arg(q("{'path':'/a\\\\..\\\\..','names':[{'name':'x'}]}")) << QStringList();
+        QTest::newRow("no names") << all.arg(q("{'path':'/a','names':[]}")) << QStringList();
         QTest::newRow("no source") << all.arg("") << QStringList();
-        QTest::newRow("wrong types") << R"({"action":"download","src":{"path":7}})" << QStringList();
-        QTest::newRow("an array") << R"([{"action":"download"}])" << QStringList();
-        QTest::newRow("broken") << R"({"action":"download")" << QStringList();
+        QTest::newRow("wrong types") << q("{'action':'download','src':{'path':7}}") << QStringList();
+        QTest::newRow("an array") << q("[{'action':'download'}]") << QStringList();
+        QTest::newRow("broken") << q("{'action':'download'") << QStringList();
         QTest::newRow("deep") << QString(5000, '[') << QStringList();
         QTest::newRow("empty") << "" << QStringList();
     }
@@ -193,8 +195,8 @@ private slots:
     {
         const auto page = connectPage();
         QSignalSpy requests(m_bridge.get(), SIGNAL(uploadRequest(QString, QString)));
-        page->sendTextMessage(R"({"action":"upload","center":"3","dest":"/a/../b"})");
-        page->sendTextMessage(R"({"action":"upload","center":"3","dest":"/a b/c"})");
+        page->sendTextMessage(q("{'action':'upload','center':'3','dest':'/a/../b'}"));
+        page->sendTextMessage(q("{'action':'upload','center':'3','dest':'/a b/c'}"));
         settle(page.get());
         QCOMPARE(requests.size(), 1);
         QCOMPARE(requests.first(), QList<QVariant>({"3", "/a b/c"}));
@@ -204,7 +206,7 @@ private slots:
     void aPageThatLeavesDuringItsLoginIsForgotten()
     {
         auto page = connectPage();
-        page->sendTextMessage(R"({"action":"login","username":"demo","token":"t"})");
+        page->sendTextMessage(q("{'action':'login','username':'demo','token':'t'}"));
         settle(page.get());
         const FakeCall call = FakeService::instance().last("auth");
         QVERIFY(call.id != 0);

@@ -168,3 +168,19 @@ qint64 OrvClient::getPreviewFile(const QString &path, const QString &localPath)
 {
     return record(this, "getPreviewFile", path, localPath);
 }
+qint64 OrvClient::auth(QString user, QString token)
+{
+    return record(this, "auth", user, token);
+}
+qint64 OrvClient::login(const QString &name, const QString &password)
+{
+    return record(this, "login", name, password);
+}
+qint64 OrvClient::getUserInfo(const QString &user)
+{
+    return record(this, "getUserInfo", user);
+}
+qint64 OrvClient::getUserPath(const QString &user, const QString &address, const QString &home)
+{
+    return record(this, "getUserPath", user, address, home);
+}

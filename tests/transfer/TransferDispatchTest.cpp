@@ -1,7 +1,7 @@
+#include "TransferDispatch.h"
 #include "FakeEngine.h"
 #include "GlobalConfig.h"
 #include "TestSupport.h"
-#include "TransferDispatch.h"
 
 #include <QApplication>
 #include <QTemporaryDir>
@@ -70,9 +70,9 @@ private slots:
     {
         QFile file(m_folder.filePath("arkvale.ini"));
         QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(R"({"Auth": "http://127.0.0.1:1/auth", "Version": "4.5.6",
-                       "Register": {"default": "http://pages.example/register"},
-                       "ZPDT": {"MSS": 1400, "BeVerify": 3, "UploadLimitCount": 7, "DownloadLimitCount": 2}})");
+        file.write("{\"Auth\": \"http://127.0.0.1:1/auth\", \"Version\": \"4.5.6\", "
+                   "\"Register\": {\"default\": \"http://pages.example/register\"}, "
+                   "\"ZPDT\": {\"MSS\": 1400, \"BeVerify\": 3, \"UploadLimitCount\": 7, \"DownloadLimitCount\": 2}}");
         file.close();
         qputenv("ARKVALE_CONFIG_DIR", m_folder.path().toUtf8());
         GlobalConfig::instance()->reload();
@@ -182,18 +182,18 @@ private slots:
                                   << none << 0
                                   << QStringList{"uploadFiles /l|a.mp4,/l|b c.txt > /r/", "uploadFolder /l/x > /r/",
                                                  "uploadFolder /l/y > /r/"};
-        QTest::newRow("files at the top") << true << QStringList{"/a"} << QStringList() << none << 0
-                                          << QStringList{"uploadFiles /|a > /r/"};
-        QTest::newRow("no video") << false << QStringList{"/l/a.MP4", "/l/mp4", "/l/a.mp4.txt"} << QStringList()
-                                  << none << 0 << QStringList{"uploadFiles /l|a.MP4,/l|mp4,/l|a.mp4.txt > /r/"};
+        QTest::newRow("files at the top")
+            << true << QStringList{"/a"} << QStringList() << none << 0 << QStringList{"uploadFiles /|a > /r/"};
+        QTest::newRow("no video") << false << QStringList{"/l/a.MP4", "/l/mp4", "/l/a.mp4.txt"} << QStringList() << none
+                                  << 0 << QStringList{"uploadFiles /l|a.MP4,/l|mp4,/l|a.mp4.txt > /r/"};
         QTest::newRow("video left out") << false << QStringList{"/l/a.mkv", "/l/b.txt"} << QStringList() << yes << 1
                                         << QStringList{"uploadFiles /l|b.txt > /r/"};
         QTest::newRow("only video") << false << QStringList{"/l/a.m4v", "/l/b.a64"} << QStringList() << yes << 1
                                     << QStringList();
-        QTest::newRow("declined for files") << false << QStringList{"/l/a.avi", "/l/b.txt"} << QStringList{"/l/x"}
-                                            << no << 1 << QStringList();
-        QTest::newRow("declined for folders") << false << QStringList{"/l/a.avi", "/l/b.txt"} << QStringList{"/l/x"}
-                                              << yesNo << 2 << QStringList();
+        QTest::newRow("declined for files")
+            << false << QStringList{"/l/a.avi", "/l/b.txt"} << QStringList{"/l/x"} << no << 1 << QStringList();
+        QTest::newRow("declined for folders")
+            << false << QStringList{"/l/a.avi", "/l/b.txt"} << QStringList{"/l/x"} << yesNo << 2 << QStringList();
         QTest::newRow("folder") << false << QStringList{"/l/a.avi"} << QStringList{"/l/x"} << yesYes << 2
                                 << QStringList{"uploadFolder /l/x > /r/"};
     }
@@ -214,10 +214,11 @@ private slots:
         QCOMPARE(m_engine.calls, calls);
         QCOMPARE(m_questions.size(), questions);
         for (const QString &question : qAsConst(m_questions))
-            QVERIFY2(question.startsWith("Deal user! You do not have the <a href=\"http://pages.example/register\">real "
-                                         "name authentication</a>, video files will be ignored in your upload ") &&
-                         question.endsWith("s.If you accept, please click OK."),
-                     qPrintable(question));
+            QVERIFY2(
+                question.startsWith("Deal user! You do not have the <a href=\"http://pages.example/register\">real "
+                                    "name authentication</a>, video files will be ignored in your upload ") &&
+                    question.endsWith("s.If you accept, please click OK."),
+                qPrintable(question));
     }
 
     void download()
@@ -267,7 +268,8 @@ private slots:
         wire(&dispatch);
         dispatch.StartAllTask({task("/a", 2, "2"), task("/b", 2, "1"), task("/c", 2, "2"), task("/gone", 2, "77")});
         m_engine.calls.sort();
-        QCOMPARE(m_engine.calls, QStringList({"startAll 2 /a,/c in 2", "startAll 2 /b in 1", "startAll 2 /gone in 77"}));
+        QCOMPARE(m_engine.calls,
+                 QStringList({"startAll 2 /a,/c in 2", "startAll 2 /b in 1", "startAll 2 /gone in 77"}));
         m_engine.calls.clear();
         dispatch.PauseTask(task("/a", 2, "2"));
         dispatch.CancelTask(task("/a", 2, "2"));

@@ -1,3 +1,4 @@
+#include "TransferringWidget.h"
 #include "DialogAnswers.h"
 #include "FinishedListWidget.h"
 #include "FinishedTaskModel.h"
@@ -5,7 +6,6 @@
 #include "TestSupport.h"
 #include "TransferListWidget.h"
 #include "TransferTaskModel.h"
-#include "TransferringWidget.h"
 
 #include <QApplication>
 #include <QPushButton>

@@ -14,6 +14,7 @@
 #include "TransferringWidget.h"
 
 #include <QApplication>
+#include <QLabel>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QStackedWidget>
@@ -29,7 +30,7 @@ private:
     struct Cycle
     {
         LoginService service;
-        ArkvaleTray tray{QIcon()};
+        ArkvaleTray tray{QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/icon.png"))};
         BrowserServer bridge{0, OrvClient("1", "http://127.0.0.1:1", "", "", "")};
         ArkvaleTolmaMain window{&service, &tray, &bridge, nullptr, false};
         QSignalSpy closed{&window, SIGNAL(Close())};
@@ -61,6 +62,7 @@ private slots:
     void init()
     {
         beginStrict();
+        allowMessage(QStringLiteral("systemTrayWindowChanged")); // a platform without a tray
         FakeService::instance().reset();
         FakeService::instance().setScript([](const FakeCall &call, int *code, QByteArray *body) {
             *code = 200;

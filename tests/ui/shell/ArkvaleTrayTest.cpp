@@ -10,10 +10,17 @@ class WatchedTray : public ArkvaleTray
 {
 public:
     WatchedTray()
-        : ArkvaleTray(QIcon())
+        : ArkvaleTray(picture())
     {
     }
     QStringList balloons;
+
+    static QIcon picture()
+    {
+        QPixmap pixmap(16, 16);
+        pixmap.fill(Qt::blue);
+        return QIcon(pixmap);
+    }
 
 protected:
     void showBalloon(const QString &title, const QString &text, int milliseconds) override
@@ -50,6 +57,12 @@ class ArkvaleTrayTest : public StrictTest
     }
 
 private slots:
+    void init()
+    {
+        beginStrict();
+        allowMessage(QStringLiteral("systemTrayWindowChanged")); // a platform without a tray
+    }
+
     void menu()
     {
         WatchedTray tray;
@@ -106,10 +119,9 @@ private slots:
             GlobalConfig::instance()->setState(state);
             tray.slotShowLoginMessage();
         }
-        QCOMPARE(tray.balloons,
-                 QStringList({"Message|Download task created|1000", "Message|Upload task created|1000",
-                              "File download finished|a\nb|1000", "File upload finished||1000", "Message|text|100",
-                              "Message|demo has loginned|100"}));
+        QCOMPARE(tray.balloons, QStringList({"Message|Download task created|1000", "Message|Upload task created|1000",
+                                             "File download finished|a\nb|1000", "File upload finished||1000",
+                                             "Message|text|100", "Message|demo has loginned|100"}));
     }
 };
 

@@ -38,8 +38,9 @@ private:
                 });
         connect(&transfer, &CommandLineTransfer::uploadChoiceWanted, this,
                 [&](const QString &folder) { log << QStringLiteral("choose for ") + folder; });
-        connect(&transfer, &CommandLineTransfer::problem, this,
-                [&](const QString &text) { log << QStringLiteral("problem ") + QString(text).replace(base, QString()); });
+        connect(&transfer, &CommandLineTransfer::problem, this, [&](const QString &text) {
+            log << QStringLiteral("problem ") + QString(text).replace(base, QString());
+        });
         connect(&transfer, &CommandLineTransfer::listingWanted, this, [&](const QString &folder) {
             log << QStringLiteral("list ") + folder;
             QList<FileItem> entries;
@@ -84,37 +85,42 @@ private slots:
         QTest::addColumn<QStringList>("log");
         const QStringList absent{""};
         const QString nothing = QStringLiteral("-");
-        QTest::newRow("nothing asked") << -1 << QStringList{"a"} << absent << "" << "/r" << QStringList();
-        QTest::newRow("empty lists") << 0 << absent << QStringList{"", ""} << "" << "/r" << QStringList();
-        QTest::newRow("all") << 0 << QStringList{"a", "", "", "a"} << QStringList{"d"} << "" << "/r"
-                             << QStringList{"a|d > /r/"};
+        QTest::newRow("nothing asked") << -1 << QStringList{"a"} << absent << ""
+                                       << "/r" << QStringList();
+        QTest::newRow("empty lists") << 0 << absent << QStringList{"", ""} << ""
+                                     << "/r" << QStringList();
+        QTest::newRow("all") << 0 << QStringList{"a", "", "", "a"} << QStringList{"d"} << ""
+                             << "/r" << QStringList{"a|d > /r/"};
         QTest::newRow("names of every kind") << 0 << QStringList{"line\nbreak", "quo\"te %1", "后缀"} << absent << ""
                                              << "r\\s" << QStringList{"line\nbreak,quo\"te %1,后缀| > /r/s/"};
-        QTest::newRow("others go on") << 0 << QStringList{"no %1", "a", "d/e", ".."} << QStringList{"gone"} << "" << "/r/"
+        QTest::newRow("others go on") << 0 << QStringList{"no %1", "a", "d/e", ".."} << QStringList{"gone"} << ""
+                                      << "/r/"
                                       << QStringList{"problem Not found in \"BASE\":\nno %1\nd/e\n..\ngone",
                                                      "a| > /r/"};
-        QTest::newRow("a file among the folders") << 0 << QStringList{"d"} << QStringList{"a"} << "" << "/r"
-                                                  << QStringList{"a|d > /r/"};
-        QTest::newRow("nothing there") << 0 << QStringList{"x"} << absent << "none" << "/r"
-                                       << QStringList{"problem Not found in \"none\":\nx"};
-        QTest::newRow("remote folder not named") << 0 << QStringList{"a"} << absent << "" << ""
-                                                 << QStringList{"a| > /shown/"};
-        QTest::newRow("local folder not named") << 0 << QStringList{"a"} << absent << nothing << "/r"
-                                                << QStringList{"choose for /r/"};
-        QTest::newRow("download") << 1 << QStringList{"a", "b c", ""} << QStringList{"d"} << "new/deep" << "/r"
-                                  << QStringList{"list /r/", "/r/a,/r/b c|/r/d > new/deep"};
-        QTest::newRow("download, some missing") << 1 << QStringList{"A", "a"} << QStringList{"e"} << "new" << "/r"
-                                                << QStringList{"list /r/", "problem Not found in \"/r/\":\nA\ne",
-                                                               "/r/a| > new"};
-        QTest::newRow("download, all missing") << 1 << QStringList{"x"} << absent << "never" << "/r"
-                                               << QStringList{"list /r/", "problem Not found in \"/r/\":\nx"};
-        QTest::newRow("download, target not named") << 1 << QStringList{"a"} << absent << nothing << ""
-                                                    << QStringList{"list /shown/", "/shown/a| > "};
+        QTest::newRow("a file among the folders") << 0 << QStringList{"d"} << QStringList{"a"} << ""
+                                                  << "/r" << QStringList{"a|d > /r/"};
+        QTest::newRow("nothing there") << 0 << QStringList{"x"} << absent << "none"
+                                       << "/r" << QStringList{"problem Not found in \"none\":\nx"};
+        QTest::newRow("remote folder not named") << 0 << QStringList{"a"} << absent << ""
+                                                 << "" << QStringList{"a| > /shown/"};
+        QTest::newRow("local folder not named")
+            << 0 << QStringList{"a"} << absent << nothing << "/r" << QStringList{"choose for /r/"};
+        QTest::newRow("download") << 1 << QStringList{"a", "b c", ""} << QStringList{"d"} << "new/deep"
+                                  << "/r" << QStringList{"list /r/", "/r/a,/r/b c|/r/d > new/deep"};
+        QTest::newRow("download, some missing")
+            << 1 << QStringList{"A", "a"} << QStringList{"e"} << "new"
+            << "/r" << QStringList{"list /r/", "problem Not found in \"/r/\":\nA\ne", "/r/a| > new"};
+        QTest::newRow("download, all missing") << 1 << QStringList{"x"} << absent << "never"
+                                               << "/r" << QStringList{"list /r/", "problem Not found in \"/r/\":\nx"};
+        QTest::newRow("download, target not named")
+            << 1 << QStringList{"a"} << absent << nothing << "" << QStringList{"list /shown/", "/shown/a| > "};
         QTest::newRow("download into a file")
-            << 1 << QStringList{"a", "x"} << absent << "blocked" << "/r"
+            << 1 << QStringList{"a", "x"} << absent << "blocked"
+            << "/r"
             << QStringList{"list /r/", "problem Not found in \"/r/\":\nx\nThe folder \"blocked\" cannot be written, "
                                        "nothing was downloaded."};
-        QTest::newRow("download of nothing") << 1 << absent << absent << "" << "/r" << QStringList();
+        QTest::newRow("download of nothing") << 1 << absent << absent << ""
+                                             << "/r" << QStringList();
     }
 
     void requests()
