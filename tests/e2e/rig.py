@@ -1,9 +1,11 @@
 """The rig of the end-to-end tests: a real service and the real client on this machine, and trees of files to compare."""
+import contextlib
 import hashlib
 import json
 import os
 import shutil
 import signal
+import sqlite3
 import subprocess
 import sys
 import tempfile
@@ -52,11 +54,15 @@ class Rig:
             self.service.kill()
             self.service.wait()
         if failure[0]:
+            for folder, _, files in os.walk(self.folder):
+                for name in files[:20] if "/data/centers" not in folder else ():
+                    print(f"{folder}/{name} {os.path.getsize(os.path.join(folder, name))}", file=sys.stderr)
             for name in sorted(os.listdir(self.folder)):
                 if name.endswith(".log"):
                     with open(os.path.join(self.folder, name), errors="replace") as f:
                         print(f"--- {name}\n{f.read()[-4000:]}", file=sys.stderr)
-        shutil.rmtree(self.folder, ignore_errors=True)
+        if not os.environ.get("ARKVALE_E2E_KEEP"):
+            shutil.rmtree(self.folder, ignore_errors=True)
 
     def start_service(self):
         """Starts the service on the same data, and on the same port after the first time."""
@@ -101,6 +107,17 @@ class Rig:
         with open(path, "w", encoding="utf-8") as f:
             f.write(change(text) if change else text)
         return folder
+
+    def target_speed(self, kilobytes):
+        """Sets the demo user's target speed, in KB/s, for every sub-center (without, it is 2048)."""
+        folder = os.path.join(self.home, "config", "ArkvaleTolma", "Users", "demo")
+        os.makedirs(folder, mode=0o700)
+        shutil.copy(f"{BIN}/Config/ArkvaleTolma", folder)
+        speeds = [{"SubCenterId": center, "UploadTargetSpeed": kilobytes, "DownloadTargetSpeed": kilobytes,
+                   "TransferType": "ZPDT", "TransferUpMode": "fair", "TransferDownMode": "fair"} for center in "123"]
+        with contextlib.closing(sqlite3.connect(os.path.join(folder, "ArkvaleTolma"))) as database, database:
+            database.execute('insert into tb_user_info ("key", "value") values (?, ?)',
+                             ("TargetSpeed", json.dumps(speeds)))
 
     def environment(self, config):
         env = dict(os.environ)
@@ -182,7 +199,10 @@ def listing(top):
             out[os.path.relpath(os.path.join(folder, name), top)] = ("folder",)
         for name in files:
             path = os.path.join(folder, name)
-            info = os.lstat(path)
+            try:
+                info = os.lstat(path)
+            except FileNotFoundError:
+                continue  # a file in flight that has just got its name
             out[os.path.relpath(path, top)] = ("file", info.st_size, info.st_mtime_ns // 1000000)
     return out
 

@@ -35,6 +35,7 @@ def settled(a, b):
 def trees(rig):
     """Everything odd: up in one go, down in one go; existing files are replaced and folders merged."""
     rig.start_service()
+    rig.target_speed(100000)
     source = os.path.join(rig.folder, "source")
     rigs.make_tree(f"{source}/tree")
     for name in ("a b.txt", "it's %1.bin", "\u6e32\u67d3.exr"):
@@ -64,6 +65,7 @@ def trees(rig):
 def huge(rig):
     """5 GiB up and down; the source is sparse, with marks at places where 32-bit numbers end."""
     rig.start_service()
+    rig.target_speed(4000000)
     source = os.path.join(rig.folder, "source")
     os.makedirs(source)
     size = 5 << 30
@@ -104,6 +106,7 @@ def growing(path, least):
 def service_restart(rig):
     """The service is killed in mid-upload and started again: the running client finishes by itself."""
     rig.start_service()
+    rig.target_speed(100000)
     source = big_source(rig)
     remote = os.path.join(home_of(rig), "restart")
     client = upload(rig, source, "/restart", ["big.bin"])
@@ -121,6 +124,7 @@ def service_restart(rig):
 def client_killed(rig):
     """The client is killed in mid-download; the next one asked for the same continues; an old file stays till then."""
     rig.start_service()
+    rig.target_speed(100000)
     source = big_source(rig)
     home = os.path.join(home_of(rig), "killed")
     os.makedirs(home)
