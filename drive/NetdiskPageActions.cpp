@@ -291,6 +291,10 @@ void NetdiskPage::commitRename(const FileItem &item, const QString &name)
         tell(tr("Tip"), refusal);
         return;
     }
+    if (!FileNameRules::matches(name)) {
+        showNotice(tr("A name must not begin with a dot or hold one of \\ / : * ? \" < > |"));
+        return;
+    }
     const QString dest = FileListing::parentFolder(item.path) + name;
     if (item.isFolder())
         m_server->renameFolder(item.path, dest);

@@ -39,6 +39,10 @@ void FileNameDelegate::setEditorData(QWidget *editor, const QModelIndex &index) 
         return;
     const QString name = index.data(Qt::EditRole).toString();
     edit->setProperty("oldName", name);
+    // A name that breaks the rules already could not be mended key by key under the validator; it is checked at the
+    // end.
+    if (!FileNameRules::matches(name))
+        edit->setValidator(nullptr);
     edit->setText(name);
     // The view selects the whole text right after this call; the ending is seldom what is to change.
     const int dot = name.lastIndexOf(QLatin1Char('.'));

@@ -59,7 +59,7 @@ void FileItemModelTest::followsAReferenceList()
         const int n = random.bounded(400);
         return entry(QString("/d/n%1").arg(n), n % 3 == 0, random.bounded(1000));
     };
-    for (int step = 0; step < 240; ++step) {
+    for (int step = 0; step < 160; ++step) {
         switch (random.bounded(6)) {
         case 0: { // many at once takes another road than few
             QList<FileItem> items;

@@ -130,7 +130,9 @@ private slots:
         m_codes.clear();
         m_drive = {{"/", {entry("/a", true), entry("/b.txt", false), entry("/z.zip", false, "application/zip")}},
                    {"/a/", {entry("/a/deep", true), entry("/a/Report.txt", false)}},
-                   {"/pics/", {entry("/pics/p.png", false, "image/png"), entry("/pics/q.PSD", false, "image/x")}},
+                   {"/pics/",
+                    {entry("/pics/p.png", false, "image/png"), entry("/pics/q.PSD", false, "image/x"),
+                     entry("/pics/w\"x", false)}},
                    {"/empty/", {}}};
         serve();
         m_disk = std::make_unique<QTemporaryDir>();
@@ -360,6 +362,27 @@ private slots:
         QCOMPARE(last("renameFolder").arguments, (QStringList{"/a/deep", "/a/high"}));
     }
 
+    void aNameOutsideTheRulesCanBeMended()
+    {
+        m_page->IntoFolder("/pics");
+        QTRY_COMPARE(shown().value(0), QString("p.png"));
+        for (const QString &name : {QString("w:x"), QString("wx")}) {
+            view()->select({"/pics/w\"x"});
+            m_page->Rename();
+            auto *edit = part<QLineEdit>("nameEditor");
+            edit->setSelection(1, 1);
+            QTest::keyClicks(edit, name.mid(1).chopped(1));
+            if (name == "wx")
+                QTest::keyClick(edit, Qt::Key_Delete);
+            QCOMPARE(edit->text(), name);
+            QTest::keyClick(edit, Qt::Key_Return);
+            QTRY_VERIFY(!part<QLineEdit>("nameEditor"));
+            QCoreApplication::processEvents();
+            QCOMPARE(FakeService::instance().calls("renameFile").size(), name == "wx" ? 1 : 0);
+        }
+        QTRY_COMPARE(shown().last(), QString("wx"));
+    }
+
     void removesFilesAndFoldersApart()
     {
         DialogAnswers answers;
@@ -464,7 +487,7 @@ private slots:
         QVERIFY(!offered({"/b.txt", "/z.zip"}).contains("Decompress"));
         QVERIFY(!offered({"/a"}).contains("Decompress"));
         m_page->IntoFolder("/pics");
-        QTRY_COMPARE(shown(), (QStringList{"p.png", "q.PSD"}));
+        QTRY_COMPARE(shown(), (QStringList{"p.png", "q.PSD", "w\"x"}));
         QVERIFY(!offered({"/pics/p.png"}).contains("Preview(&P)")); // there is no viewer
         view()->setPreviewAvailable(true);
         QCOMPARE(offered({"/pics/p.png"}).at(4), QString("Preview(&P)"));
