@@ -14,6 +14,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QTimer>
 #include <QVBoxLayout>
@@ -98,6 +99,7 @@ QWidget *TransferringWidget::buildTab(const QString &name, QWidget *list, const 
     tab->setObjectName(name);
     auto *bar = new QHBoxLayout;
     bar->setContentsMargins(12, 10, 12, 6);
+    bar->setSpacing(8);
     for (QPushButton *entry : buttons)
         bar->addWidget(entry);
     bar->addStretch();
@@ -117,6 +119,7 @@ void TransferringWidget::buildTabs()
     m_tabs = new QTabWidget(this);
     m_tabs->setObjectName(QStringLiteral("tabwid_transfer"));
     m_tabs->setDocumentMode(true);
+    m_tabs->tabBar()->setDrawBase(false);
     for (TransferListWidget *list : {m_uploads, m_downloads}) {
         const QString suffix = list == m_uploads ? QStringLiteral("upload") : QStringLiteral("download");
         m_startAll << button(QStringLiteral("btn_start_all_") + suffix);

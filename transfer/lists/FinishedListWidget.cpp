@@ -59,7 +59,7 @@ FinishedListWidget::FinishedListWidget(QWidget *parent)
     header->setSectionResizeMode(FinishedTaskModel::NameColumn, QHeaderView::Stretch);
     header->resizeSection(FinishedTaskModel::SizeColumn, 90);
     header->resizeSection(FinishedTaskModel::CenterColumn, 110);
-    header->resizeSection(FinishedTaskModel::TimeColumn, 130);
+    header->resizeSection(FinishedTaskModel::TimeColumn, 165);
     header->resizeSection(FinishedTaskModel::ResultColumn, 220);
     header->resizeSection(FinishedTaskModel::ActionColumn, 96);
 
