@@ -11,4 +11,8 @@ FileResult preallocate(SafeFile &file, std::uint64_t size);
 /// Starts to write out what the system holds back of the file, without waiting for it.
 void startWriteback(SafeFile &file);
 
+/// Brings everything that was written to the volume of the file to the disk, closed files included. False where that
+/// cannot be done, or failed.
+bool syncVolume(const SafeFile &file);
+
 } // namespace zpdt

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <unistd.h>
 
 namespace zpdt {
 
@@ -27,6 +28,16 @@ void startWriteback(SafeFile &file)
     (void)sync_file_range(static_cast<int>(file.native()), 0, 0, SYNC_FILE_RANGE_WRITE);
 #else
     (void)file;
+#endif
+}
+
+bool syncVolume(const SafeFile &file)
+{
+#ifdef __linux__
+    return syncfs(static_cast<int>(file.native())) == 0;
+#else
+    (void)file;
+    return false;
 #endif
 }
 

@@ -16,4 +16,9 @@ FileResult preallocate(SafeFile &file, std::uint64_t size)
 
 void startWriteback(SafeFile &) {}
 
+bool syncVolume(const SafeFile &)
+{
+    return false;
+}
+
 } // namespace zpdt

@@ -14,8 +14,11 @@ struct Written
     SafeFolder folder;
     std::string leaf;
     std::string cache;
-    SafeFile file;
+    bool good = false;
 };
+
+/// From here on one sync of the whole volume is cheaper than one for each file.
+constexpr std::size_t kManyFiles = 4;
 
 bool intact(const SmallFile &small)
 {
@@ -28,20 +31,27 @@ bool intact(const SmallFile &small)
     return whole.digest() == small.whole;
 }
 
-FileResult writeOne(TargetTree &tree, const SmallFile &small, Written &written)
+FileResult writeOne(TargetTree &tree, const SmallFile &small, Written &written, SafeFile &file)
 {
     FileResult result = tree.parentOf(small.path, written.folder, written.leaf);
     if (!result.ok())
         return result;
     written.cache = cacheNameOf(written.leaf);
-    result = written.folder.openWrite(written.cache, {true, false, true}, written.file);
+    result = written.folder.openWrite(written.cache, {true, false, true}, file);
     if (result.ok() && !small.data.empty())
-        result = written.file.writeAt(0, small.data.data(), small.data.size());
+        result = file.writeAt(0, small.data.data(), small.data.size());
     if (result.ok())
-        result = written.file.setModified(small.modifiedMs * kNsPerMs);
-    if (result.ok())
-        startWriteback(written.file);
+        result = file.setModified(small.modifiedMs * kNsPerMs);
     return result;
+}
+
+FileResult syncOne(const Written &written)
+{
+    SafeFile file;
+    FileResult result = written.folder.openWrite(written.cache, {false, false, false}, file);
+    if (result.ok())
+        result = file.sync();
+    return result.ok() ? file.close() : result;
 }
 
 } // namespace
@@ -53,10 +63,11 @@ std::vector<SmallFileResult> storeSmallFiles(TargetTree &tree, const std::vector
     const auto failed = [&](std::size_t i, const FileResult &result) {
         results[i].error = errorOf(result);
         results[i].text = result.message();
-        written[i].file.close();
+        written[i].good = false;
         if (!written[i].cache.empty())
             (void)written[i].folder.removeFile(written[i].cache);
     };
+    SafeFile last; ///< stands for the volume
     for (std::size_t i = 0; i < files.size(); ++i) {
         results[i].no = files[i].no;
         results[i].size = files[i].data.size();
@@ -64,18 +75,29 @@ std::vector<SmallFileResult> storeSmallFiles(TargetTree &tree, const std::vector
             results[i].damaged = true;
             continue;
         }
-        const FileResult result = writeOne(tree, files[i], written[i]);
+        // Kept open no longer than needed: a batch has more files than a process has descriptors.
+        SafeFile file;
+        FileResult result = writeOne(tree, files[i], written[i], file);
+        if (result.ok() && files.size() < kManyFiles)
+            result = file.sync();
+        else if (result.ok() && !last.isOpen())
+            last = std::move(file);
+        if (result.ok() && file.isOpen())
+            result = file.close();
+        written[i].good = result.ok();
         if (!result.ok())
             failed(i, result);
     }
+    const bool synced = files.size() < kManyFiles || (last.isOpen() && syncVolume(last));
+    last.close();
     std::vector<SafeFolder> folders;
     std::string lastParent;
     for (std::size_t i = 0; i < files.size(); ++i) {
-        if (!written[i].file.isOpen())
+        if (!written[i].good)
             continue;
-        FileResult result = written[i].file.sync();
-        if (result.ok())
-            result = written[i].file.close();
+        FileResult result;
+        if (!synced)
+            result = syncOne(written[i]);
         if (result.ok())
             result = tree.putInPlace(written[i].folder, written[i].cache, written[i].leaf, files[i].data.size(),
                                      results[i].item.created);

@@ -9,7 +9,7 @@ namespace zpdt {
 
 namespace {
 
-constexpr std::size_t kBatchFiles = 128;
+constexpr std::size_t kBatchFiles = 512;
 constexpr std::size_t kBatchBytes = 4u << 20;
 constexpr std::size_t kMostSmallJobs = 2;
 constexpr unsigned kMostDamaged = 5;

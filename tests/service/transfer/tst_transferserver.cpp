@@ -1,0 +1,268 @@
+#include "TestSupport.h"
+#include "TransferLoop.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using zpdt::ConnectionState;
+using zpdt::Direction;
+using zpdt::Error;
+
+/// Pausing, cancelling, refusing, stopping, and clients that send rubbish.
+class TransferServerTest : public StrictTest
+{
+    Q_OBJECT
+
+private slots:
+    void pausedAndResumed_data();
+    void pausedAndResumed();
+    void stoppedService();
+    void refusedTickets();
+    void wrongCertificate();
+    void rubbishBesideATransfer();
+    void rate_data();
+    void rate();
+    void quotaAndExcluded();
+};
+
+namespace {
+constexpr int kMiB = 1 << 20;
+}
+
+void TransferServerTest::pausedAndResumed_data()
+{
+    QTest::addColumn<bool>("upload");
+    QTest::addColumn<bool>("cancel");
+    QTest::newRow("upload, paused") << true << false;
+    QTest::newRow("download, paused") << false << false;
+    QTest::newRow("upload, cancelled") << true << true;
+    QTest::newRow("download, cancelled") << false << true;
+}
+
+void TransferServerTest::pausedAndResumed()
+{
+    QFETCH(bool, upload);
+    QFETCH(bool, cancel);
+    TransferLoop loop;
+    loop.startServer();
+    loop.connect();
+    const QByteArray bytes = noise(24 * kMiB, 1);
+    writeFile((upload ? loop.local() : loop.home() + "/in") + "/f", bytes);
+    const QString target = upload ? loop.home() + "/in/f" : loop.local() + "/out/f";
+    writeFile(target, "the old one");
+    // Slow enough that the middle is not missed.
+    loop.connection().setRate(upload ? Direction::Upload : Direction::Download, 40 * kMiB);
+    StreamLog log;
+    const auto stream =
+        upload ? loop.start(loop.uploadRequest({"f"}), log) : loop.start(loop.downloadRequest({"f"}), log);
+    QVERIFY(loop.wait([&] { return log.lastProgress.bytes >= 6 * kMiB; }));
+    if (cancel)
+        stream->cancel();
+    else
+        stream->pause();
+    QVERIFY(loop.wait([&] { return log.ended; }));
+    QCOMPARE(log.result.error, Error::Cancelled);
+    QFile old(target);
+    QVERIFY(old.open(QIODevice::ReadOnly));
+    QCOMPARE(old.readAll(), QByteArray("the old one"));
+    const QString cache = target + ".ZPDT.cache";
+    if (cancel) {
+        QTRY_VERIFY(!QFile::exists(cache));
+        return;
+    }
+    QVERIFY(QFile::exists(cache));
+    const quint64 confirmed = log.result.progress.bytes;
+    loop.connection().setRate(upload ? Direction::Upload : Direction::Download, 0);
+    StreamLog first;
+    bool seen = false;
+    quint64 startedAt = 0;
+    loop.onStep = [&] {
+        if (!seen && first.lastProgress.bytes > 0) {
+            seen = true;
+            startedAt = first.lastProgress.bytes;
+        }
+    };
+    auto again = loop.uploadRequest({"f"});
+    again.resumed = true;
+    auto againDown = loop.downloadRequest({"f"});
+    againDown.resumed = true;
+    const auto second = upload ? loop.start(again, first) : loop.start(againDown, first);
+    QVERIFY(loop.wait([&] { return first.ended; }));
+    loop.onStep = nullptr;
+    QCOMPARE(first.result.error, Error::None);
+    QVERIFY2(startedAt >= confirmed, "confirmed blocks were not kept");
+    QFile file(target);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(file.readAll() == bytes);
+    QVERIFY(!QFile::exists(cache));
+    QCOMPARE(first.ends, 1);
+    // A handle does nothing after the end.
+    stream->cancel();
+    second->pause();
+}
+
+void TransferServerTest::stoppedService()
+{
+    TransferLoop loop;
+    loop.startServer();
+    loop.connect();
+    const quint16 port = loop.server().port();
+    writeFile(loop.local() + "/f", noise(20 * kMiB, 1));
+    loop.connection().setRate(Direction::Upload, 40 * kMiB);
+    StreamLog log;
+    const auto stream = loop.start(loop.uploadRequest({"f"}), log);
+    QVERIFY(loop.wait([&] { return log.lastProgress.bytes >= 4 * kMiB; }));
+    const std::string fingerprint = loop.server().fingerprint();
+    loop.stopServer();
+    QVERIFY(loop.wait([&] { return log.ended && loop.state == ConnectionState::Closed; }));
+    QCOMPARE(log.result.error, Error::Network);
+    QCOMPARE(loop.stateError, Error::Network);
+    QVERIFY(!QFile::exists(loop.home() + "/in/f"));
+    // A stream on the closed connection ends as well, and says so.
+    QCOMPARE(loop.upload({"f"}).result.error, Error::Network);
+    loop.startServer(port);
+    QCOMPARE(loop.server().fingerprint(), fingerprint);
+    loop.connect();
+    QCOMPARE(loop.upload({"f"}, true).result.error, Error::None);
+    QCOMPARE(snapshot(loop.home() + "/in").value("f"), snapshot(loop.local()).value("f"));
+}
+
+void TransferServerTest::refusedTickets()
+{
+    TransferLoop loop;
+    loop.startServer();
+    loop.connect();
+    writeFile(loop.local() + "/f", "bytes");
+    zpdt::UploadRequest used = loop.uploadRequest({"f"});
+    StreamLog first, second, unknown, otherWay, outside;
+    loop.start(used, first);
+    QVERIFY(loop.wait([&] { return first.ended; }));
+    QCOMPARE(first.result.error, Error::None);
+    loop.start(used, second);
+    zpdt::UploadRequest request = loop.uploadRequest({"f"});
+    request.ticket = "nonsense";
+    loop.start(request, unknown);
+    zpdt::DownloadRequest down = loop.downloadRequest({"f"});
+    down.ticket = loop.ticket(Direction::Upload, "in");
+    loop.start(down, otherWay);
+    QVERIFY(loop.wait([&] { return second.ended && unknown.ended && otherWay.ended; }));
+    for (const StreamLog *log : {&second, &unknown, &otherWay})
+        QCOMPARE(log->result.error, Error::Refused);
+    // A ticket's folder that leads out of the home is refused however it came about.
+    loop.start(loop.uploadRequest({"f"}, "../elsewhere"), outside);
+    QVERIFY(loop.wait([&] { return outside.ended; }));
+    QCOMPARE(outside.result.error, Error::BadName);
+    // The connection is as good as before.
+    QCOMPARE(loop.upload({"f"}).result.error, Error::None);
+    // Whoever tries tickets is thrown out.
+    for (int i = 0; i < 8; ++i) {
+        request.ticket = "guess";
+        StreamLog guess;
+        loop.start(request, guess);
+        QVERIFY(loop.wait([&] { return guess.ended; }));
+    }
+    QVERIFY(loop.wait([&] { return loop.state == ConnectionState::Closed; }));
+    QCOMPARE(loop.stateError, Error::Refused);
+}
+
+void TransferServerTest::wrongCertificate()
+{
+    TransferLoop loop;
+    loop.startServer();
+    loop.connect(0, QString(64, 'a'));
+    writeFile(loop.local() + "/f", "bytes");
+    const StreamLog log = loop.upload({"f"});
+    QCOMPARE(log.result.error, Error::Refused);
+    QVERIFY(!log.opened);
+    QVERIFY(loop.wait([&] { return loop.stateError != Error::None; }));
+    QCOMPARE(loop.stateError, Error::Refused);
+    struct stat key;
+    QCOMPARE(stat(QFile::encodeName(loop.local() + "/../transfer.pem").constData(), &key), 0);
+    QCOMPARE(int(key.st_mode & 0777), 0600);
+}
+
+void TransferServerTest::rubbishBesideATransfer()
+{
+    TransferLoop loop;
+    loop.startServer();
+    loop.connect();
+    // Half-open handshakes, and rubbish instead of them; more than one address may have.
+    std::vector<int> sockets;
+    for (int i = 0; i < 80; ++i) {
+        const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(loop.server().port());
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        QCOMPARE(::connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof(address)), 0);
+        const QByteArray rubbish = noise(2000, quint32(i));
+        if (i % 2)
+            (void)::send(fd, rubbish.constData(), std::size_t(rubbish.size()), MSG_NOSIGNAL);
+        sockets.push_back(fd);
+    }
+    writeFile(loop.local() + "/f", noise(3 * kMiB, 1));
+    QCOMPARE(loop.upload({"f"}).result.error, Error::None);
+    QCOMPARE(snapshot(loop.home() + "/in").value("f"), snapshot(loop.local()).value("f"));
+    // What sent rubbish, and what came above the limit, has been closed.
+    int closed = 0;
+    for (int fd : sockets) {
+        char byte;
+        closed += recv(fd, &byte, 1, MSG_DONTWAIT) >= 0 || errno == ECONNRESET;
+        close(fd);
+    }
+    QVERIFY2(closed >= 40, qPrintable(QString::number(closed)));
+}
+
+void TransferServerTest::rate_data()
+{
+    QTest::addColumn<bool>("upload");
+    QTest::newRow("upload") << true;
+    QTest::newRow("download") << false;
+}
+
+void TransferServerTest::rate()
+{
+    QFETCH(bool, upload);
+    TransferLoop loop;
+    loop.startServer();
+    loop.connect();
+    loop.connection().setRate(upload ? Direction::Upload : Direction::Download, 3 * kMiB);
+    writeFile((upload ? loop.local() : loop.home() + "/in") + "/f", noise(4 * kMiB, 1));
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE((upload ? loop.upload({"f"}) : loop.download({"f"})).result.error, Error::None);
+    // At least the time that the rate asks for, and not much more; a busy machine may add to it.
+    QVERIFY2(timer.elapsed() > 1200 && timer.elapsed() < 4000, qPrintable(QString::number(timer.elapsed())));
+}
+
+void TransferServerTest::quotaAndExcluded()
+{
+    TransferLoop loop;
+    loop.startServer();
+    loop.connect();
+    writeFile(loop.local() + "/d/film.mp4", "film");
+    writeFile(loop.local() + "/d/text.txt", "text");
+    writeFile(loop.local() + "/alone.mp4", "film");
+    zpdt::UploadRequest request = loop.uploadRequest({"d", "alone.mp4"});
+    request.excludedSuffixes = {".mp4"};
+    StreamLog log;
+    loop.start(request, log);
+    QVERIFY(loop.wait([&] { return log.ended; }));
+    QCOMPARE(log.result.error, Error::None);
+    // Inside folders alone.
+    QCOMPARE(snapshot(loop.home() + "/in").keys(), (QStringList{"alone.mp4", "d", "d/text.txt"}));
+    QCOMPARE(log.totals.files, std::uint64_t(2));
+    loop.quotaFree = [] { return quint64(kMiB); };
+    writeFile(loop.local() + "/big", noise(2 * kMiB, 1));
+    QCOMPARE(loop.upload({"big"}).result.error, Error::NoSpace);
+    QCOMPARE(snapshot(loop.home() + "/in").keys(), (QStringList{"alone.mp4", "d", "d/text.txt"}));
+}
+
+ARKVALE_GUILESS_TEST(TransferServerTest)
+#include "tst_transferserver.moc"
