@@ -14,7 +14,12 @@ public:
     BodyInflater();
     ~BodyInflater();
 
-    enum Result { Good, Broken, TooMuch };
+    enum Result
+    {
+        Good,
+        Broken,
+        TooMuch
+    };
     /// Appends what @p packed unpacks to, until @p out holds more than @p limit bytes.
     Result unpack(const QByteArray &packed, QByteArray *out, qint64 limit);
     /// True once the packed data has ended as it should.

@@ -60,7 +60,9 @@ void ProgramTest::refusedCommandLines()
     QVERIFY(program.waitForFinished(20000));
     QCOMPARE(program.exitStatus(), QProcess::NormalExit);
     QCOMPARE(program.exitCode(), code);
-    QCOMPARE(!program.readAllStandardError().isEmpty(), tells);
+    // A sanitizer may add lines of its own; the parser names the option.
+    const QByteArray told = program.readAllStandardError();
+    QVERIFY2(told.contains(arguments.first().mid(1).toUtf8()) == tells, told.constData());
 }
 
 void ProgramTest::endsOnSignal_data()
