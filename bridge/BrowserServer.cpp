@@ -40,7 +40,7 @@ BrowserServer::~BrowserServer()
     if (m_running)
         Stop();
     // What remains are pages that have not taken note of the close yet; they must not report to a bridge that is gone.
-    const QList<QWebSocket *> open = m_clients + findChildren<QWebSocket *>();
+    const QList<QWebSocket *> open = findChildren<QWebSocket *>();
     for (QWebSocket *client : open)
         client->disconnect(this);
 }
@@ -106,6 +106,8 @@ void BrowserServer::setReady(bool ready)
 void BrowserServer::onNewConnection()
 {
     while (QWebSocket *client = m_server->nextPendingConnection()) {
+        // Accepted connections have no owner; those still open at the end go with the bridge.
+        client->setParent(this);
         if (m_clients.size() >= kMostClients) {
             connect(client, &QWebSocket::disconnected, client, &QObject::deleteLater);
             client->close(QWebSocketProtocol::CloseCodePolicyViolated, QStringLiteral("too many connections"));
