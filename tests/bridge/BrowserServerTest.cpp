@@ -4,7 +4,7 @@
 #include "GlobalConfig.h"
 #include "TestSupport.h"
 
-#include <QApplication>
+#include <QCoreApplication>
 #include <QHostAddress>
 #include <QSignalSpy>
 #include <QTcpServer>
@@ -267,5 +267,5 @@ private slots:
     }
 };
 
-ARKVALE_WIDGET_TEST(BrowserServerTest)
+ARKVALE_GUILESS_TEST(BrowserServerTest)
 #include "BrowserServerTest.moc"
