@@ -192,8 +192,10 @@ void NetdiskPage::SlotFolderChanged()
 {
     const NavigationEntry &place = m_server->current();
     if (inSearch()) {
-        m_address->setTitle(place.title + QLatin1String(": ") + place.keyword);
-        emit sigTitleChanged(place.title);
+        // Not the place's own title, which is in the language of the time of the search.
+        const QString title = NetDiskServer::tr("Search Result");
+        m_address->setTitle(title + QLatin1String(": ") + place.keyword);
+        emit sigTitleChanged(title);
         return;
     }
     m_address->setPath(place.path);
@@ -343,6 +345,12 @@ void NetdiskPage::ChangeShowMode(int index)
 {
     const bool toIcons = index < 0 ? m_view->showMode() == FileWidget::ListMode : index == 1;
     m_view->setShowMode(toIcons ? FileWidget::IconMode : FileWidget::ListMode);
+    showMode();
+}
+
+void NetdiskPage::showMode()
+{
+    const bool toIcons = m_view->showMode() == FileWidget::IconMode;
     m_mode->setText(toIcons ? tr("Icon") : tr("List"));
     m_mode->setAccessibleName(m_mode->text());
     m_mode->setToolTip(toIcons ? tr("Switch to list mode") : tr("Switch to icon mode"));
@@ -352,10 +360,16 @@ void NetdiskPage::ChangeShowMode(int index)
 
 void NetdiskPage::changeTransferStatus(int state)
 {
-    m_status->setText(state == 1   ? tr("Adding to the transfer list...")
-                      : state == 2 ? tr("Tasks is running...")
-                                   : QString());
+    m_transferState = state;
+    showTransferStatus();
     emit ChangeTransferStatus(state);
+}
+
+void NetdiskPage::showTransferStatus()
+{
+    m_status->setText(m_transferState == 1   ? tr("Adding to the transfer list...")
+                      : m_transferState == 2 ? tr("Tasks is running...")
+                                             : QString());
 }
 
 void NetdiskPage::changeSortType(const QString &type)

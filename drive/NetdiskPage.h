@@ -119,6 +119,7 @@ protected:
     virtual QStringList askLocalPaths(QWidget *owner);
     virtual QString askTargetFolder(const QString &startFolder);
     void timerEvent(QTimerEvent *event) override;
+    void changeEvent(QEvent *event) override;
 
 private:
     void buildToolbar(QWidget *toolbar);
@@ -126,6 +127,9 @@ private:
     void connectServer();
     void connectViews();
     void addShortcuts();
+    void retranslate();
+    void showMode();
+    void showTransferStatus();
     void showNotice(const QString &text);
     /// A modal notice or question; false also when the page went away meanwhile.
     bool ask(const QString &title, const QString &text, const QString &okText = QString());
@@ -158,4 +162,5 @@ private:
     QBasicTimer m_noticeTimer;
     int m_folders = 0;
     int m_files = 0;
+    int m_transferState = 0;
 };

@@ -4,6 +4,7 @@
 #include "FileWidget.h"
 
 #include <QAction>
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -19,16 +20,12 @@ QIcon iconOf(const char *name)
     return QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/%1.svg").arg(QLatin1String(name)));
 }
 
-QToolButton *toolButton(QWidget *parent, const char *objectName, const char *icon, const QString &text,
-                        const QString &hint, bool withText)
+QToolButton *toolButton(QWidget *parent, const char *objectName, const char *icon, bool withText)
 {
     auto *button = new QToolButton(parent);
     button->setObjectName(QLatin1String(objectName));
     button->setIcon(iconOf(icon));
     button->setIconSize(QSize(18, 18));
-    button->setText(text);
-    button->setToolTip(hint.isEmpty() ? text : hint);
-    button->setAccessibleName(text);
     button->setAutoRaise(true);
     button->setFocusPolicy(Qt::TabFocus);
     button->setToolButtonStyle(withText ? Qt::ToolButtonTextBesideIcon : Qt::ToolButtonIconOnly);
@@ -39,24 +36,19 @@ QToolButton *toolButton(QWidget *parent, const char *objectName, const char *ico
 
 void NetdiskPage::buildToolbar(QWidget *toolbar)
 {
-    m_upload = toolButton(toolbar, "uploadButton", "upload", tr("Upload"), {}, true);
-    auto *download = toolButton(toolbar, "downloadButton", "download", tr("Download"), {}, true);
-    m_newFolder = toolButton(toolbar, "newFolderButton", "newfolder", tr("New Folder"),
-                             tr("New Folder") + QLatin1String(" (Ctrl+Shift+N)"), true);
-    auto *remove =
-        toolButton(toolbar, "deleteButton", "delete", tr("Delete"), tr("Delete") + QLatin1String(" (Del)"), true);
-    auto *rename =
-        toolButton(toolbar, "renameButton", "rename", tr("Rename"), tr("Rename") + QLatin1String(" (F2)"), true);
-    m_mode = toolButton(toolbar, "modeButton", "list", tr("List"), tr("Switch to icon mode"), true);
+    m_upload = toolButton(toolbar, "uploadButton", "upload", true);
+    auto *download = toolButton(toolbar, "downloadButton", "download", true);
+    m_newFolder = toolButton(toolbar, "newFolderButton", "newfolder", true);
+    auto *remove = toolButton(toolbar, "deleteButton", "delete", true);
+    auto *rename = toolButton(toolbar, "renameButton", "rename", true);
+    m_mode = toolButton(toolbar, "modeButton", "list", true);
     m_search = new QLineEdit(toolbar);
     m_search->setObjectName(QStringLiteral("searchEdit"));
-    m_search->setPlaceholderText(tr("Search"));
-    m_search->setAccessibleName(tr("Search"));
     m_search->setClearButtonEnabled(true);
     m_search->setMaximumWidth(240);
     m_search->setMinimumWidth(120);
     auto *searchButton = m_search->addAction(iconOf("search"), QLineEdit::LeadingPosition);
-    searchButton->setToolTip(tr("Search"));
+    searchButton->setObjectName(QStringLiteral("searchAction"));
 
     auto *layout = new QHBoxLayout(toolbar);
     layout->setContentsMargins(10, 6, 10, 6);
@@ -94,12 +86,10 @@ void NetdiskPage::buildLayout()
 
     auto *places = new QWidget(this);
     places->setObjectName(QStringLiteral("netdiskPlaces"));
-    m_back = toolButton(places, "backButton", "back", tr("Back"), tr("Back") + QLatin1String(" (Alt+Left)"), false);
-    m_forward = toolButton(places, "forwardButton", "forward", tr("Forward"),
-                           tr("Forward") + QLatin1String(" (Alt+Right)"), false);
-    auto *home = toolButton(places, "homeButton", "home", tr("Home"), {}, false);
-    auto *refresh =
-        toolButton(places, "refreshButton", "refresh", tr("Refresh"), tr("Refresh") + QLatin1String(" (F5)"), false);
+    m_back = toolButton(places, "backButton", "back", false);
+    m_forward = toolButton(places, "forwardButton", "forward", false);
+    auto *home = toolButton(places, "homeButton", "home", false);
+    auto *refresh = toolButton(places, "refreshButton", "refresh", false);
     m_address = new AddressBar(places);
     auto *placesLayout = new QHBoxLayout(places);
     placesLayout->setContentsMargins(10, 6, 10, 6);
@@ -130,7 +120,6 @@ void NetdiskPage::buildLayout()
     m_storageBar->setRange(0, 100);
     m_storageBar->setTextVisible(false);
     m_storageBar->setFixedSize(120, 6);
-    m_storageBar->setAccessibleName(tr("Storage used"));
     m_storage = new QLabel(bottom);
     m_storage->setObjectName(QStringLiteral("storageText"));
     auto *bottomLayout = new QHBoxLayout(bottom);
@@ -156,6 +145,50 @@ void NetdiskPage::buildLayout()
     connect(m_forward, &QToolButton::clicked, this, &NetdiskPage::Forward);
     connect(home, &QToolButton::clicked, this, &NetdiskPage::IntoHome);
     connect(refresh, &QToolButton::clicked, this, &NetdiskPage::Refresh);
+    retranslate();
+}
+
+void NetdiskPage::retranslate()
+{
+    const struct
+    {
+        const char *name;
+        QString text;
+        const char *keys;
+    } buttons[] = {
+        {"uploadButton", tr("Upload"), ""},
+        {"downloadButton", tr("Download"), ""},
+        {"newFolderButton", tr("New Folder"), " (Ctrl+Shift+N)"},
+        {"deleteButton", tr("Delete"), " (Del)"},
+        {"renameButton", tr("Rename"), " (F2)"},
+        {"backButton", tr("Back"), " (Alt+Left)"},
+        {"forwardButton", tr("Forward"), " (Alt+Right)"},
+        {"homeButton", tr("Home"), ""},
+        {"refreshButton", tr("Refresh"), " (F5)"},
+    };
+    for (const auto &entry : buttons) {
+        auto *button = findChild<QToolButton *>(QLatin1String(entry.name));
+        button->setText(entry.text);
+        button->setToolTip(entry.text + QLatin1String(entry.keys));
+        button->setAccessibleName(entry.text);
+    }
+    m_search->setPlaceholderText(tr("Search"));
+    m_search->setAccessibleName(tr("Search"));
+    m_search->findChild<QAction *>(QStringLiteral("searchAction"))->setToolTip(tr("Search"));
+    m_storageBar->setAccessibleName(tr("Storage used"));
+    showMode();
+    showTransferStatus();
+    RefreshItemCount();
+}
+
+void NetdiskPage::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange) {
+        retranslate();
+        if (inSearch())
+            SlotFolderChanged();
+    }
+    QWidget::changeEvent(event);
 }
 
 void NetdiskPage::addShortcuts()

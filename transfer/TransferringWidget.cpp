@@ -12,11 +12,13 @@
 
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTimer>
+#include <QTreeView>
 #include <QVBoxLayout>
 
 namespace {
@@ -206,6 +208,12 @@ void TransferringWidget::retranslate()
     }
     m_clearAll->setText(tr("Clear All"));
     RefreshTaskCount();
+    OnConnectionInfoChanged(m_connections);
+    // Rows and column heads take their words anew when they are painted.
+    for (QTreeView *view : findChildren<QTreeView *>()) {
+        view->header()->viewport()->update();
+        view->viewport()->update();
+    }
 }
 
 void TransferringWidget::changeEvent(QEvent *event)
@@ -417,6 +425,7 @@ void TransferringWidget::OnConnectionInfoChanged(QList<ZpdtConnectionInfo> conne
 {
     QStringList lost;
     QString reasons;
+    m_connections = connections;
     for (const ZpdtConnectionInfo &connection : qAsConst(connections)) {
         if (connection.state == ZpdtConnectionInfo::Connected)
             continue;

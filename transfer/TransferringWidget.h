@@ -102,6 +102,7 @@ private:
     QList<QPushButton *> m_cancelAll;
     QPushButton *m_clearAll = nullptr;
     QLabel *m_connectionNotice = nullptr;
+    QList<ZpdtConnectionInfo> m_connections;
     MsgDlg *m_storageNotice = nullptr;
     MsgDlg *m_existNotice = nullptr;
     qint64 m_uploadCount = 0;

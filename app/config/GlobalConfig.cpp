@@ -4,6 +4,8 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QLibraryInfo>
+#include <QLocale>
 #include <QMutexLocker>
 #include <QTranslator>
 
@@ -72,6 +74,16 @@ void GlobalConfig::loadTranslators()
                 delete translator;
             break;
         }
+    }
+    // The toolkit's own texts, such as the buttons of its dialogs. They go first: of two translators the one that was
+    // installed later is asked first. They do not make a language of their own.
+    const QString folder = QLibraryInfo::location(QLibraryInfo::TranslationsPath);
+    for (auto it = m_data->translators.begin(); it != m_data->translators.end(); ++it) {
+        auto *toolkit = new QTranslator(this);
+        if (toolkit->load(QStringLiteral("qtbase_") + QLocale(it.key()).name(), folder))
+            it.value().prepend(toolkit);
+        else
+            delete toolkit;
     }
 }
 

@@ -262,7 +262,9 @@ void LoginCycle::tearDown()
 
 void LoginCycle::removeTranslators()
 {
-    for (QTranslator *translator : qAsConst(m_translators))
+    // Those of the language that the person changed to in the main window, too.
+    const QList<QTranslator *> translators = m_translators + m_config->translators();
+    for (QTranslator *translator : translators)
         m_application->removeTranslator(translator);
     m_translators.clear();
 }

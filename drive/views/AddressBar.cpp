@@ -21,7 +21,6 @@ constexpr int SeparatorWidth = 14;
 
 AddressBar::AddressBar(QWidget *parent)
     : QFrame(parent)
-    , m_rootName(tr("All Files"))
     , m_path(QStringLiteral("/"))
     , m_edit(new QLineEdit(this))
     , m_titleLabel(new QLabel(this))
@@ -34,13 +33,12 @@ AddressBar::AddressBar(QWidget *parent)
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 
     m_edit->setObjectName(QStringLiteral("addressEdit"));
-    m_edit->setAccessibleName(tr("Path"));
     m_edit->setFrame(false);
     m_edit->hide();
     m_edit->installEventFilter(this);
     auto *search =
         m_edit->addAction(QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/search.svg")), QLineEdit::TrailingPosition);
-    search->setToolTip(tr("Search"));
+    search->setObjectName(QStringLiteral("addressSearch"));
     connect(search, &QAction::triggered, this, &AddressBar::OnSearch);
     connect(m_edit, &QLineEdit::returnPressed, this, &AddressBar::HandleReturn);
 
@@ -52,8 +50,6 @@ AddressBar::AddressBar(QWidget *parent)
     m_fold->setText(QStringLiteral("\u2026"));
     m_fold->setAutoRaise(true);
     m_fold->setCursor(Qt::ArrowCursor);
-    m_fold->setAccessibleName(tr("Hidden folders"));
-    m_fold->setToolTip(tr("Hidden folders"));
     m_fold->setPopupMode(QToolButton::InstantPopup);
     m_fold->setMenu(m_foldMenu);
     // A deep path may hold more folders than the screen has lines.
@@ -63,13 +59,29 @@ AddressBar::AddressBar(QWidget *parent)
 
     const int line = fontMetrics().height();
     setFixedHeight(qMax(34, line + 16));
-    rebuild();
+    retranslate();
 }
 
 void AddressBar::setRootName(const QString &name)
 {
-    m_rootName = name.isEmpty() ? tr("All Files") : name;
+    m_rootName = name;
     rebuild();
+}
+
+void AddressBar::retranslate()
+{
+    m_edit->setAccessibleName(tr("Path"));
+    m_edit->findChild<QAction *>(QStringLiteral("addressSearch"))->setToolTip(tr("Search"));
+    m_fold->setAccessibleName(tr("Hidden folders"));
+    m_fold->setToolTip(tr("Hidden folders"));
+    rebuild();
+}
+
+void AddressBar::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    QFrame::changeEvent(event);
 }
 
 void AddressBar::setPath(const QString &path)
@@ -126,7 +138,7 @@ void AddressBar::rebuild()
             separator->setAlignment(Qt::AlignCenter);
             m_separators.append(separator);
         };
-        addCrumb(m_rootName, path);
+        addCrumb(m_rootName.isEmpty() ? tr("All Files") : m_rootName, path);
         for (const QString &name : m_path.split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
             path += name + QLatin1Char('/');
             addCrumb(name, path);

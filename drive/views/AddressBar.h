@@ -39,11 +39,13 @@ signals:
     void sigSearch(const QString &keyword);
 
 protected:
+    void changeEvent(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    void retranslate();
     void rebuild();
     void layoutCrumbs();
     void stopEditing();

@@ -12,7 +12,7 @@ EmptyFolderPanel::EmptyFolderPanel(QWidget *parent)
     : QFrame(parent)
     , m_title(new QLabel(this))
     , m_text(new QLabel(this))
-    , m_upload(new QPushButton(tr("Upload"), this))
+    , m_upload(new QPushButton(this))
 {
     setObjectName(QStringLiteral("emptyFolder"));
     setAcceptDrops(true);
@@ -45,7 +45,15 @@ void EmptyFolderPanel::setSearchResult(bool search)
     m_title->setText(search ? tr("Nothing found") : tr("large space"));
     m_text->setText(search ? tr("No file or folder of the drive has a name like that.")
                            : tr("and waiting for  you to fill, hurry to upload ~"));
+    m_upload->setText(tr("Upload"));
     m_upload->setVisible(!search);
+}
+
+void EmptyFolderPanel::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        setSearchResult(m_search);
+    QFrame::changeEvent(event);
 }
 
 void EmptyFolderPanel::dragEnterEvent(QDragEnterEvent *event)

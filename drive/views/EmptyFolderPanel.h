@@ -21,6 +21,7 @@ signals:
     void dropped(const QMimeData *data);
 
 protected:
+    void changeEvent(QEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
 

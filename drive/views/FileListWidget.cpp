@@ -2,6 +2,8 @@
 
 #include "FileItemModel.h"
 
+#include <QEvent>
+
 FileListWidget::FileListWidget(QWidget *parent)
     : QListView(parent)
 {
@@ -32,4 +34,11 @@ void FileListWidget::setFileModel(FileItemModel *model)
 {
     setModel(model);
     setModelColumn(FileItemModel::NameColumn);
+}
+
+void FileListWidget::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        setAccessibleName(tr("Files"));
+    QListView::changeEvent(event);
 }

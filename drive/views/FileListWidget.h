@@ -12,4 +12,7 @@ class FileListWidget : public QListView
 public:
     explicit FileListWidget(QWidget *parent = nullptr);
     void setFileModel(FileItemModel *model);
+
+protected:
+    void changeEvent(QEvent *event) override;
 };

@@ -2,6 +2,7 @@
 
 #include "FileItemModel.h"
 
+#include <QEvent>
 #include <QHeaderView>
 
 FileTreeWidget::FileTreeWidget(QWidget *parent)
@@ -88,4 +89,13 @@ void FileTreeWidget::fitColumns()
     setColumnWidth(FileItemModel::SizeColumn, size);
     if (path)
         setColumnWidth(FileItemModel::PathColumn, rest - rest * 3 / 5);
+}
+
+void FileTreeWidget::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange) {
+        setAccessibleName(tr("Files"));
+        header()->viewport()->update();
+    }
+    QTreeView::changeEvent(event);
 }

@@ -23,6 +23,7 @@ signals:
     void orderAsked(FileOrder::Type order);
 
 protected:
+    void changeEvent(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
 private:

@@ -9,6 +9,7 @@
 
 #include <QAction>
 #include <QActionGroup>
+#include <QEvent>
 #include <QItemSelectionModel>
 #include <QMenu>
 #include <QScrollBar>
@@ -83,24 +84,23 @@ void FileWidget::buildActions()
     struct Entry
     {
         Command command;
-        QString text;
         const char *icon;
         QKeySequence key;
     };
     const QList<Entry> entries{
-        {Open, tr("Open(&O)"), nullptr, {}},
-        {Download, tr("Download"), "download", {}},
-        {Rename, tr("Rename(&R)"), "rename", QKeySequence(Qt::Key_F2)},
-        {Delete, tr("Delete(&D)"), "delete", QKeySequence(Qt::Key_Delete)},
-        {Preview, tr("Preview(&P)"), "eye", {}},
-        {Cut, tr("Cut(&X)"), "cut", QKeySequence(QKeySequence::Cut)},
-        {Copy, tr("Copy(&C)"), "copy", QKeySequence(QKeySequence::Copy)},
-        {Paste, tr("Paste(&V)"), "paste", QKeySequence(QKeySequence::Paste)},
-        {Compress, tr("Compress"), "archive", {}},
-        {Decompress, tr("Decompress"), nullptr, {}},
+        {Open, nullptr, {}},
+        {Download, "download", {}},
+        {Rename, "rename", QKeySequence(Qt::Key_F2)},
+        {Delete, "delete", QKeySequence(Qt::Key_Delete)},
+        {Preview, "eye", {}},
+        {Cut, "cut", QKeySequence(QKeySequence::Cut)},
+        {Copy, "copy", QKeySequence(QKeySequence::Copy)},
+        {Paste, "paste", QKeySequence(QKeySequence::Paste)},
+        {Compress, "archive", {}},
+        {Decompress, nullptr, {}},
     };
     for (const Entry &entry : entries) {
-        auto *action = new QAction(entry.text, this);
+        auto *action = new QAction(this);
         if (entry.icon)
             action->setIcon(QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/%1.svg").arg(QLatin1String(entry.icon))));
         action->setShortcut(entry.key);
@@ -118,17 +118,39 @@ void FileWidget::buildActions()
         addAction(action);
     }
     auto *group = new QActionGroup(this);
-    const QList<QPair<FileOrder::Type, QString>> orders{{FileOrder::FileName, tr("Name")},
-                                                        {FileOrder::Modified, tr("Modified time")},
-                                                        {FileOrder::FileSize, tr("Size")}};
-    for (const auto &order : orders) {
-        QAction *action = group->addAction(order.second);
+    for (FileOrder::Type order : {FileOrder::FileName, FileOrder::Modified, FileOrder::FileSize}) {
+        auto *action = new QAction(group);
         action->setCheckable(true);
-        action->setChecked(order.first == m_model->order());
-        const QString type = FileOrder::nameOf(order.first);
+        action->setChecked(order == m_model->order());
+        const QString type = FileOrder::nameOf(order);
         connect(action, &QAction::triggered, this, [this, type] { emit sortTypeAsked(type); });
-        m_orders.insert(order.first, action);
+        m_orders.insert(order, action);
     }
+    retranslate();
+}
+
+void FileWidget::retranslate()
+{
+    m_actions[Open]->setText(tr("Open(&O)"));
+    m_actions[Download]->setText(tr("Download"));
+    m_actions[Rename]->setText(tr("Rename(&R)"));
+    m_actions[Delete]->setText(tr("Delete(&D)"));
+    m_actions[Preview]->setText(tr("Preview(&P)"));
+    m_actions[Cut]->setText(tr("Cut(&X)"));
+    m_actions[Copy]->setText(tr("Copy(&C)"));
+    m_actions[Paste]->setText(tr("Paste(&V)"));
+    m_actions[Compress]->setText(tr("Compress"));
+    m_actions[Decompress]->setText(tr("Decompress"));
+    m_orders[FileOrder::FileName]->setText(tr("Name"));
+    m_orders[FileOrder::Modified]->setText(tr("Modified time"));
+    m_orders[FileOrder::FileSize]->setText(tr("Size"));
+}
+
+void FileWidget::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    QStackedWidget::changeEvent(event);
 }
 
 QMenu *FileWidget::createContextMenu(QWidget *parent)

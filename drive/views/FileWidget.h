@@ -80,8 +80,12 @@ signals:
     void selectionChanged();
     void uploadClicked();
 
+protected:
+    void changeEvent(QEvent *event) override;
+
 private:
     void buildActions();
+    void retranslate();
     void setUpView(QAbstractItemView *view);
     void activate(const QModelIndex &index);
     void updateActions();

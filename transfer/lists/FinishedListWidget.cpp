@@ -81,7 +81,7 @@ FinishedListWidget::FinishedListWidget(QWidget *parent)
 void FinishedListWidget::add(const TaskRecord &task, ZpdtError error, const QString &detail)
 {
     const bool success = task.Status == ZPDT_SUCCESS;
-    m_model->add(task, success ? QString() : TransferTexts::reason(error), success ? QString() : detail);
+    m_model->add(task, success ? ZpdtError::None : error, success ? QString() : detail);
     reportCount();
 }
 

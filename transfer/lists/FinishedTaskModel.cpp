@@ -35,7 +35,7 @@ QVariant FinishedTaskModel::data(const QModelIndex &index, int role) const
     if (role == Qt::ToolTipRole && index.column() != ActionColumn) {
         QStringList lines{row.record.Path, tr("To: %1").arg(row.record.Dest)};
         if (!success)
-            lines << row.reason << row.detail;
+            lines << row.reason() << row.detail;
         lines.removeAll(QString());
         for (QString &line : lines)
             line = line.toHtmlEscaped();
@@ -59,7 +59,7 @@ QVariant FinishedTaskModel::data(const QModelIndex &index, int role) const
     case ResultColumn:
         if (success)
             return tr("successful");
-        return row.reason.isEmpty() ? tr("failed") : tr("failed") + QStringLiteral(": ") + row.reason;
+        return row.error == ZpdtError::None ? tr("failed") : tr("failed") + QStringLiteral(": ") + row.reason();
     }
     return QVariant();
 }
@@ -83,17 +83,22 @@ QVariant FinishedTaskModel::headerData(int section, Qt::Orientation orientation,
     return QVariant();
 }
 
+QString FinishedTaskModel::Row::reason() const
+{
+    return error == ZpdtError::None ? QString() : TransferTexts::reason(error);
+}
+
 int FinishedTaskModel::find(const TaskRecord &task) const
 {
     const int found = m_rows.find(TransferTexts::taskKey(task));
     return found < 0 ? -1 : m_rows.count() - 1 - found;
 }
 
-void FinishedTaskModel::add(const TaskRecord &task, const QString &reason, const QString &detail)
+void FinishedTaskModel::add(const TaskRecord &task, ZpdtError error, const QString &detail)
 {
     remove(task);
     beginInsertRows(QModelIndex(), 0, 0);
-    m_rows.append(TransferTexts::taskKey(task), Row{task, reason, detail});
+    m_rows.append(TransferTexts::taskKey(task), Row{task, error, detail});
     endInsertRows();
 }
 
@@ -104,7 +109,7 @@ void FinishedTaskModel::addOlder(const QList<TaskRecord> &tasks)
         if (m_rows.find(key) >= 0)
             continue;
         beginInsertRows(QModelIndex(), m_rows.count(), m_rows.count());
-        m_rows.prepend(key, Row{task, QString(), QString()});
+        m_rows.prepend(key, Row{task, ZpdtError::None, QString()});
         endInsertRows();
     }
 }

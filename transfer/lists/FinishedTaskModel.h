@@ -32,23 +32,26 @@ public:
     QVariant data(const QModelIndex &index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
-    /// @param reason why the task failed; empty for a success
-    void add(const TaskRecord &task, const QString &reason, const QString &detail);
+    /// @param error why the task failed; None for a success
+    void add(const TaskRecord &task, ZpdtError error, const QString &detail);
     /// Adds older tasks, newest first, below those that are there.
     void addOlder(const QList<TaskRecord> &tasks);
     void remove(const TaskRecord &task);
     void clear();
 
     const TaskRecord &record(int row) const { return m_rows.at(place(row)).record; }
-    QString reason(int row) const { return m_rows.at(place(row)).reason; }
+    /// Why the task failed, in the language of the moment; empty when that is not known.
+    QString reason(int row) const { return m_rows.at(place(row)).reason(); }
     int find(const TaskRecord &task) const;
 
 private:
     struct Row
     {
         TaskRecord record;
-        QString reason;
+        ZpdtError error = ZpdtError::None;
         QString detail;
+
+        QString reason() const;
     };
     /// The newest row arrived last and is shown first.
     int place(int row) const { return m_rows.count() - 1 - row; }

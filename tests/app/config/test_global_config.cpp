@@ -9,6 +9,7 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QThread>
+#include <QTranslator>
 
 #include <atomic>
 
@@ -51,6 +52,8 @@ private slots:
     void requestErrors_data();
     void requestErrors();
     void pagesByLanguage();
+    void translatorsByLanguage_data();
+    void translatorsByLanguage();
     void knownUsersAcrossReload();
     void perUserSettings();
     void copiesFromManyThreads();
@@ -281,6 +284,38 @@ void TestGlobalConfig::pagesByLanguage()
     QCOMPARE(m_config->language(), QStringLiteral("en_us"));
     QCOMPARE(m_config->languages().first().second, QStringLiteral("English"));
     QTRY_COMPARE(m_config->subCenters().size(), 2);
+}
+
+void TestGlobalConfig::translatorsByLanguage_data()
+{
+    QTest::addColumn<QString>("cancel");
+    QTest::addColumn<QString>("rename");
+    QTest::newRow("en_us") << "Cancel"
+                           << "&Rename";
+    QTest::newRow("zh_cn") << QString::fromUtf8("取消") << QString::fromUtf8("重命名(&R)");
+    QTest::newRow("zh_tw") << QString::fromUtf8("取消") << QString::fromUtf8("重新命名(&R)");
+}
+
+void TestGlobalConfig::translatorsByLanguage()
+{
+    QFETCH(QString, cancel);
+    QFETCH(QString, rename);
+    const QString code = QString::fromLatin1(QTest::currentDataTag());
+    writeSettings(", \"Language\": \"" + code.toLatin1() + "\"");
+    m_config->reload();
+    QTRY_COMPARE(m_config->subCenters().size(), 2);
+    const QList<QTranslator *> translators = m_config->translators();
+    QVERIFY(!translators.isEmpty());
+    for (QTranslator *translator : translators)
+        QCoreApplication::installTranslator(translator);
+    const QString own = QCoreApplication::translate("MsgDlg", "Cancel");
+    const QString toolkit = QCoreApplication::translate("QFileDialog", "&Rename");
+    for (QTranslator *translator : translators)
+        QCoreApplication::removeTranslator(translator);
+    QCOMPARE(own, cancel);
+    QCOMPARE(toolkit, rename);
+    QCOMPARE(m_config->language(), code);
+    m_config->setLanguage(QString());
 }
 
 void TestGlobalConfig::knownUsersAcrossReload()

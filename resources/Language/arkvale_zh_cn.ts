@@ -1,0 +1,1207 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="zh_CN" sourcelanguage="en_US">
+<context>
+    <name>AddressBar</name>
+    <message>
+        <source>All Files</source>
+        <translation>全部文件</translation>
+    </message>
+    <message>
+        <source>Path</source>
+        <translation>路径</translation>
+    </message>
+    <message>
+        <source>Search</source>
+        <translation>搜索</translation>
+    </message>
+    <message>
+        <source>Hidden folders</source>
+        <translation>已折叠的文件夹</translation>
+    </message>
+</context>
+<context>
+    <name>ArkvaleTolmaMain</name>
+    <message>
+        <source>My Disk</source>
+        <translation>我的网盘</translation>
+    </message>
+    <message>
+        <source>Open another sub-center (Ctrl+T)</source>
+        <translation>打开另一个分中心 (Ctrl+T)</translation>
+    </message>
+    <message>
+        <source>Minimize to tray</source>
+        <translation>最小化到托盘</translation>
+    </message>
+    <message>
+        <source>Menu</source>
+        <translation>菜单</translation>
+    </message>
+    <message>
+        <source>Waiting for the sub-center...</source>
+        <translation>正在等待分中心...</translation>
+    </message>
+    <message>
+        <source>Arkvale has started!</source>
+        <translation>Arkvale 已启动！</translation>
+    </message>
+    <message>
+        <source> is current user.</source>
+        <translation> 是当前用户。</translation>
+    </message>
+    <message>
+        <source>Transfer List</source>
+        <translation>传输列表</translation>
+    </message>
+    <message>
+        <source>Are you sure you want to exit?</source>
+        <translation>确定要退出吗？</translation>
+    </message>
+    <message>
+        <source>%1 transfers are still running and will be stopped.</source>
+        <translation>还有 %1 个传输任务正在进行，退出后将被停止。</translation>
+    </message>
+    <message>
+        <source>Exit</source>
+        <translation>退出</translation>
+    </message>
+    <message>
+        <source>Are you sure you want to logout?</source>
+        <translation>确定要注销吗？</translation>
+    </message>
+    <message>
+        <source>Logout</source>
+        <translation>注销</translation>
+    </message>
+    <message>
+        <source>Tip</source>
+        <translation>提示</translation>
+    </message>
+    <message>
+        <source>The session has ended. Please log in again.</source>
+        <translation>会话已结束，请重新登录。</translation>
+    </message>
+    <message>
+        <source>Arkvale has minimized to tray!</source>
+        <translation>Arkvale 已最小化到托盘！</translation>
+    </message>
+    <message>
+        <source>Language(&amp;A)</source>
+        <translation>语言(&amp;A)</translation>
+    </message>
+    <message>
+        <source>Start WSS</source>
+        <translation>启动 WSS</translation>
+    </message>
+    <message>
+        <source>Stop WSS</source>
+        <translation>停止 WSS</translation>
+    </message>
+    <message>
+        <source>Clear cache(&amp;C)</source>
+        <translation>清除缓存(&amp;C)</translation>
+    </message>
+    <message>
+        <source>Check for updates(&amp;U)</source>
+        <translation>检查更新(&amp;U)</translation>
+    </message>
+    <message>
+        <source>About</source>
+        <translation>关于</translation>
+    </message>
+    <message>
+        <source>Help</source>
+        <translation>帮助</translation>
+    </message>
+    <message>
+        <source>Logout(&amp;L)</source>
+        <translation>注销(&amp;L)</translation>
+    </message>
+    <message>
+        <source>Exit(&amp;E)</source>
+        <translation>退出(&amp;E)</translation>
+    </message>
+    <message>
+        <source>The language could not be saved and holds until the program ends.</source>
+        <translation>无法保存语言设置，所选语言仅在本次运行期间有效。</translation>
+    </message>
+    <message>
+        <source>Cache clean up successfully.</source>
+        <translation>缓存清理成功。</translation>
+    </message>
+    <message>
+        <source>Cache clean up failed.</source>
+        <translation>缓存清理失败。</translation>
+    </message>
+    <message>
+        <source>This is the newest version.</source>
+        <translation>当前已是最新版本。</translation>
+    </message>
+    <message>
+        <source>A newer version is available.</source>
+        <translation>有新版本可用。</translation>
+    </message>
+    <message>
+        <source>The update check failed.</source>
+        <translation>检查更新失败。</translation>
+    </message>
+    <message>
+        <source>Version %1</source>
+        <translation>版本 %1</translation>
+    </message>
+    <message>
+        <source>User agreement</source>
+        <translation>用户协议</translation>
+    </message>
+    <message>
+        <source>No help page is configured.</source>
+        <translation>未配置帮助页面。</translation>
+    </message>
+    <message>
+        <source>Warning</source>
+        <translation>警告</translation>
+    </message>
+    <message>
+        <source>You cannot access this server!</source>
+        <translation>您无权访问此服务器！</translation>
+    </message>
+</context>
+<context>
+    <name>ArkvaleTray</name>
+    <message>
+        <source>Arkvale for Render</source>
+        <translation>Arkvale 渲染版</translation>
+    </message>
+    <message>
+        <source>Main Window</source>
+        <translation>主窗口</translation>
+    </message>
+    <message>
+        <source>Transfer List</source>
+        <translation>传输列表</translation>
+    </message>
+    <message>
+        <source>Settings</source>
+        <translation>设置</translation>
+    </message>
+    <message>
+        <source>Logout</source>
+        <translation>注销</translation>
+    </message>
+    <message>
+        <source>Quit</source>
+        <translation>退出</translation>
+    </message>
+    <message>
+        <source>Message</source>
+        <translation>消息</translation>
+    </message>
+    <message>
+        <source>Download task created</source>
+        <translation>已创建下载任务</translation>
+    </message>
+    <message>
+        <source>Upload task created</source>
+        <translation>已创建上传任务</translation>
+    </message>
+    <message>
+        <source>File download finished</source>
+        <translation>文件下载完成</translation>
+    </message>
+    <message>
+        <source>File upload finished</source>
+        <translation>文件上传完成</translation>
+    </message>
+    <message>
+        <source> has loginned</source>
+        <translation> 已登录</translation>
+    </message>
+</context>
+<context>
+    <name>CollisionQuestion</name>
+    <message>
+        <source>The following file(s)/folder(s) exist: %1 etc.</source>
+        <translation>以下文件/文件夹已存在：%1 等。</translation>
+    </message>
+    <message>
+        <source>Merge(Replace)</source>
+        <translation>合并(替换)</translation>
+    </message>
+    <message>
+        <source>The following file(s) exist: %1 etc.</source>
+        <translation>以下文件已存在：%1 等。</translation>
+    </message>
+    <message>
+        <source>Replace</source>
+        <translation>替换</translation>
+    </message>
+    <message>
+        <source>The following folder(s) exist: %1 etc.</source>
+        <translation>以下文件夹已存在：%1 等。</translation>
+    </message>
+    <message>
+        <source>Merge</source>
+        <translation>合并</translation>
+    </message>
+</context>
+<context>
+    <name>CommandLineTransfer</name>
+    <message>
+        <source>The folder &quot;%1&quot; could not be read, nothing was downloaded.</source>
+        <translation>无法读取文件夹“%1”，未下载任何内容。</translation>
+    </message>
+    <message>
+        <source>The folder &quot;%1&quot; cannot be written, nothing was downloaded.</source>
+        <translation>无法写入文件夹“%1”，未下载任何内容。</translation>
+    </message>
+    <message>
+        <source>and %1 more</source>
+        <translation>以及其他 %1 项</translation>
+    </message>
+    <message>
+        <source>Not found in &quot;%1&quot;:</source>
+        <translation>在“%1”中未找到：</translation>
+    </message>
+</context>
+<context>
+    <name>DialogFrame</name>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
+</context>
+<context>
+    <name>EmptyFolderPanel</name>
+    <message>
+        <source>Upload</source>
+        <translation>上传</translation>
+    </message>
+    <message>
+        <source>Nothing found</source>
+        <translation>未找到任何内容</translation>
+    </message>
+    <message>
+        <source>large space</source>
+        <translation>超大空间</translation>
+    </message>
+    <message>
+        <source>No file or folder of the drive has a name like that.</source>
+        <translation>网盘中没有名称与此匹配的文件或文件夹。</translation>
+    </message>
+    <message>
+        <source>and waiting for  you to fill, hurry to upload ~</source>
+        <translation>等您来装满，赶快上传吧～</translation>
+    </message>
+</context>
+<context>
+    <name>FileDialog</name>
+    <message>
+        <source>Icons</source>
+        <translation>图标</translation>
+    </message>
+    <message>
+        <source>Details</source>
+        <translation>详细信息</translation>
+    </message>
+    <message>
+        <source>New Folder</source>
+        <translation>新建文件夹</translation>
+    </message>
+    <message>
+        <source>Parent folder</source>
+        <translation>上级文件夹</translation>
+    </message>
+    <message>
+        <source>Select(&amp;S)</source>
+        <translation>选择(&amp;S)</translation>
+    </message>
+    <message>
+        <source>Local files</source>
+        <translation>本地文件</translation>
+    </message>
+    <message>
+        <source>Folder</source>
+        <translation>文件夹</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>Cancel(&amp;C)</source>
+        <translation>取消(&amp;C)</translation>
+    </message>
+    <message>
+        <source>The folder could not be made here.</source>
+        <translation>无法在此处创建文件夹。</translation>
+    </message>
+    <message>
+        <source>%1 selected</source>
+        <translation>已选择 %1 项</translation>
+    </message>
+</context>
+<context>
+    <name>FileItemModel</name>
+    <message>
+        <source>Transfer not finished</source>
+        <translation>传输未完成</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>Modified</source>
+        <translation>修改日期</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>大小</translation>
+    </message>
+    <message>
+        <source>Path</source>
+        <translation>路径</translation>
+    </message>
+</context>
+<context>
+    <name>FileListWidget</name>
+    <message>
+        <source>Files</source>
+        <translation>文件</translation>
+    </message>
+</context>
+<context>
+    <name>FileNameDelegate</name>
+    <message>
+        <source>New name</source>
+        <translation>新名称</translation>
+    </message>
+</context>
+<context>
+    <name>FileNameRules</name>
+    <message>
+        <source>Please enter the file name!</source>
+        <translation>请输入文件名！</translation>
+    </message>
+    <message>
+        <source>File name already exists!</source>
+        <translation>文件名已存在！</translation>
+    </message>
+    <message>
+        <source>Consistent with the original file name!</source>
+        <translation>与原文件名相同！</translation>
+    </message>
+</context>
+<context>
+    <name>FileTexts</name>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>大小</translation>
+    </message>
+    <message>
+        <source>Modifyed</source>
+        <translation>修改日期</translation>
+    </message>
+</context>
+<context>
+    <name>FileTreeWidget</name>
+    <message>
+        <source>Files</source>
+        <translation>文件</translation>
+    </message>
+</context>
+<context>
+    <name>FileWidget</name>
+    <message>
+        <source>Open(&amp;O)</source>
+        <translation>打开(&amp;O)</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation>下载</translation>
+    </message>
+    <message>
+        <source>Rename(&amp;R)</source>
+        <translation>重命名(&amp;R)</translation>
+    </message>
+    <message>
+        <source>Delete(&amp;D)</source>
+        <translation>删除(&amp;D)</translation>
+    </message>
+    <message>
+        <source>Preview(&amp;P)</source>
+        <translation>预览(&amp;P)</translation>
+    </message>
+    <message>
+        <source>Cut(&amp;X)</source>
+        <translation>剪切(&amp;X)</translation>
+    </message>
+    <message>
+        <source>Copy(&amp;C)</source>
+        <translation>复制(&amp;C)</translation>
+    </message>
+    <message>
+        <source>Paste(&amp;V)</source>
+        <translation>粘贴(&amp;V)</translation>
+    </message>
+    <message>
+        <source>Compress</source>
+        <translation>压缩</translation>
+    </message>
+    <message>
+        <source>Decompress</source>
+        <translation>解压缩</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>Modified time</source>
+        <translation>修改时间</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>大小</translation>
+    </message>
+    <message>
+        <source>Sort by</source>
+        <translation>排序方式</translation>
+    </message>
+</context>
+<context>
+    <name>FinishedListWidget</name>
+    <message>
+        <source>Open file</source>
+        <translation>打开文件</translation>
+    </message>
+    <message>
+        <source>Open folder where file resides</source>
+        <translation>打开文件所在文件夹</translation>
+    </message>
+    <message>
+        <source>Retry</source>
+        <translation>重试</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>删除</translation>
+    </message>
+    <message>
+        <source>Promption</source>
+        <translation>提示</translation>
+    </message>
+    <message>
+        <source>Are you sure to clear all record?</source>
+        <translation>确定要清除所有记录吗？</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>错误</translation>
+    </message>
+    <message>
+        <source>File not found!</source>
+        <translation>找不到文件！</translation>
+    </message>
+    <message>
+        <source>cancel</source>
+        <translation>取消</translation>
+    </message>
+</context>
+<context>
+    <name>FinishedTaskModel</name>
+    <message>
+        <source>To: %1</source>
+        <translation>到：%1</translation>
+    </message>
+    <message>
+        <source>Share</source>
+        <translation>分享</translation>
+    </message>
+    <message>
+        <source>successful</source>
+        <translation>成功</translation>
+    </message>
+    <message>
+        <source>failed</source>
+        <translation>失败</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>大小</translation>
+    </message>
+    <message>
+        <source>Sub-center</source>
+        <translation>分中心</translation>
+    </message>
+    <message>
+        <source>Time</source>
+        <translation>时间</translation>
+    </message>
+    <message>
+        <source>Result</source>
+        <translation>结果</translation>
+    </message>
+</context>
+<context>
+    <name>GlobalConfig</name>
+    <message>
+        <source>Unknown Request Error!</source>
+        <translation>未知的请求错误！</translation>
+    </message>
+    <message>
+        <source>Failed to get subcenter list.</source>
+        <translation>获取分中心列表失败。</translation>
+    </message>
+    <message>
+        <source>Failed to get user info.</source>
+        <translation>获取用户信息失败。</translation>
+    </message>
+    <message>
+        <source>Request Error</source>
+        <translation>请求错误</translation>
+    </message>
+</context>
+<context>
+    <name>LoginCycle</name>
+    <message>
+        <source>ArkvaleTolma is crashed!</source>
+        <translation>ArkvaleTolma 已崩溃！</translation>
+    </message>
+    <message>
+        <source>app crash</source>
+        <translation>程序崩溃</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>确定</translation>
+    </message>
+</context>
+<context>
+    <name>LoginUI</name>
+    <message>
+        <source>Login</source>
+        <translation>登录</translation>
+    </message>
+    <message>
+        <source>Minimise</source>
+        <translation>最小化</translation>
+    </message>
+    <message>
+        <source>NRX Cloud Drive</source>
+        <translation>NRX 云盘</translation>
+    </message>
+    <message>
+        <source>User name</source>
+        <translation>用户名</translation>
+    </message>
+    <message>
+        <source>Password</source>
+        <translation>密码</translation>
+    </message>
+    <message>
+        <source>Show password</source>
+        <translation>显示密码</translation>
+    </message>
+    <message>
+        <source>Remember Me</source>
+        <translation>记住我</translation>
+    </message>
+    <message>
+        <source>Auto Login</source>
+        <translation>自动登录</translation>
+    </message>
+    <message>
+        <source>Forgot password</source>
+        <translation>忘记密码</translation>
+    </message>
+    <message>
+        <source>Register now</source>
+        <translation>立即注册</translation>
+    </message>
+    <message>
+        <source>The service does not answer. You can try again.</source>
+        <translation>服务没有响应，您可以重试。</translation>
+    </message>
+    <message>
+        <source>Tip</source>
+        <translation>提示</translation>
+    </message>
+    <message>
+        <source>Please enter your username and password!</source>
+        <translation>请输入用户名和密码！</translation>
+    </message>
+    <message>
+        <source>Logging in</source>
+        <translation>正在登录</translation>
+    </message>
+    <message>
+        <source>Login failed.</source>
+        <translation>登录失败。</translation>
+    </message>
+    <message>
+        <source>NRX Cloud Driver User Agreement</source>
+        <translation>《NRX 云盘用户协议》</translation>
+    </message>
+    <message>
+        <source>Dear users! You are irregularities in the use of NRX Cloud Driver, your account has been permanently frozen! Please read the %1.</source>
+        <translation>尊敬的用户！由于您在使用 NRX 云盘时存在违规行为，您的账号已被永久冻结！请阅读%1。</translation>
+    </message>
+    <message>
+        <source>further notice</source>
+        <translation>另行通知</translation>
+    </message>
+    <message>
+        <source>Dear users! You are irregularities in the use of NRX Cloud Driver, your account has been frozen to %1! Please read the %2.</source>
+        <translation>尊敬的用户！由于您在使用 NRX 云盘时存在违规行为，您的账号已被冻结，解冻时间：%1！请阅读%2。</translation>
+    </message>
+    <message>
+        <source>The page could not be opened.</source>
+        <translation>无法打开页面。</translation>
+    </message>
+    <message>
+        <source>A new version is available.</source>
+        <translation>有新版本可用。</translation>
+    </message>
+    <message>
+        <source>Caps Lock is on</source>
+        <translation>大写锁定已开启</translation>
+    </message>
+</context>
+<context>
+    <name>MsgBox</name>
+    <message>
+        <source>OK</source>
+        <translation>确定</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Infomation</source>
+        <translation>信息</translation>
+    </message>
+    <message>
+        <source>title</source>
+        <translation>标题</translation>
+    </message>
+</context>
+<context>
+    <name>MsgDlg</name>
+    <message>
+        <source>OK</source>
+        <translation>确定</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Infomation</source>
+        <translation>信息</translation>
+    </message>
+    <message>
+        <source>title</source>
+        <translation>标题</translation>
+    </message>
+</context>
+<context>
+    <name>MsgDlgEx</name>
+    <message>
+        <source>OK</source>
+        <translation>确定</translation>
+    </message>
+    <message>
+        <source>Infomation</source>
+        <translation>信息</translation>
+    </message>
+    <message>
+        <source>title</source>
+        <translation>标题</translation>
+    </message>
+</context>
+<context>
+    <name>NetDiskServer</name>
+    <message>
+        <source>Login expired.</source>
+        <translation>登录已过期。</translation>
+    </message>
+    <message>
+        <source>Access Denied!</source>
+        <translation>访问被拒绝！</translation>
+    </message>
+    <message>
+        <source>Search Result</source>
+        <translation>搜索结果</translation>
+    </message>
+</context>
+<context>
+    <name>NetdiskPage</name>
+    <message>
+        <source>The folder could not be created.</source>
+        <translation>无法创建文件夹。</translation>
+    </message>
+    <message>
+        <source>The items could not be deleted.</source>
+        <translation>无法删除这些项目。</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>错误</translation>
+    </message>
+    <message>
+        <source>Path not found!</source>
+        <translation>找不到路径！</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened: the service did not answer as expected.</source>
+        <translation>无法打开文件夹：服务未返回预期的响应。</translation>
+    </message>
+    <message>
+        <source>The item could not be renamed.</source>
+        <translation>无法重命名该项目。</translation>
+    </message>
+    <message>
+        <source>The items could not be moved.</source>
+        <translation>无法移动这些项目。</translation>
+    </message>
+    <message>
+        <source>The items could not be copied.</source>
+        <translation>无法复制这些项目。</translation>
+    </message>
+    <message>
+        <source>items</source>
+        <translation>个项目</translation>
+    </message>
+    <message>
+        <source>files</source>
+        <translation>个文件</translation>
+    </message>
+    <message>
+        <source>folders</source>
+        <translation>个文件夹</translation>
+    </message>
+    <message>
+        <source>Icon</source>
+        <translation>图标</translation>
+    </message>
+    <message>
+        <source>List</source>
+        <translation>列表</translation>
+    </message>
+    <message>
+        <source>Switch to list mode</source>
+        <translation>切换到列表模式</translation>
+    </message>
+    <message>
+        <source>Switch to icon mode</source>
+        <translation>切换到图标模式</translation>
+    </message>
+    <message>
+        <source>Adding to the transfer list...</source>
+        <translation>正在添加到传输列表...</translation>
+    </message>
+    <message>
+        <source>Tasks is running...</source>
+        <translation>任务正在进行...</translation>
+    </message>
+    <message>
+        <source>Select file(s)/folder(s) to upload.</source>
+        <translation>选择要上传的文件/文件夹。</translation>
+    </message>
+    <message>
+        <source>Select target folder</source>
+        <translation>选择目标文件夹</translation>
+    </message>
+    <message>
+        <source>The upload was not started: the folder&apos;s contents could not be read.</source>
+        <translation>上传未开始：无法读取文件夹的内容。</translation>
+    </message>
+    <message>
+        <source>%1 of the chosen files or folders cannot be read.</source>
+        <translation>所选的文件或文件夹中有 %1 个无法读取。</translation>
+    </message>
+    <message>
+        <source>Tip</source>
+        <translation>提示</translation>
+    </message>
+    <message>
+        <source>Please select file(s)/folder(s) to download.</source>
+        <translation>请选择要下载的文件/文件夹。</translation>
+    </message>
+    <message>
+        <source>The folder &quot;%1&quot; cannot be used.</source>
+        <translation>无法使用文件夹“%1”。</translation>
+    </message>
+    <message>
+        <source>Please select file(s)/folder(s) you want to delete.</source>
+        <translation>请选择要删除的文件/文件夹。</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>删除</translation>
+    </message>
+    <message>
+        <source>Delete selected items?</source>
+        <translation>确定要删除所选项目吗？</translation>
+    </message>
+    <message>
+        <source>Please select the file or directory you want to rename!</source>
+        <translation>请选择要重命名的文件或文件夹！</translation>
+    </message>
+    <message>
+        <source>A name must not begin with a dot or hold one of \ / : * ? &quot; &lt; &gt; |</source>
+        <translation>名称不能以点开头，也不能包含以下任何字符：\ / : * ? &quot; &lt; &gt; |</translation>
+    </message>
+    <message>
+        <source>These items are in &quot;%1&quot;. Download them there and upload them here.</source>
+        <translation>这些项目位于“%1”。请在那里下载，再上传到此处。</translation>
+    </message>
+    <message>
+        <source>Upload</source>
+        <translation>上传</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation>下载</translation>
+    </message>
+    <message>
+        <source>New Folder</source>
+        <translation>新建文件夹</translation>
+    </message>
+    <message>
+        <source>Rename</source>
+        <translation>重命名</translation>
+    </message>
+    <message>
+        <source>Search</source>
+        <translation>搜索</translation>
+    </message>
+    <message>
+        <source>Back</source>
+        <translation>后退</translation>
+    </message>
+    <message>
+        <source>Forward</source>
+        <translation>前进</translation>
+    </message>
+    <message>
+        <source>Home</source>
+        <translation>主目录</translation>
+    </message>
+    <message>
+        <source>Refresh</source>
+        <translation>刷新</translation>
+    </message>
+    <message>
+        <source>Storage used</source>
+        <translation>已用空间</translation>
+    </message>
+</context>
+<context>
+    <name>NewFolderWidget</name>
+    <message>
+        <source>New Folder</source>
+        <translation>新建文件夹</translation>
+    </message>
+    <message>
+        <source>Rename</source>
+        <translation>重命名</translation>
+    </message>
+    <message>
+        <source>Compress</source>
+        <translation>压缩</translation>
+    </message>
+    <message>
+        <source>Enter the file name</source>
+        <translation>输入文件名</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>确定</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Tip</source>
+        <translation>提示</translation>
+    </message>
+</context>
+<context>
+    <name>SelectCenterDialog</name>
+    <message>
+        <source>Please select default subcenter</source>
+        <translation>请选择默认分中心</translation>
+    </message>
+    <message>
+        <source>Tips: Files are different among sub centers</source>
+        <translation>提示：各分中心的文件互不相同</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>确定</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Select Subcenter</source>
+        <translation>选择分中心</translation>
+    </message>
+</context>
+<context>
+    <name>TabWidget</name>
+    <message>
+        <source>New tab</source>
+        <translation>新建标签页</translation>
+    </message>
+    <message>
+        <source>Move to a new pane</source>
+        <translation>移动到新窗格</translation>
+    </message>
+    <message>
+        <source>Close tab</source>
+        <translation>关闭标签页</translation>
+    </message>
+</context>
+<context>
+    <name>TransferDispatch</name>
+    <message>
+        <source>real name authentication</source>
+        <translation>实名认证</translation>
+    </message>
+    <message>
+        <source>Deal user! You do not have the %1, video files will be ignored in your upload requests.If you accept, please click OK.</source>
+        <translation>尊敬的用户！您尚未通过%1，上传请求中的视频文件将被忽略。如果接受，请点击“确定”。</translation>
+    </message>
+    <message>
+        <source>Deal user! You do not have the %1, video files will be ignored in your upload folders.If you accept, please click OK.</source>
+        <translation>尊敬的用户！您尚未通过%1，上传文件夹中的视频文件将被忽略。如果接受，请点击“确定”。</translation>
+    </message>
+    <message>
+        <source>Deal user! You do not have the %1, video files will be ignored in your download requests.</source>
+        <translation>尊敬的用户！您尚未通过%1，下载请求中的视频文件将被忽略。</translation>
+    </message>
+    <message>
+        <source>Deal user! You do not have the %1, video files will be ignored in your download folders.If you accept, please click OK.</source>
+        <translation>尊敬的用户！您尚未通过%1，下载文件夹中的视频文件将被忽略。如果接受，请点击“确定”。</translation>
+    </message>
+</context>
+<context>
+    <name>TransferListWidget</name>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Promption</source>
+        <translation>提示</translation>
+    </message>
+    <message>
+        <source>Are you sure to cancel all transmission?</source>
+        <translation>确定要取消所有传输吗？</translation>
+    </message>
+</context>
+<context>
+    <name>TransferTaskModel</name>
+    <message>
+        <source>Name</source>
+        <translation>名称</translation>
+    </message>
+    <message>
+        <source>Progress</source>
+        <translation>进度</translation>
+    </message>
+    <message>
+        <source>Speed</source>
+        <translation>速度</translation>
+    </message>
+    <message>
+        <source>Status</source>
+        <translation>状态</translation>
+    </message>
+    <message>
+        <source>To: %1</source>
+        <translation>到：%1</translation>
+    </message>
+    <message>
+        <source>%1 of %2 files</source>
+        <translation>%1/%2 个文件</translation>
+    </message>
+    <message>
+        <source>%1 files failed</source>
+        <translation>%1 个文件失败</translation>
+    </message>
+</context>
+<context>
+    <name>TransferTexts</name>
+    <message>
+        <source>preparing...</source>
+        <translation>准备中...</translation>
+    </message>
+    <message>
+        <source>transferring...</source>
+        <translation>传输中...</translation>
+    </message>
+    <message>
+        <source>pausing...</source>
+        <translation>正在暂停...</translation>
+    </message>
+    <message>
+        <source>paused...</source>
+        <translation>已暂停...</translation>
+    </message>
+    <message>
+        <source>canceling...</source>
+        <translation>正在取消...</translation>
+    </message>
+    <message>
+        <source>success...</source>
+        <translation>成功...</translation>
+    </message>
+    <message>
+        <source>waiting...</source>
+        <translation>等待中...</translation>
+    </message>
+    <message>
+        <source>Start</source>
+        <translation>开始</translation>
+    </message>
+    <message>
+        <source>Pausing</source>
+        <translation>正在暂停</translation>
+    </message>
+    <message>
+        <source>Canceling</source>
+        <translation>正在取消</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>暂停</translation>
+    </message>
+    <message>
+        <source>The connection to the transfer server failed</source>
+        <translation>与传输服务器的连接失败</translation>
+    </message>
+    <message>
+        <source>The server refused the transfer</source>
+        <translation>服务器拒绝了传输</translation>
+    </message>
+    <message>
+        <source>The source was not found</source>
+        <translation>找不到源文件</translation>
+    </message>
+    <message>
+        <source>Not enough storage</source>
+        <translation>存储空间不足</translation>
+    </message>
+    <message>
+        <source>The source changed during the transfer</source>
+        <translation>源文件在传输过程中发生了更改</translation>
+    </message>
+    <message>
+        <source>A name cannot be stored at the destination</source>
+        <translation>目标位置无法使用该名称</translation>
+    </message>
+    <message>
+        <source>The data arrived damaged</source>
+        <translation>收到的数据已损坏</translation>
+    </message>
+    <message>
+        <source>Cancelled</source>
+        <translation>已取消</translation>
+    </message>
+    <message>
+        <source>A local file cannot be read or written</source>
+        <translation>无法读取或写入本地文件</translation>
+    </message>
+    <message>
+        <source>The transfer failed</source>
+        <translation>传输失败</translation>
+    </message>
+</context>
+<context>
+    <name>TransferringWidget</name>
+    <message>
+        <source>Tip</source>
+        <translation>提示</translation>
+    </message>
+    <message>
+        <source>Start All</source>
+        <translation>全部开始</translation>
+    </message>
+    <message>
+        <source>Pause All</source>
+        <translation>全部暂停</translation>
+    </message>
+    <message>
+        <source>Cancel All</source>
+        <translation>全部取消</translation>
+    </message>
+    <message>
+        <source>Clear All</source>
+        <translation>全部清除</translation>
+    </message>
+    <message>
+        <source>Uploading</source>
+        <translation>正在上传</translation>
+    </message>
+    <message>
+        <source>Downloading</source>
+        <translation>正在下载</translation>
+    </message>
+    <message>
+        <source>Finished</source>
+        <translation>已完成</translation>
+    </message>
+    <message>
+        <source>and %1 more</source>
+        <translation>以及其他 %1 个</translation>
+    </message>
+    <message>
+        <source>following tasks are already running</source>
+        <translation>以下任务已在进行</translation>
+    </message>
+    <message>
+        <source>Upload</source>
+        <translation>上传</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation>下载</translation>
+    </message>
+    <message>
+        <source>Tasks already running</source>
+        <translation>任务已在进行</translation>
+    </message>
+    <message>
+        <source>Not enough storage</source>
+        <translation>存储空间不足</translation>
+    </message>
+    <message>
+        <source>cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Connecting to %1...</source>
+        <translation>正在连接 %1...</translation>
+    </message>
+</context>
+</TS>

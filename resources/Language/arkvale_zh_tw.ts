@@ -1,0 +1,1207 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="zh_TW" sourcelanguage="en_US">
+<context>
+    <name>AddressBar</name>
+    <message>
+        <source>All Files</source>
+        <translation>所有檔案</translation>
+    </message>
+    <message>
+        <source>Path</source>
+        <translation>路徑</translation>
+    </message>
+    <message>
+        <source>Search</source>
+        <translation>搜尋</translation>
+    </message>
+    <message>
+        <source>Hidden folders</source>
+        <translation>已摺疊的資料夾</translation>
+    </message>
+</context>
+<context>
+    <name>ArkvaleTolmaMain</name>
+    <message>
+        <source>My Disk</source>
+        <translation>我的網路硬碟</translation>
+    </message>
+    <message>
+        <source>Open another sub-center (Ctrl+T)</source>
+        <translation>開啟另一個分中心 (Ctrl+T)</translation>
+    </message>
+    <message>
+        <source>Minimize to tray</source>
+        <translation>最小化至系統匣</translation>
+    </message>
+    <message>
+        <source>Menu</source>
+        <translation>選單</translation>
+    </message>
+    <message>
+        <source>Waiting for the sub-center...</source>
+        <translation>正在等候分中心...</translation>
+    </message>
+    <message>
+        <source>Arkvale has started!</source>
+        <translation>Arkvale 已啟動！</translation>
+    </message>
+    <message>
+        <source> is current user.</source>
+        <translation> 是目前的使用者。</translation>
+    </message>
+    <message>
+        <source>Transfer List</source>
+        <translation>傳輸清單</translation>
+    </message>
+    <message>
+        <source>Are you sure you want to exit?</source>
+        <translation>確定要結束嗎？</translation>
+    </message>
+    <message>
+        <source>%1 transfers are still running and will be stopped.</source>
+        <translation>還有 %1 個傳輸工作正在進行，結束後將會停止。</translation>
+    </message>
+    <message>
+        <source>Exit</source>
+        <translation>結束</translation>
+    </message>
+    <message>
+        <source>Are you sure you want to logout?</source>
+        <translation>確定要登出嗎？</translation>
+    </message>
+    <message>
+        <source>Logout</source>
+        <translation>登出</translation>
+    </message>
+    <message>
+        <source>Tip</source>
+        <translation>提示</translation>
+    </message>
+    <message>
+        <source>The session has ended. Please log in again.</source>
+        <translation>工作階段已結束，請重新登入。</translation>
+    </message>
+    <message>
+        <source>Arkvale has minimized to tray!</source>
+        <translation>Arkvale 已最小化至系統匣！</translation>
+    </message>
+    <message>
+        <source>Language(&amp;A)</source>
+        <translation>語言(&amp;A)</translation>
+    </message>
+    <message>
+        <source>Start WSS</source>
+        <translation>啟動 WSS</translation>
+    </message>
+    <message>
+        <source>Stop WSS</source>
+        <translation>停止 WSS</translation>
+    </message>
+    <message>
+        <source>Clear cache(&amp;C)</source>
+        <translation>清除快取(&amp;C)</translation>
+    </message>
+    <message>
+        <source>Check for updates(&amp;U)</source>
+        <translation>檢查更新(&amp;U)</translation>
+    </message>
+    <message>
+        <source>About</source>
+        <translation>關於</translation>
+    </message>
+    <message>
+        <source>Help</source>
+        <translation>說明</translation>
+    </message>
+    <message>
+        <source>Logout(&amp;L)</source>
+        <translation>登出(&amp;L)</translation>
+    </message>
+    <message>
+        <source>Exit(&amp;E)</source>
+        <translation>結束(&amp;E)</translation>
+    </message>
+    <message>
+        <source>The language could not be saved and holds until the program ends.</source>
+        <translation>無法儲存語言設定，所選語言僅在本次執行期間有效。</translation>
+    </message>
+    <message>
+        <source>Cache clean up successfully.</source>
+        <translation>快取清除成功。</translation>
+    </message>
+    <message>
+        <source>Cache clean up failed.</source>
+        <translation>快取清除失敗。</translation>
+    </message>
+    <message>
+        <source>This is the newest version.</source>
+        <translation>目前已是最新版本。</translation>
+    </message>
+    <message>
+        <source>A newer version is available.</source>
+        <translation>有新版本可用。</translation>
+    </message>
+    <message>
+        <source>The update check failed.</source>
+        <translation>檢查更新失敗。</translation>
+    </message>
+    <message>
+        <source>Version %1</source>
+        <translation>版本 %1</translation>
+    </message>
+    <message>
+        <source>User agreement</source>
+        <translation>使用者協議</translation>
+    </message>
+    <message>
+        <source>No help page is configured.</source>
+        <translation>尚未設定說明頁面。</translation>
+    </message>
+    <message>
+        <source>Warning</source>
+        <translation>警告</translation>
+    </message>
+    <message>
+        <source>You cannot access this server!</source>
+        <translation>您無權存取此伺服器！</translation>
+    </message>
+</context>
+<context>
+    <name>ArkvaleTray</name>
+    <message>
+        <source>Arkvale for Render</source>
+        <translation>Arkvale 算圖版</translation>
+    </message>
+    <message>
+        <source>Main Window</source>
+        <translation>主視窗</translation>
+    </message>
+    <message>
+        <source>Transfer List</source>
+        <translation>傳輸清單</translation>
+    </message>
+    <message>
+        <source>Settings</source>
+        <translation>設定</translation>
+    </message>
+    <message>
+        <source>Logout</source>
+        <translation>登出</translation>
+    </message>
+    <message>
+        <source>Quit</source>
+        <translation>結束</translation>
+    </message>
+    <message>
+        <source>Message</source>
+        <translation>訊息</translation>
+    </message>
+    <message>
+        <source>Download task created</source>
+        <translation>已建立下載工作</translation>
+    </message>
+    <message>
+        <source>Upload task created</source>
+        <translation>已建立上傳工作</translation>
+    </message>
+    <message>
+        <source>File download finished</source>
+        <translation>檔案下載完成</translation>
+    </message>
+    <message>
+        <source>File upload finished</source>
+        <translation>檔案上傳完成</translation>
+    </message>
+    <message>
+        <source> has loginned</source>
+        <translation> 已登入</translation>
+    </message>
+</context>
+<context>
+    <name>CollisionQuestion</name>
+    <message>
+        <source>The following file(s)/folder(s) exist: %1 etc.</source>
+        <translation>下列檔案/資料夾已存在：%1 等。</translation>
+    </message>
+    <message>
+        <source>Merge(Replace)</source>
+        <translation>合併(取代)</translation>
+    </message>
+    <message>
+        <source>The following file(s) exist: %1 etc.</source>
+        <translation>下列檔案已存在：%1 等。</translation>
+    </message>
+    <message>
+        <source>Replace</source>
+        <translation>取代</translation>
+    </message>
+    <message>
+        <source>The following folder(s) exist: %1 etc.</source>
+        <translation>下列資料夾已存在：%1 等。</translation>
+    </message>
+    <message>
+        <source>Merge</source>
+        <translation>合併</translation>
+    </message>
+</context>
+<context>
+    <name>CommandLineTransfer</name>
+    <message>
+        <source>The folder &quot;%1&quot; could not be read, nothing was downloaded.</source>
+        <translation>無法讀取資料夾「%1」，未下載任何內容。</translation>
+    </message>
+    <message>
+        <source>The folder &quot;%1&quot; cannot be written, nothing was downloaded.</source>
+        <translation>無法寫入資料夾「%1」，未下載任何內容。</translation>
+    </message>
+    <message>
+        <source>and %1 more</source>
+        <translation>以及其他 %1 個項目</translation>
+    </message>
+    <message>
+        <source>Not found in &quot;%1&quot;:</source>
+        <translation>在「%1」中找不到：</translation>
+    </message>
+</context>
+<context>
+    <name>DialogFrame</name>
+    <message>
+        <source>Close</source>
+        <translation>關閉</translation>
+    </message>
+</context>
+<context>
+    <name>EmptyFolderPanel</name>
+    <message>
+        <source>Upload</source>
+        <translation>上傳</translation>
+    </message>
+    <message>
+        <source>Nothing found</source>
+        <translation>找不到任何內容</translation>
+    </message>
+    <message>
+        <source>large space</source>
+        <translation>超大空間</translation>
+    </message>
+    <message>
+        <source>No file or folder of the drive has a name like that.</source>
+        <translation>網路硬碟中沒有名稱相符的檔案或資料夾。</translation>
+    </message>
+    <message>
+        <source>and waiting for  you to fill, hurry to upload ~</source>
+        <translation>等您來填滿，趕快上傳吧～</translation>
+    </message>
+</context>
+<context>
+    <name>FileDialog</name>
+    <message>
+        <source>Icons</source>
+        <translation>圖示</translation>
+    </message>
+    <message>
+        <source>Details</source>
+        <translation>詳細資料</translation>
+    </message>
+    <message>
+        <source>New Folder</source>
+        <translation>新增資料夾</translation>
+    </message>
+    <message>
+        <source>Parent folder</source>
+        <translation>上層資料夾</translation>
+    </message>
+    <message>
+        <source>Select(&amp;S)</source>
+        <translation>選取(&amp;S)</translation>
+    </message>
+    <message>
+        <source>Local files</source>
+        <translation>本機檔案</translation>
+    </message>
+    <message>
+        <source>Folder</source>
+        <translation>資料夾</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名稱</translation>
+    </message>
+    <message>
+        <source>Cancel(&amp;C)</source>
+        <translation>取消(&amp;C)</translation>
+    </message>
+    <message>
+        <source>The folder could not be made here.</source>
+        <translation>無法在此處建立資料夾。</translation>
+    </message>
+    <message>
+        <source>%1 selected</source>
+        <translation>已選取 %1 個項目</translation>
+    </message>
+</context>
+<context>
+    <name>FileItemModel</name>
+    <message>
+        <source>Transfer not finished</source>
+        <translation>傳輸尚未完成</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名稱</translation>
+    </message>
+    <message>
+        <source>Modified</source>
+        <translation>修改日期</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>大小</translation>
+    </message>
+    <message>
+        <source>Path</source>
+        <translation>路徑</translation>
+    </message>
+</context>
+<context>
+    <name>FileListWidget</name>
+    <message>
+        <source>Files</source>
+        <translation>檔案</translation>
+    </message>
+</context>
+<context>
+    <name>FileNameDelegate</name>
+    <message>
+        <source>New name</source>
+        <translation>新名稱</translation>
+    </message>
+</context>
+<context>
+    <name>FileNameRules</name>
+    <message>
+        <source>Please enter the file name!</source>
+        <translation>請輸入檔案名稱！</translation>
+    </message>
+    <message>
+        <source>File name already exists!</source>
+        <translation>檔案名稱已存在！</translation>
+    </message>
+    <message>
+        <source>Consistent with the original file name!</source>
+        <translation>與原檔案名稱相同！</translation>
+    </message>
+</context>
+<context>
+    <name>FileTexts</name>
+    <message>
+        <source>Name</source>
+        <translation>名稱</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>大小</translation>
+    </message>
+    <message>
+        <source>Modifyed</source>
+        <translation>修改日期</translation>
+    </message>
+</context>
+<context>
+    <name>FileTreeWidget</name>
+    <message>
+        <source>Files</source>
+        <translation>檔案</translation>
+    </message>
+</context>
+<context>
+    <name>FileWidget</name>
+    <message>
+        <source>Open(&amp;O)</source>
+        <translation>開啟(&amp;O)</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation>下載</translation>
+    </message>
+    <message>
+        <source>Rename(&amp;R)</source>
+        <translation>重新命名(&amp;R)</translation>
+    </message>
+    <message>
+        <source>Delete(&amp;D)</source>
+        <translation>刪除(&amp;D)</translation>
+    </message>
+    <message>
+        <source>Preview(&amp;P)</source>
+        <translation>預覽(&amp;P)</translation>
+    </message>
+    <message>
+        <source>Cut(&amp;X)</source>
+        <translation>剪下(&amp;X)</translation>
+    </message>
+    <message>
+        <source>Copy(&amp;C)</source>
+        <translation>複製(&amp;C)</translation>
+    </message>
+    <message>
+        <source>Paste(&amp;V)</source>
+        <translation>貼上(&amp;V)</translation>
+    </message>
+    <message>
+        <source>Compress</source>
+        <translation>壓縮</translation>
+    </message>
+    <message>
+        <source>Decompress</source>
+        <translation>解壓縮</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名稱</translation>
+    </message>
+    <message>
+        <source>Modified time</source>
+        <translation>修改時間</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>大小</translation>
+    </message>
+    <message>
+        <source>Sort by</source>
+        <translation>排序方式</translation>
+    </message>
+</context>
+<context>
+    <name>FinishedListWidget</name>
+    <message>
+        <source>Open file</source>
+        <translation>開啟檔案</translation>
+    </message>
+    <message>
+        <source>Open folder where file resides</source>
+        <translation>開啟檔案所在資料夾</translation>
+    </message>
+    <message>
+        <source>Retry</source>
+        <translation>重試</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>刪除</translation>
+    </message>
+    <message>
+        <source>Promption</source>
+        <translation>提示</translation>
+    </message>
+    <message>
+        <source>Are you sure to clear all record?</source>
+        <translation>確定要清除所有記錄嗎？</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>錯誤</translation>
+    </message>
+    <message>
+        <source>File not found!</source>
+        <translation>找不到檔案！</translation>
+    </message>
+    <message>
+        <source>cancel</source>
+        <translation>取消</translation>
+    </message>
+</context>
+<context>
+    <name>FinishedTaskModel</name>
+    <message>
+        <source>To: %1</source>
+        <translation>至：%1</translation>
+    </message>
+    <message>
+        <source>Share</source>
+        <translation>分享</translation>
+    </message>
+    <message>
+        <source>successful</source>
+        <translation>成功</translation>
+    </message>
+    <message>
+        <source>failed</source>
+        <translation>失敗</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名稱</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation>大小</translation>
+    </message>
+    <message>
+        <source>Sub-center</source>
+        <translation>分中心</translation>
+    </message>
+    <message>
+        <source>Time</source>
+        <translation>時間</translation>
+    </message>
+    <message>
+        <source>Result</source>
+        <translation>結果</translation>
+    </message>
+</context>
+<context>
+    <name>GlobalConfig</name>
+    <message>
+        <source>Unknown Request Error!</source>
+        <translation>未知的要求錯誤！</translation>
+    </message>
+    <message>
+        <source>Failed to get subcenter list.</source>
+        <translation>取得分中心清單失敗。</translation>
+    </message>
+    <message>
+        <source>Failed to get user info.</source>
+        <translation>取得使用者資訊失敗。</translation>
+    </message>
+    <message>
+        <source>Request Error</source>
+        <translation>要求錯誤</translation>
+    </message>
+</context>
+<context>
+    <name>LoginCycle</name>
+    <message>
+        <source>ArkvaleTolma is crashed!</source>
+        <translation>ArkvaleTolma 已當機！</translation>
+    </message>
+    <message>
+        <source>app crash</source>
+        <translation>程式當機</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>確定</translation>
+    </message>
+</context>
+<context>
+    <name>LoginUI</name>
+    <message>
+        <source>Login</source>
+        <translation>登入</translation>
+    </message>
+    <message>
+        <source>Minimise</source>
+        <translation>最小化</translation>
+    </message>
+    <message>
+        <source>NRX Cloud Drive</source>
+        <translation>NRX 雲端硬碟</translation>
+    </message>
+    <message>
+        <source>User name</source>
+        <translation>使用者名稱</translation>
+    </message>
+    <message>
+        <source>Password</source>
+        <translation>密碼</translation>
+    </message>
+    <message>
+        <source>Show password</source>
+        <translation>顯示密碼</translation>
+    </message>
+    <message>
+        <source>Remember Me</source>
+        <translation>記住我</translation>
+    </message>
+    <message>
+        <source>Auto Login</source>
+        <translation>自動登入</translation>
+    </message>
+    <message>
+        <source>Forgot password</source>
+        <translation>忘記密碼</translation>
+    </message>
+    <message>
+        <source>Register now</source>
+        <translation>立即註冊</translation>
+    </message>
+    <message>
+        <source>The service does not answer. You can try again.</source>
+        <translation>服務沒有回應，您可以再試一次。</translation>
+    </message>
+    <message>
+        <source>Tip</source>
+        <translation>提示</translation>
+    </message>
+    <message>
+        <source>Please enter your username and password!</source>
+        <translation>請輸入使用者名稱和密碼！</translation>
+    </message>
+    <message>
+        <source>Logging in</source>
+        <translation>登入中</translation>
+    </message>
+    <message>
+        <source>Login failed.</source>
+        <translation>登入失敗。</translation>
+    </message>
+    <message>
+        <source>NRX Cloud Driver User Agreement</source>
+        <translation>《NRX 雲端硬碟使用者協議》</translation>
+    </message>
+    <message>
+        <source>Dear users! You are irregularities in the use of NRX Cloud Driver, your account has been permanently frozen! Please read the %1.</source>
+        <translation>親愛的使用者！由於您在使用 NRX 雲端硬碟時有違規行為，您的帳號已被永久凍結！請閱讀%1。</translation>
+    </message>
+    <message>
+        <source>further notice</source>
+        <translation>另行通知</translation>
+    </message>
+    <message>
+        <source>Dear users! You are irregularities in the use of NRX Cloud Driver, your account has been frozen to %1! Please read the %2.</source>
+        <translation>親愛的使用者！由於您在使用 NRX 雲端硬碟時有違規行為，您的帳號已被凍結，解凍時間：%1！請閱讀%2。</translation>
+    </message>
+    <message>
+        <source>The page could not be opened.</source>
+        <translation>無法開啟頁面。</translation>
+    </message>
+    <message>
+        <source>A new version is available.</source>
+        <translation>有新版本可用。</translation>
+    </message>
+    <message>
+        <source>Caps Lock is on</source>
+        <translation>大寫鎖定已開啟</translation>
+    </message>
+</context>
+<context>
+    <name>MsgBox</name>
+    <message>
+        <source>OK</source>
+        <translation>確定</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Infomation</source>
+        <translation>資訊</translation>
+    </message>
+    <message>
+        <source>title</source>
+        <translation>標題</translation>
+    </message>
+</context>
+<context>
+    <name>MsgDlg</name>
+    <message>
+        <source>OK</source>
+        <translation>確定</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Infomation</source>
+        <translation>資訊</translation>
+    </message>
+    <message>
+        <source>title</source>
+        <translation>標題</translation>
+    </message>
+</context>
+<context>
+    <name>MsgDlgEx</name>
+    <message>
+        <source>OK</source>
+        <translation>確定</translation>
+    </message>
+    <message>
+        <source>Infomation</source>
+        <translation>資訊</translation>
+    </message>
+    <message>
+        <source>title</source>
+        <translation>標題</translation>
+    </message>
+</context>
+<context>
+    <name>NetDiskServer</name>
+    <message>
+        <source>Login expired.</source>
+        <translation>登入已過期。</translation>
+    </message>
+    <message>
+        <source>Access Denied!</source>
+        <translation>存取遭拒！</translation>
+    </message>
+    <message>
+        <source>Search Result</source>
+        <translation>搜尋結果</translation>
+    </message>
+</context>
+<context>
+    <name>NetdiskPage</name>
+    <message>
+        <source>The folder could not be created.</source>
+        <translation>無法建立資料夾。</translation>
+    </message>
+    <message>
+        <source>The items could not be deleted.</source>
+        <translation>無法刪除這些項目。</translation>
+    </message>
+    <message>
+        <source>Error</source>
+        <translation>錯誤</translation>
+    </message>
+    <message>
+        <source>Path not found!</source>
+        <translation>找不到路徑！</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened: the service did not answer as expected.</source>
+        <translation>無法開啟資料夾：服務未傳回預期的回應。</translation>
+    </message>
+    <message>
+        <source>The item could not be renamed.</source>
+        <translation>無法重新命名該項目。</translation>
+    </message>
+    <message>
+        <source>The items could not be moved.</source>
+        <translation>無法移動這些項目。</translation>
+    </message>
+    <message>
+        <source>The items could not be copied.</source>
+        <translation>無法複製這些項目。</translation>
+    </message>
+    <message>
+        <source>items</source>
+        <translation>個項目</translation>
+    </message>
+    <message>
+        <source>files</source>
+        <translation>個檔案</translation>
+    </message>
+    <message>
+        <source>folders</source>
+        <translation>個資料夾</translation>
+    </message>
+    <message>
+        <source>Icon</source>
+        <translation>圖示</translation>
+    </message>
+    <message>
+        <source>List</source>
+        <translation>清單</translation>
+    </message>
+    <message>
+        <source>Switch to list mode</source>
+        <translation>切換至清單模式</translation>
+    </message>
+    <message>
+        <source>Switch to icon mode</source>
+        <translation>切換至圖示模式</translation>
+    </message>
+    <message>
+        <source>Adding to the transfer list...</source>
+        <translation>正在加入傳輸清單...</translation>
+    </message>
+    <message>
+        <source>Tasks is running...</source>
+        <translation>工作進行中...</translation>
+    </message>
+    <message>
+        <source>Select file(s)/folder(s) to upload.</source>
+        <translation>選取要上傳的檔案/資料夾。</translation>
+    </message>
+    <message>
+        <source>Select target folder</source>
+        <translation>選取目標資料夾</translation>
+    </message>
+    <message>
+        <source>The upload was not started: the folder&apos;s contents could not be read.</source>
+        <translation>上傳未開始：無法讀取資料夾的內容。</translation>
+    </message>
+    <message>
+        <source>%1 of the chosen files or folders cannot be read.</source>
+        <translation>所選的檔案或資料夾中有 %1 個無法讀取。</translation>
+    </message>
+    <message>
+        <source>Tip</source>
+        <translation>提示</translation>
+    </message>
+    <message>
+        <source>Please select file(s)/folder(s) to download.</source>
+        <translation>請選取要下載的檔案/資料夾。</translation>
+    </message>
+    <message>
+        <source>The folder &quot;%1&quot; cannot be used.</source>
+        <translation>無法使用資料夾「%1」。</translation>
+    </message>
+    <message>
+        <source>Please select file(s)/folder(s) you want to delete.</source>
+        <translation>請選取要刪除的檔案/資料夾。</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>刪除</translation>
+    </message>
+    <message>
+        <source>Delete selected items?</source>
+        <translation>確定要刪除選取的項目嗎？</translation>
+    </message>
+    <message>
+        <source>Please select the file or directory you want to rename!</source>
+        <translation>請選取要重新命名的檔案或資料夾！</translation>
+    </message>
+    <message>
+        <source>A name must not begin with a dot or hold one of \ / : * ? &quot; &lt; &gt; |</source>
+        <translation>名稱不能以點開頭，也不能包含下列任何字元：\ / : * ? &quot; &lt; &gt; |</translation>
+    </message>
+    <message>
+        <source>These items are in &quot;%1&quot;. Download them there and upload them here.</source>
+        <translation>這些項目位於「%1」。請在該處下載，再上傳到此處。</translation>
+    </message>
+    <message>
+        <source>Upload</source>
+        <translation>上傳</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation>下載</translation>
+    </message>
+    <message>
+        <source>New Folder</source>
+        <translation>新增資料夾</translation>
+    </message>
+    <message>
+        <source>Rename</source>
+        <translation>重新命名</translation>
+    </message>
+    <message>
+        <source>Search</source>
+        <translation>搜尋</translation>
+    </message>
+    <message>
+        <source>Back</source>
+        <translation>上一頁</translation>
+    </message>
+    <message>
+        <source>Forward</source>
+        <translation>下一頁</translation>
+    </message>
+    <message>
+        <source>Home</source>
+        <translation>主目錄</translation>
+    </message>
+    <message>
+        <source>Refresh</source>
+        <translation>重新整理</translation>
+    </message>
+    <message>
+        <source>Storage used</source>
+        <translation>已使用空間</translation>
+    </message>
+</context>
+<context>
+    <name>NewFolderWidget</name>
+    <message>
+        <source>New Folder</source>
+        <translation>新增資料夾</translation>
+    </message>
+    <message>
+        <source>Rename</source>
+        <translation>重新命名</translation>
+    </message>
+    <message>
+        <source>Compress</source>
+        <translation>壓縮</translation>
+    </message>
+    <message>
+        <source>Enter the file name</source>
+        <translation>輸入檔案名稱</translation>
+    </message>
+    <message>
+        <source>Name</source>
+        <translation>名稱</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>確定</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Tip</source>
+        <translation>提示</translation>
+    </message>
+</context>
+<context>
+    <name>SelectCenterDialog</name>
+    <message>
+        <source>Please select default subcenter</source>
+        <translation>請選擇預設分中心</translation>
+    </message>
+    <message>
+        <source>Tips: Files are different among sub centers</source>
+        <translation>提示：各分中心的檔案互不相同</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>確定</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Select Subcenter</source>
+        <translation>選擇分中心</translation>
+    </message>
+</context>
+<context>
+    <name>TabWidget</name>
+    <message>
+        <source>New tab</source>
+        <translation>新增分頁</translation>
+    </message>
+    <message>
+        <source>Move to a new pane</source>
+        <translation>移至新窗格</translation>
+    </message>
+    <message>
+        <source>Close tab</source>
+        <translation>關閉分頁</translation>
+    </message>
+</context>
+<context>
+    <name>TransferDispatch</name>
+    <message>
+        <source>real name authentication</source>
+        <translation>實名認證</translation>
+    </message>
+    <message>
+        <source>Deal user! You do not have the %1, video files will be ignored in your upload requests.If you accept, please click OK.</source>
+        <translation>親愛的使用者！您尚未通過%1，上傳要求中的影片檔案將被忽略。若您接受，請按一下「確定」。</translation>
+    </message>
+    <message>
+        <source>Deal user! You do not have the %1, video files will be ignored in your upload folders.If you accept, please click OK.</source>
+        <translation>親愛的使用者！您尚未通過%1，上傳資料夾中的影片檔案將被忽略。若您接受，請按一下「確定」。</translation>
+    </message>
+    <message>
+        <source>Deal user! You do not have the %1, video files will be ignored in your download requests.</source>
+        <translation>親愛的使用者！您尚未通過%1，下載要求中的影片檔案將被忽略。</translation>
+    </message>
+    <message>
+        <source>Deal user! You do not have the %1, video files will be ignored in your download folders.If you accept, please click OK.</source>
+        <translation>親愛的使用者！您尚未通過%1，下載資料夾中的影片檔案將被忽略。若您接受，請按一下「確定」。</translation>
+    </message>
+</context>
+<context>
+    <name>TransferListWidget</name>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Promption</source>
+        <translation>提示</translation>
+    </message>
+    <message>
+        <source>Are you sure to cancel all transmission?</source>
+        <translation>確定要取消所有傳輸嗎？</translation>
+    </message>
+</context>
+<context>
+    <name>TransferTaskModel</name>
+    <message>
+        <source>Name</source>
+        <translation>名稱</translation>
+    </message>
+    <message>
+        <source>Progress</source>
+        <translation>進度</translation>
+    </message>
+    <message>
+        <source>Speed</source>
+        <translation>速度</translation>
+    </message>
+    <message>
+        <source>Status</source>
+        <translation>狀態</translation>
+    </message>
+    <message>
+        <source>To: %1</source>
+        <translation>至：%1</translation>
+    </message>
+    <message>
+        <source>%1 of %2 files</source>
+        <translation>%1/%2 個檔案</translation>
+    </message>
+    <message>
+        <source>%1 files failed</source>
+        <translation>%1 個檔案失敗</translation>
+    </message>
+</context>
+<context>
+    <name>TransferTexts</name>
+    <message>
+        <source>preparing...</source>
+        <translation>準備中...</translation>
+    </message>
+    <message>
+        <source>transferring...</source>
+        <translation>傳輸中...</translation>
+    </message>
+    <message>
+        <source>pausing...</source>
+        <translation>正在暫停...</translation>
+    </message>
+    <message>
+        <source>paused...</source>
+        <translation>已暫停...</translation>
+    </message>
+    <message>
+        <source>canceling...</source>
+        <translation>正在取消...</translation>
+    </message>
+    <message>
+        <source>success...</source>
+        <translation>成功...</translation>
+    </message>
+    <message>
+        <source>waiting...</source>
+        <translation>等候中...</translation>
+    </message>
+    <message>
+        <source>Start</source>
+        <translation>開始</translation>
+    </message>
+    <message>
+        <source>Pausing</source>
+        <translation>正在暫停</translation>
+    </message>
+    <message>
+        <source>Canceling</source>
+        <translation>正在取消</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>暫停</translation>
+    </message>
+    <message>
+        <source>The connection to the transfer server failed</source>
+        <translation>與傳輸伺服器的連線失敗</translation>
+    </message>
+    <message>
+        <source>The server refused the transfer</source>
+        <translation>伺服器拒絕了傳輸</translation>
+    </message>
+    <message>
+        <source>The source was not found</source>
+        <translation>找不到來源檔案</translation>
+    </message>
+    <message>
+        <source>Not enough storage</source>
+        <translation>儲存空間不足</translation>
+    </message>
+    <message>
+        <source>The source changed during the transfer</source>
+        <translation>來源檔案在傳輸過程中已變更</translation>
+    </message>
+    <message>
+        <source>A name cannot be stored at the destination</source>
+        <translation>目的地無法使用此名稱</translation>
+    </message>
+    <message>
+        <source>The data arrived damaged</source>
+        <translation>收到的資料已損毀</translation>
+    </message>
+    <message>
+        <source>Cancelled</source>
+        <translation>已取消</translation>
+    </message>
+    <message>
+        <source>A local file cannot be read or written</source>
+        <translation>無法讀取或寫入本機檔案</translation>
+    </message>
+    <message>
+        <source>The transfer failed</source>
+        <translation>傳輸失敗</translation>
+    </message>
+</context>
+<context>
+    <name>TransferringWidget</name>
+    <message>
+        <source>Tip</source>
+        <translation>提示</translation>
+    </message>
+    <message>
+        <source>Start All</source>
+        <translation>全部開始</translation>
+    </message>
+    <message>
+        <source>Pause All</source>
+        <translation>全部暫停</translation>
+    </message>
+    <message>
+        <source>Cancel All</source>
+        <translation>全部取消</translation>
+    </message>
+    <message>
+        <source>Clear All</source>
+        <translation>全部清除</translation>
+    </message>
+    <message>
+        <source>Uploading</source>
+        <translation>上傳中</translation>
+    </message>
+    <message>
+        <source>Downloading</source>
+        <translation>下載中</translation>
+    </message>
+    <message>
+        <source>Finished</source>
+        <translation>已完成</translation>
+    </message>
+    <message>
+        <source>and %1 more</source>
+        <translation>以及其他 %1 個</translation>
+    </message>
+    <message>
+        <source>following tasks are already running</source>
+        <translation>下列工作已在進行</translation>
+    </message>
+    <message>
+        <source>Upload</source>
+        <translation>上傳</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation>下載</translation>
+    </message>
+    <message>
+        <source>Tasks already running</source>
+        <translation>工作已在進行</translation>
+    </message>
+    <message>
+        <source>Not enough storage</source>
+        <translation>儲存空間不足</translation>
+    </message>
+    <message>
+        <source>cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Connecting to %1...</source>
+        <translation>正在連線至 %1...</translation>
+    </message>
+</context>
+</TS>
