@@ -25,6 +25,13 @@ function(arkvale_common target)
     else()
         target_compile_options(${target} PRIVATE
             -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Wformat=2 -Wundef)
+        if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+            # Optimised builds: this compiler takes the temporaries of initializer lists for uninitialised.
+            target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
+            if(ARKVALE_SANITIZE STREQUAL "thread")
+                target_compile_options(${target} PRIVATE -Wno-tsan) # fences of a library's headers
+            endif()
+        endif()
         if(ARKVALE_WERROR)
             target_compile_options(${target} PRIVATE -Werror)
         endif()

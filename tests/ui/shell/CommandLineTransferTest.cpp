@@ -58,7 +58,7 @@ private:
         // Two rounds of background work at the most; a quiet pair of them means the end.
         for (int quiet = 0, size = 0; quiet < 20; quiet = size == log.size() ? quiet + 1 : 0) {
             size = log.size();
-            QTest::qWait(5);
+            QTest::qWait(5); // why: nothing tells that no further work will come
         }
         return log;
     }
