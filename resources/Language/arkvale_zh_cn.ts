@@ -24,7 +24,7 @@
     <name>ArkvaleTolmaMain</name>
     <message>
         <source>My Disk</source>
-        <translation>我的网盘</translation>
+        <translation>我的云盘</translation>
     </message>
     <message>
         <source>Open another sub-center (Ctrl+T)</source>
@@ -287,7 +287,7 @@
     </message>
     <message>
         <source>No file or folder of the drive has a name like that.</source>
-        <translation>网盘中没有名称与此匹配的文件或文件夹。</translation>
+        <translation>云盘中没有名称与此匹配的文件或文件夹。</translation>
     </message>
     <message>
         <source>and waiting for  you to fill, hurry to upload ~</source>
@@ -817,7 +817,7 @@
     </message>
     <message>
         <source>Select file(s)/folder(s) to upload.</source>
-        <translation>选择要上传的文件/文件夹。</translation>
+        <translation>选择要上传的文件/文件夹</translation>
     </message>
     <message>
         <source>Select target folder</source>
@@ -1066,7 +1066,7 @@
     </message>
     <message>
         <source>paused...</source>
-        <translation>已暂停...</translation>
+        <translation>已暂停</translation>
     </message>
     <message>
         <source>canceling...</source>
@@ -1074,7 +1074,7 @@
     </message>
     <message>
         <source>success...</source>
-        <translation>成功...</translation>
+        <translation>成功</translation>
     </message>
     <message>
         <source>waiting...</source>

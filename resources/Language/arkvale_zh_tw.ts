@@ -24,7 +24,7 @@
     <name>ArkvaleTolmaMain</name>
     <message>
         <source>My Disk</source>
-        <translation>我的網路硬碟</translation>
+        <translation>我的雲端硬碟</translation>
     </message>
     <message>
         <source>Open another sub-center (Ctrl+T)</source>
@@ -287,7 +287,7 @@
     </message>
     <message>
         <source>No file or folder of the drive has a name like that.</source>
-        <translation>網路硬碟中沒有名稱相符的檔案或資料夾。</translation>
+        <translation>雲端硬碟中沒有名稱相符的檔案或資料夾。</translation>
     </message>
     <message>
         <source>and waiting for  you to fill, hurry to upload ~</source>
@@ -817,7 +817,7 @@
     </message>
     <message>
         <source>Select file(s)/folder(s) to upload.</source>
-        <translation>選取要上傳的檔案/資料夾。</translation>
+        <translation>選取要上傳的檔案/資料夾</translation>
     </message>
     <message>
         <source>Select target folder</source>
@@ -1066,7 +1066,7 @@
     </message>
     <message>
         <source>paused...</source>
-        <translation>已暫停...</translation>
+        <translation>已暫停</translation>
     </message>
     <message>
         <source>canceling...</source>
@@ -1074,7 +1074,7 @@
     </message>
     <message>
         <source>success...</source>
-        <translation>成功...</translation>
+        <translation>成功</translation>
     </message>
     <message>
         <source>waiting...</source>

@@ -1,5 +1,6 @@
 #include "TabWidget.h"
 
+#include <QEvent>
 #include <QMenu>
 #include <QTabBar>
 
@@ -27,6 +28,29 @@ void TabWidget::setTitle(QWidget *page, const QString &text)
     const int index = indexOf(page);
     setTabText(index, shown);
     setTabToolTip(index, QStringLiteral("<qt>%1</qt>").arg(text.toHtmlEscaped()));
+}
+
+void TabWidget::tabInserted(int index)
+{
+    QTabWidget::tabInserted(index);
+    retranslate();
+}
+
+void TabWidget::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    QTabWidget::changeEvent(event);
+}
+
+void TabWidget::retranslate()
+{
+    for (int i = 0; i < count(); ++i) {
+        for (QTabBar::ButtonPosition side : {QTabBar::LeftSide, QTabBar::RightSide}) {
+            if (QWidget *close = tabBar()->tabButton(i, side))
+                close->setToolTip(tr("Close tab"));
+        }
+    }
 }
 
 void TabWidget::showMenu(const QPoint &position)

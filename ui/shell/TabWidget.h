@@ -20,6 +20,11 @@ signals:
     void sigSplitWidget(int index);
     void sigCloseTab(int index);
 
+protected:
+    void tabInserted(int index) override;
+    void changeEvent(QEvent *event) override;
+
 private:
+    void retranslate();
     void showMenu(const QPoint &position);
 };

@@ -7,6 +7,7 @@
 #include "LoginService.h"
 #include "MsgDlg.h"
 #include "NetdiskPage.h"
+#include "ShownTexts.h"
 #include "TabWidget.h"
 #include "TestSupport.h"
 #include "TransferListWidget.h"
@@ -15,11 +16,14 @@
 
 #include <QApplication>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QStackedWidget>
 #include <QTemporaryDir>
 #include <QTimer>
+
+#include <memory>
 
 /// The main window over a scripted service.
 class ArkvaleTolmaMainTest : public StrictTest
@@ -67,7 +71,9 @@ private slots:
         FakeService::instance().setScript([](const FakeCall &call, int *code, QByteArray *body) {
             *code = 200;
             if (call.operation == QLatin1String("listFile"))
-                *body = R"({"items":[{"name":"a","type":0},{"name":"d","type":1}]})";
+                *body = R"({"items":[{"name":"a","type":0,"path":"/a"},{"name":"d","type":1,"path":"/d"}]})";
+            else if (call.operation == QLatin1String("searchFile"))
+                *body = R"({"items":[]})";
             else if (call.operation == QLatin1String("getUserStorage"))
                 *body = R"({"storage":{"used":100,"quota":1000}})";
             else
@@ -183,6 +189,58 @@ private slots:
         DialogAnswers answers;
         cycle.window.Exit();
         QVERIFY(answers.shown().first().text.contains("1 transfers are still running"));
+    }
+
+    void aChangeOfTheLanguageReachesEveryText()
+    {
+        // A window that changes is to look like one that was built in the language.
+        QStringList texts[2];
+        for (QStringList &shown : texts) {
+            auto language = &shown == texts ? nullptr : std::make_unique<MarkedLanguage>();
+            GlobalConfig::instance()->setCurrentSubCenterId(QStringLiteral("1"));
+            Cycle cycle;
+            cycle.open();
+            cycle.window.show();
+            cycle.window.pages().first()->ChangeShowMode(1);
+            cycle.window.addTab(QStringLiteral("2"));
+            NetdiskPage *searching = cycle.window.pages().last();
+            QTRY_VERIFY(searching->findChild<QLabel *>("itemCount")->text().contains("(1"));
+            searching->findChild<QLineEdit *>("searchEdit")->setText(QStringLiteral("nothing"));
+            searching->SearchFile();
+            QTRY_VERIFY(searching->findChild<QLabel *>("emptyTitle")->isVisible());
+            const TransferringWidget *transfers = cycle.window.transfers();
+            TaskRecord task;
+            task.Type = ZPDT_UPLOAD;
+            task.Dest = QStringLiteral("/to/");
+            task.FinishDate = QDateTime(QDate(2026, 1, 2), QTime(3, 4));
+            QList<TaskRecord> tasks;
+            for (int status : {ZPDT_WAITING, ZPDT_PAUSED, ZPDT_FAILED}) {
+                task.Status = status;
+                task.Path = QStringLiteral("/l/%1").arg(status);
+                tasks << task;
+            }
+            emit transfers->engine()->TaskCreated(tasks, ZPDT_UPLOAD);
+            ZpdtProgress progress;
+            progress.error = ZpdtError::Integrity;
+            emit transfers->engine()->TaskProgressChanged(tasks.last(), progress);
+            emit transfers->engine()->TaskFinished({tasks.last()}, ZPDT_UPLOAD);
+            ZpdtConnectionInfo lost;
+            lost.subCenterId = QStringLiteral("1");
+            lost.state = ZpdtConnectionInfo::Connecting;
+            emit transfers->engine()->ConnectionInfoChanged({lost});
+            QTRY_COMPARE(cycle.window.findChild<QLabel *>("label_storage")->text(), QStringLiteral("100B/1000B"));
+            QTRY_VERIFY(transfers->tabs()->tabText(2).endsWith(QLatin1String("(1)")));
+            if (!language)
+                language = std::make_unique<MarkedLanguage>();
+            shown = shownTexts(&cycle.window);
+            for (const char *expected : {"[My Disk]", "[Transfer List] (1)", "[Search Result]: nothing", "[Modified]",
+                                         "[paused...]", "[failed]: [The data arrived damaged]", "[Nothing found]",
+                                         "[Switch to list mode]", "[Connecting to Center 1...]", "[Start All]"})
+                QVERIFY2(shown.join('\n').contains(expected), expected);
+        }
+        for (int i = 0; i < qMin(texts[0].size(), texts[1].size()); ++i)
+            QCOMPARE(texts[0].at(i), texts[1].at(i));
+        QCOMPARE(texts[0].size(), texts[1].size());
     }
 
     void anEndedSessionLogsOutOnce()
