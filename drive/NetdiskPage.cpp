@@ -332,6 +332,11 @@ void NetdiskPage::SetStorage()
     m_storage->setText(QStringLiteral("%1/%2").arg(sizeText(quint64(used)), sizeText(quint64(qMax<qint64>(0, quota)))));
 }
 
+void NetdiskPage::refreshStorage()
+{
+    m_server->getStorage();
+}
+
 void NetdiskPage::refreshSubCenter()
 {
     const SubCenter center = GlobalConfig::instance()->subCenter(m_center.id);

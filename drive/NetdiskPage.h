@@ -86,6 +86,8 @@ public slots:
     void showEmptyFolder(bool visible);
     void contextMenuRequested(const QPoint &globalPos);
     void SetStorage();
+    /// Asks the service for the figures of the storage bar.
+    void refreshStorage();
     /// Takes the sub-center's record anew from the configuration store.
     void refreshSubCenter();
     void ChangeButtonStatus();
@@ -143,6 +145,7 @@ private:
     void runCommand(int command);
 
     SubCenter m_center;
+    QString m_lastTarget; ///< folder of the last download
     NetDiskServer *m_server;
     FileInfoAssistant *m_info;
     OrderedWork *m_work;

@@ -19,6 +19,7 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QMimeData>
+#include <QStandardPaths>
 #include <QUrl>
 
 namespace {
@@ -225,7 +226,15 @@ QString NetdiskPage::targetFolder()
     const DownloadPathSetting setting = GlobalConfig::instance()->downloadPath(m_center.id);
     if (setting.alwaysUseDefaultPath && !setting.defaultPath.isEmpty())
         return setting.defaultPath;
-    return askTargetFolder(setting.defaultPath);
+    QString start = setting.defaultPath.isEmpty() ? m_lastTarget : setting.defaultPath;
+    if (start.isEmpty() || !QDir(start).exists())
+        start = QStandardPaths::writableLocation(QStandardPaths::DownloadLocation);
+    if (!QDir(start).exists())
+        start = QDir::homePath();
+    const QString chosen = askTargetFolder(start);
+    if (!chosen.isEmpty()) // empty also when the page went away meanwhile
+        m_lastTarget = chosen;
+    return chosen;
 }
 
 void NetdiskPage::Preview()

@@ -327,6 +327,8 @@ void ArkvaleTolmaMain::scheduleStorageCheck(int milliseconds)
 void ArkvaleTolmaMain::checkStorage()
 {
     m_loginService->checkStorage();
+    for (NetdiskPage *page : pages())
+        page->refreshStorage();
     m_storageTimer->start(kStorageInterval);
 }
 

@@ -290,8 +290,10 @@ private slots:
         cycle.window.ProcessDownloadRequest(QStringLiteral("2"), {item}); // the same tab serves again
         QTRY_COMPARE(downloads.size(), 2);
         QCOMPARE(cycle.window.pages().size(), 2);
-        // The engine was really asked.
-        QTRY_COMPARE(cycle.window.transfers()->downloadList()->model()->rowCount(), 1);
+        // The engine was really asked; without a service the task may have ended already.
+        const auto *transfers = cycle.window.transfers();
+        QTRY_COMPARE(transfers->downloadList()->model()->rowCount() + transfers->finishedList()->model()->rowCount(),
+                     1);
     }
 
     void commandLineUploadsOnce()
