@@ -292,8 +292,8 @@ private slots:
         QCOMPARE(cycle.window.pages().size(), 2);
         // The engine was really asked; without a service the task may have ended already.
         const auto *transfers = cycle.window.transfers();
-        QTRY_COMPARE(transfers->downloadList()->model()->rowCount() + transfers->finishedList()->model()->rowCount(),
-                     1);
+        QTRY_VERIFY(transfers->downloadList()->model()->rowCount() + transfers->finishedList()->model()->rowCount() >
+                    0);
     }
 
     void commandLineUploadsOnce()
