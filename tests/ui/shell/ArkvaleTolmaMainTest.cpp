@@ -3,6 +3,8 @@
 #include "BrowserServer.h"
 #include "DialogAnswers.h"
 #include "FakeOrvClient.h"
+#include "FinishedListWidget.h"
+#include "FinishedTaskModel.h"
 #include "GlobalConfig.h"
 #include "LoginService.h"
 #include "MsgDlg.h"
