@@ -10,6 +10,7 @@
 #include "SingleApplication.h"
 #include "TestSupport.h"
 
+#include <QAction>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -27,6 +28,7 @@ private slots:
     void tenCyclesLeaveNothingBehind();
     void subCenterIsChosen_data();
     void subCenterIsChosen();
+    void aChosenLanguageStaysAndLeavesNothing();
     void cancelledLoginEnds();
     void hiddenUntilAPageLogsIn();
     void endFromAnywhere_data();
@@ -232,6 +234,48 @@ void LoginCycleTest::subCenterIsChosen()
     QCOMPARE(cycle.run(), opened.isEmpty()); // who cancels the choice gets the login dialog back
     QCOMPARE(page, opened);
     QCOMPARE(answers.shown().size(), dialogs);
+}
+
+void LoginCycleTest::aChosenLanguageStaysAndLeavesNothing()
+{
+    const auto cancel = [] { return QCoreApplication::translate("MsgDlg", "Cancel"); };
+    const QString chinese = QString::fromUtf8("取消");
+    CommandLine line = commandLine();
+    LoginCycle cycle(static_cast<SingleApplication *>(qApp), line);
+    QTimer::singleShot(kPatience, &cycle, &LoginCycle::end);
+    const auto changeTo = [](const char *code) {
+        auto *window = find<ArkvaleTolmaMain>();
+        QAction action;
+        action.setData(QString::fromLatin1(code));
+        connect(&action, SIGNAL(triggered()), window, SLOT(ChangeLanguage()));
+        action.trigger();
+    };
+    const auto pageOpen = [] {
+        auto *window = find<ArkvaleTolmaMain>();
+        return window && window->isVisible() && !window->pages().isEmpty();
+    };
+    const auto logout = [] {
+        QVERIFY(QMetaObject::invokeMethod(find<ArkvaleTolmaMain>(), "Logout", Q_ARG(QString, QString())));
+    };
+    when(pageOpen, [=] {
+        changeTo("zh_cn");
+        QCOMPARE(cancel(), chinese);
+        logout();
+    });
+    QVERIFY(cycle.run());
+    QCOMPARE(cancel(), QStringLiteral("Cancel"));
+    when([] { return find<LoginUI>() && find<LoginUI>()->isVisible(); },
+         [=] {
+             QCOMPARE(find<LoginUI>()->windowTitle(), QString::fromUtf8("登录"));
+             when(pageOpen, [=] {
+                 changeTo("en_us");
+                 QCOMPARE(cancel(), QStringLiteral("Cancel"));
+                 logout();
+             });
+             find<LoginUI>()->findChild<QPushButton *>(QStringLiteral("login"))->click();
+         });
+    QVERIFY(cycle.run());
+    QCOMPARE(GlobalConfig::instance()->language(), QStringLiteral("en_us"));
 }
 
 void LoginCycleTest::cancelledLoginEnds()
