@@ -38,7 +38,8 @@ QByteArray requestText(const QJsonValue &src, const QString &dest)
 QStringList sourcesOf(const QJsonObject &request)
 {
     QStringList result;
-    for (const QJsonValue &path : request.value(QLatin1String("src")).toArray())
+    const QJsonArray sources = request.value(QLatin1String("src")).toArray();
+    for (const QJsonValue &path : sources)
         result.append(path.toString());
     return result;
 }

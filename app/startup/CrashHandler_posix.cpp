@@ -24,8 +24,6 @@
 // Everything below "the handler" runs in a process that is broken: only async-signal-safe calls, no allocation, no
 // formatted output, nothing of Qt. Memory that may be bad is only handed to write(), which answers EFAULT.
 
-extern char **environ;
-
 namespace {
 
 constexpr int kSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
@@ -305,7 +303,7 @@ QByteArray stateFolder()
         base = qgetenv("HOME") + "/.local/state";
     if (!base.startsWith('/'))
         return {};
-    const QByteArray folder = base + "/ArkvaleTolma/";
+    QByteArray folder = base + "/ArkvaleTolma/";
     for (int slash = 1; (slash = folder.indexOf('/', slash)) > 0; ++slash)
         ::mkdir(folder.left(slash).constData(), 0700);
     return folder;

@@ -60,7 +60,8 @@ QList<FileItem> FileItemReader::items(const QByteArray &body, TimeRule rule, con
 QStringList FileItemReader::names(const QByteArray &body)
 {
     QStringList result;
-    for (const QJsonValue &value : itemsOf(body)) {
+    const QJsonArray items = itemsOf(body);
+    for (const QJsonValue &value : items) {
         if (value.isObject())
             result.append(value.toObject().value(QLatin1String("name")).toString());
     }

@@ -164,7 +164,7 @@ OrvClient::OrvClient(const QString &version, const QString &url, const QString &
 }
 
 OrvClient::OrvClient(const OrvClient &other)
-    : QObject()
+    : QObject(nullptr)
     , d(std::make_unique<OrvClientPrivate>(*other.d))
 {
 }

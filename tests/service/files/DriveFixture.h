@@ -142,7 +142,8 @@ protected:
     static QStringList namesOf(const std::string &json)
     {
         QStringList names;
-        for (const QJsonValue &item : parsed(json).value("items").toArray())
+        const QJsonArray items = parsed(json).value("items").toArray();
+        for (const QJsonValue &item : items)
             names << item.toObject().value("name").toString();
         names.sort();
         return names;

@@ -50,7 +50,8 @@ void TestDrive::listing()
     QVERIFY(drive().list("/f/", false, json).ok());
     QCOMPARE(namesOf(json), QStringList({"noext", "pack.tar.gz", "pic.PNG", "sub"}));
     QMap<QString, QJsonObject> items;
-    for (const QJsonValue &item : parsed(json).value("items").toArray())
+    const QJsonArray listed = parsed(json).value("items").toArray();
+    for (const QJsonValue &item : listed)
         items[item.toObject().value("name").toString()] = item.toObject();
     const QJsonObject picture = items["pic.PNG"];
     QCOMPARE(picture.value("type").toInt(-1), 0);
@@ -94,7 +95,8 @@ void TestDrive::listingOddNames()
     QStringList sorted = names;
     sorted.sort();
     QCOMPARE(namesOf(json), sorted);
-    for (const QJsonValue &item : parsed(json).value("items").toArray()) {
+    const QJsonArray items = parsed(json).value("items").toArray();
+    for (const QJsonValue &item : items) {
         std::string one;
         QVERIFY(drive().info(item.toObject().value("path").toString().toStdString(), one).ok());
         QCOMPARE(parsed(one), item.toObject());
