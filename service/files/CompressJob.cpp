@@ -185,16 +185,11 @@ Outcome CompressJob::check()
     if (m_sources.empty())
         return Outcome::failure(400, "nothing", "There is nothing to compress.");
     for (const std::string &source : m_sources) {
-        outcome = splitDrive(source, names);
+        outcome = findEntry(m_home, source, names, stat);
         if (!outcome.ok())
             return outcome;
         if (names.empty())
             return Outcome::failure(403, "home", "The home folder itself cannot be compressed.");
-        result = m_home.folder.stat(joinPath(names), stat);
-        if (result.ok() && !stat.isFile() && !stat.isFolder())
-            result.error = FileError::NotFound;
-        if (!result.ok())
-            return Outcome::of(result, source);
         const std::string name = freeName(names.back(), stat.isFolder(), [this](const std::string &wanted) {
             return std::any_of(m_items.begin(), m_items.end(), [&](const Item &item) { return item.name == wanted; });
         });
@@ -259,13 +254,8 @@ Outcome CompressJob::publish(const zpdt::SafeFolder &work) const
     zpdt::SafeFolder target;
     FileResult result = m_home.folder.openFolder(m_folder, target);
     std::string name = m_name;
-    for (int number = 2; result.ok(); ++number) {
-        result = zpdt::SafeFolder::renameBetween(work, kFileName, target, name, false);
-        if (result.ok() || result.error != FileError::Exists || number > 9999)
-            break;
-        name = numberedName(m_name, false, number);
-        result = FileResult();
-    }
+    if (result.ok())
+        result = moveNumbered(work, kFileName, target, name, false);
     return Outcome::of(result, m_target + ".zip");
 }
 

@@ -80,28 +80,18 @@ Outcome CopyJob::check()
 {
     m_items.clear();
     std::vector<std::string> targetNames;
-    Outcome outcome = splitDrive(m_target, targetNames);
+    Outcome outcome = findFolder(m_home, m_target, targetNames);
     if (!outcome.ok())
         return outcome;
     m_folder = joinPath(targetNames);
-    FileStat stat;
-    FileResult result = m_home.folder.stat(m_folder, stat);
-    if (result.ok() && !stat.isFolder())
-        result.error = FileError::NotFolder;
-    if (!result.ok())
-        return Outcome::of(result, m_target);
     for (const std::string &source : m_sources) {
         std::vector<std::string> names;
-        outcome = splitDrive(source, names);
+        FileStat stat;
+        outcome = findEntry(m_home, source, names, stat);
         if (!outcome.ok())
             return outcome;
         if (liesWithin(targetNames, names))
             return Outcome::failure(409, "into-itself", "\"" + source + "\" cannot be copied into itself.");
-        result = m_home.folder.stat(joinPath(names), stat);
-        if (result.ok() && !stat.isFile() && !stat.isFolder())
-            result.error = FileError::NotFound;
-        if (!result.ok())
-            return Outcome::of(result, source);
         Item item{joinPath(names), names.back(), stat.isFolder(), false};
         names.pop_back();
         item.numbered = names == targetNames;
@@ -186,12 +176,9 @@ Outcome CopyJob::publish(const zpdt::SafeFolder &work) const
     for (std::size_t i = 0; result.ok() && i < m_items.size(); ++i) {
         const Item &item = m_items[i];
         std::string name = item.name;
-        result = zpdt::SafeFolder::renameBetween(work, std::to_string(i), target, name, false);
-        for (int number = 2; item.numbered && result.error == FileError::Exists && number < 10000; ++number) {
-            // Somebody took the name since it was chosen.
-            name = numberedName(item.name, item.isFolder, number);
-            result = zpdt::SafeFolder::renameBetween(work, std::to_string(i), target, name, false);
-        }
+        // Somebody may have taken the name since it was chosen.
+        result = item.numbered ? moveNumbered(work, std::to_string(i), target, name, item.isFolder)
+                               : zpdt::SafeFolder::renameBetween(work, std::to_string(i), target, name, false);
         if (result.ok())
             published.push_back(name);
     }

@@ -238,26 +238,20 @@ Outcome DecompressJob::publish(const zpdt::SafeFolder &work) const
     zpdt::SafeFolder target;
     result = m_home.folder.openFolder(m_folder, target);
     std::vector<zpdt::SafeFolder::Entry> entries;
-    if (result.ok()) {
+    if (result.ok())
         result = work.list("", [&](const zpdt::SafeFolder::Entry &entry) {
             entries.push_back(entry);
             return true;
         });
-    }
+    if (!result.ok())
+        entries.clear();
     std::vector<std::string> published;
     for (const zpdt::SafeFolder::Entry &entry : entries) {
         std::string name = entry.name;
-        for (int number = 2; result.ok(); ++number) {
-            result = zpdt::SafeFolder::renameBetween(work, entry.name, target, name, false);
-            if (result.ok())
-                published.push_back(name);
-            if (result.error != FileError::Exists || number > 9999)
-                break;
-            name = numberedName(entry.name, entry.stat.isFolder(), number);
-            result = FileResult();
-        }
+        result = moveNumbered(work, entry.name, target, name, entry.stat.isFolder());
         if (!result.ok())
             break;
+        published.push_back(name);
     }
     if (result.ok())
         return {};

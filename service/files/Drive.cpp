@@ -66,15 +66,10 @@ Outcome Drive::list(const std::string &path, bool namesOnly, std::string &json) 
 Outcome Drive::info(const std::string &path, std::string &json) const
 {
     std::vector<std::string> names;
-    Outcome outcome = splitDrive(path, names);
+    FileStat stat;
+    Outcome outcome = findEntry(m_home, path, names, stat);
     if (!outcome.ok())
         return outcome;
-    FileStat stat;
-    const FileResult result = m_home.folder.stat(joinPath(names), stat);
-    if (!result.ok())
-        return Outcome::of(result, path);
-    if (!stat.isFile() && !stat.isFolder())
-        return Outcome::of({FileError::NotFound, 0}, path);
     json.clear();
     appendItem(json, names.empty() ? std::string() : names.back(), drivePath(names), stat, m_types);
     return {};
@@ -160,16 +155,11 @@ Outcome Drive::remove(const std::vector<std::string> &paths, Kind kind) const
 Outcome Drive::move(const std::vector<std::string> &sources, const std::string &target) const
 {
     std::vector<std::string> targetNames;
-    Outcome outcome = splitDrive(target, targetNames);
+    Outcome outcome = findFolder(m_home, target, targetNames);
     if (!outcome.ok())
         return outcome;
     const std::string folder = joinPath(targetNames);
     FileStat stat;
-    FileResult result = m_home.folder.stat(folder, stat);
-    if (result.ok() && !stat.isFolder())
-        result.error = FileError::NotFolder;
-    if (!result.ok())
-        return Outcome::of(result, target);
 
     std::vector<std::pair<std::string, std::string>> steps;
     std::set<std::string> taken;
@@ -196,7 +186,7 @@ Outcome Drive::move(const std::vector<std::string> &sources, const std::string &
         steps.emplace_back(from, to);
     }
     for (std::size_t i = 0; i < steps.size(); ++i) {
-        result = m_home.folder.rename(steps[i].first, steps[i].second, false);
+        const FileResult result = m_home.folder.rename(steps[i].first, steps[i].second, false);
         if (result.ok())
             continue;
         for (std::size_t done = i; done > 0; --done)

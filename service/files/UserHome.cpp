@@ -19,6 +19,29 @@ Outcome splitDrive(const std::string &path, std::vector<std::string> &names)
     return Outcome::failure(400, "bad-name", "This is not a path of the drive.");
 }
 
+Outcome findEntry(const UserHome &home, const std::string &path, std::vector<std::string> &names, zpdt::FileStat &stat)
+{
+    Outcome outcome = splitDrive(path, names);
+    if (!outcome.ok())
+        return outcome;
+    zpdt::FileResult result = home.folder.stat(zpdt::joinPath(names), stat);
+    if (result.ok() && !stat.isFile() && !stat.isFolder())
+        result.error = zpdt::FileError::NotFound;
+    return Outcome::of(result, path);
+}
+
+Outcome findFolder(const UserHome &home, const std::string &path, std::vector<std::string> &names)
+{
+    Outcome outcome = splitDrive(path, names);
+    if (!outcome.ok())
+        return outcome;
+    zpdt::FileStat stat;
+    zpdt::FileResult result = home.folder.stat(zpdt::joinPath(names), stat);
+    if (result.ok() && !stat.isFolder())
+        result.error = zpdt::FileError::NotFolder;
+    return Outcome::of(result, path);
+}
+
 std::string drivePath(const std::vector<std::string> &names)
 {
     return "/" + zpdt::joinPath(names);
@@ -37,6 +60,18 @@ std::string numberedName(const std::string &name, bool isFolder, int number)
         stem.resize(cut);
     }
     return stem + end;
+}
+
+zpdt::FileResult moveNumbered(const zpdt::SafeFolder &from, const std::string &entry, const zpdt::SafeFolder &to,
+                              std::string &name, bool isFolder)
+{
+    const std::string wanted = name;
+    zpdt::FileResult result = zpdt::SafeFolder::renameBetween(from, entry, to, name, false);
+    for (int number = 2; result.error == zpdt::FileError::Exists && number < 10000; ++number) {
+        name = numberedName(wanted, isFolder, number);
+        result = zpdt::SafeFolder::renameBetween(from, entry, to, name, false);
+    }
+    return result;
 }
 
 QuotaCharge::~QuotaCharge()

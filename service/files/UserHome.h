@@ -32,6 +32,12 @@ struct UserHome
 /// The names of a path of the drive; a failure for what is no such path.
 Outcome splitDrive(const std::string &path, std::vector<std::string> &names);
 
+/// The file or folder of that path; anything else counts as not there. A failure names the path.
+Outcome findEntry(const UserHome &home, const std::string &path, std::vector<std::string> &names, zpdt::FileStat &stat);
+
+/// The same for a path that has to be a folder's.
+Outcome findFolder(const UserHome &home, const std::string &path, std::vector<std::string> &names);
+
 /// The path of the drive that these names make: "/" for none.
 std::string drivePath(const std::vector<std::string> &names);
 
@@ -42,6 +48,11 @@ std::string freeName(const std::string &name, bool isFolder, const Taken &taken)
 
 /// @p name with " (number)" put in.
 std::string numberedName(const std::string &name, bool isFolder, int number);
+
+/// Moves @p entry of @p from into @p to under @p name or, as long as that is taken, with " (2)", " (3)" ... put in.
+/// @p name becomes the one that it has at the end.
+zpdt::FileResult moveNumbered(const zpdt::SafeFolder &from, const std::string &entry, const zpdt::SafeFolder &to,
+                              std::string &name, bool isFolder);
 
 template <typename Taken>
 std::string freeName(const std::string &name, bool isFolder, const Taken &taken)

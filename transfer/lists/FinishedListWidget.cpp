@@ -46,17 +46,8 @@ FinishedListWidget::FinishedListWidget(QWidget *parent)
             return actions;
         },
         this);
-    m_view->setItemDelegate(delegate);
-    m_view->setRootIsDecorated(false);
-    m_view->setUniformRowHeights(true);
-    m_view->setAllColumnsShowFocus(true);
-    m_view->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    m_view->setContextMenuPolicy(Qt::CustomContextMenu);
-    m_view->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    delegate->dress(m_view, FinishedTaskModel::NameColumn);
     QHeaderView *header = m_view->header();
-    header->setStretchLastSection(false);
-    header->setSectionsMovable(false);
-    header->setSectionResizeMode(FinishedTaskModel::NameColumn, QHeaderView::Stretch);
     header->resizeSection(FinishedTaskModel::SizeColumn, 90);
     header->resizeSection(FinishedTaskModel::CenterColumn, 110);
     header->resizeSection(FinishedTaskModel::TimeColumn, 165);

@@ -36,17 +36,8 @@ TransferListWidget::TransferListWidget(ZPDTCMDTYPE type, QWidget *parent)
     auto *delegate = new TransferRowDelegate(
         TransferTaskModel::ProgressColumn, TransferTaskModel::PercentRole, TransferTaskModel::ActionColumn,
         [](const QModelIndex &index) { return actionsFor(index.data(TransferTaskModel::StatusRole).toInt()); }, this);
-    m_view->setItemDelegate(delegate);
-    m_view->setRootIsDecorated(false);
-    m_view->setUniformRowHeights(true);
-    m_view->setAllColumnsShowFocus(true);
-    m_view->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    m_view->setContextMenuPolicy(Qt::CustomContextMenu);
-    m_view->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    delegate->dress(m_view, TransferTaskModel::NameColumn);
     QHeaderView *header = m_view->header();
-    header->setStretchLastSection(false);
-    header->setSectionsMovable(false);
-    header->setSectionResizeMode(TransferTaskModel::NameColumn, QHeaderView::Stretch);
     header->resizeSection(TransferTaskModel::ProgressColumn, 230);
     header->resizeSection(TransferTaskModel::SpeedColumn, 110);
     header->resizeSection(TransferTaskModel::StatusColumn, 120);

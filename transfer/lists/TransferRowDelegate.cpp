@@ -2,12 +2,14 @@
 
 #include <QAbstractItemView>
 #include <QApplication>
+#include <QHeaderView>
 #include <QHelpEvent>
 #include <QIcon>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QToolTip>
+#include <QTreeView>
 
 namespace {
 
@@ -27,6 +29,20 @@ TransferRowDelegate::TransferRowDelegate(int progressColumn, int percentRole, in
     , m_actionColumn(actionColumn)
     , m_actions(std::move(actions))
 {
+}
+
+void TransferRowDelegate::dress(QTreeView *view, int nameColumn)
+{
+    view->setItemDelegate(this);
+    view->setRootIsDecorated(false);
+    view->setUniformRowHeights(true);
+    view->setAllColumnsShowFocus(true);
+    view->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    view->setContextMenuPolicy(Qt::CustomContextMenu);
+    view->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    view->header()->setStretchLastSection(false);
+    view->header()->setSectionsMovable(false);
+    view->header()->setSectionResizeMode(nameColumn, QHeaderView::Stretch);
 }
 
 QRect TransferRowDelegate::buttonRect(const QRect &cell, int number)

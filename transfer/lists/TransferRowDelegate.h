@@ -5,6 +5,8 @@
 
 #include <functional>
 
+class QTreeView;
+
 /// Draws the rows of the transfer lists: the progress column as a bar with its text, the action column as small buttons
 /// with tool tips that can be clicked. What a row offers is asked for when it is drawn. GUI thread only.
 class TransferRowDelegate : public QStyledItemDelegate
@@ -24,6 +26,9 @@ public:
     /// @param progressColumn column drawn as a bar, -1 for none; its percentage is read from @p percentRole
     TransferRowDelegate(int progressColumn, int percentRole, int actionColumn, Actions actions,
                         QObject *parent = nullptr);
+
+    /// Sets @p view, which has its model, up as a list of these rows; @p nameColumn takes the room that is left.
+    void dress(QTreeView *view, int nameColumn);
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;

@@ -10,6 +10,7 @@
 #include <QHBoxLayout>
 #include <QImageReader>
 #include <QLabel>
+#include <QPushButton>
 #include <QScreen>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -73,6 +74,56 @@ DialogFrame::DialogFrame(QDialog *dialog)
     all->addWidget(m_titleBar);
     all->addLayout(m_body, 1);
     all->addLayout(m_buttons);
+}
+
+void DialogFrame::addAnswers(const QString &ok, const QString &cancel)
+{
+    m_ok = new QPushButton(ok, m_dialog);
+    m_ok->setObjectName(QStringLiteral("ok"));
+    m_ok->setDefault(true);
+    m_buttons->addWidget(m_ok);
+    QObject::connect(m_ok, &QPushButton::clicked, m_dialog, &QDialog::accept);
+    if (cancel.isEmpty())
+        return;
+    m_cancel = new QPushButton(cancel, m_dialog);
+    m_cancel->setObjectName(QStringLiteral("cancel"));
+    m_buttons->addWidget(m_cancel);
+    QObject::connect(m_cancel, &QPushButton::clicked, m_dialog, &QDialog::reject);
+}
+
+QPushButton *DialogFrame::answer(const QString &name) const
+{
+    if (name == QLatin1String("ok"))
+        return m_ok;
+    if (name == QLatin1String("cancel"))
+        return m_cancel;
+    return nullptr;
+}
+
+QPushButton *DialogFrame::firstAnswer() const
+{
+    return m_cancel && m_ok->isHidden() ? m_cancel : m_ok;
+}
+
+void DialogFrame::setButtonVisible(const QString &name, bool visible)
+{
+    QPushButton *named = answer(name);
+    if (!named)
+        return;
+    named->setVisible(visible);
+    // Enter presses the default button, and never a hidden one.
+    firstAnswer()->setDefault(true);
+}
+
+void DialogFrame::setButtonText(const QString &name, const QString &text)
+{
+    if (QPushButton *named = answer(name))
+        named->setText(text);
+}
+
+void DialogFrame::focusAnswer()
+{
+    firstAnswer()->setFocus();
 }
 
 void DialogFrame::setTitle(const QString &title)

@@ -8,6 +8,7 @@ class MovableGroupBox;
 class QDialog;
 class QHBoxLayout;
 class QLabel;
+class QPushButton;
 class QToolButton;
 class QVBoxLayout;
 
@@ -26,6 +27,16 @@ public:
     QVBoxLayout *body() const { return m_body; }
     QHBoxLayout *buttons() const { return m_buttons; }
 
+    /// Adds the button "ok", which accepts the dialog and is its default, and with a @p cancel text the button
+    /// "cancel", which rejects it.
+    void addAnswers(const QString &ok, const QString &cancel = QString());
+    /// @param name "ok" or "cancel"; a name without a button does nothing
+    void setButtonVisible(const QString &name, bool visible);
+    /// @param name "ok" or "cancel"; a name without a button does nothing
+    void setButtonText(const QString &name, const QString &text);
+    /// Puts the keyboard on the button that Enter presses: the first visible one.
+    void focusAnswer();
+
     void setTitle(const QString &title);
     /// To be called when the dialog is shown: gives it its final size, puts it over the middle of its parent's window
     /// (or of the screen) wholly onto that screen, and tells DialogAnswers of it.
@@ -38,10 +49,15 @@ public:
     static QString breakable(const QString &text);
 
 private:
+    QPushButton *answer(const QString &name) const;
+    QPushButton *firstAnswer() const;
+
     QDialog *m_dialog;
     MovableGroupBox *m_titleBar;
     QLabel *m_title;
     QToolButton *m_close;
     QVBoxLayout *m_body;
     QHBoxLayout *m_buttons;
+    QPushButton *m_ok = nullptr;
+    QPushButton *m_cancel = nullptr;
 };

@@ -5,9 +5,7 @@
 
 #include <QEvent>
 #include <QGuiApplication>
-#include <QHBoxLayout>
 #include <QLabel>
-#include <QPushButton>
 #include <QScreen>
 #include <QTextBrowser>
 #include <QTextDocument>
@@ -32,15 +30,10 @@ MsgBox::MsgBox(QWidget *parent)
     : QDialog(parent)
     , m_frame(this)
     , m_body(new TextOnlyBrowser(this))
-    , m_ok(new QPushButton(tr("OK"), this))
-    , m_cancel(new QPushButton(tr("Cancel"), this))
 {
     setModal(true);
     setWindowTitle(tr("Infomation"));
     m_frame.title()->setText(tr("title"));
-    m_ok->setObjectName(QStringLiteral("ok"));
-    m_ok->setDefault(true);
-    m_cancel->setObjectName(QStringLiteral("cancel"));
     m_body->setObjectName(QStringLiteral("text"));
     m_body->setReadOnly(true);
     m_body->setOpenLinks(false);
@@ -51,10 +44,7 @@ MsgBox::MsgBox(QWidget *parent)
     m_body->setFixedWidth(kBodyWidth);
     m_frame.body()->addWidget(m_body);
     connect(m_body, &QTextBrowser::anchorClicked, this, &MsgBox::SlotOpenLink);
-    m_frame.buttons()->addWidget(m_ok);
-    m_frame.buttons()->addWidget(m_cancel);
-    connect(m_ok, &QPushButton::clicked, this, &QDialog::accept);
-    connect(m_cancel, &QPushButton::clicked, this, &QDialog::reject);
+    m_frame.addAnswers(tr("OK"), tr("Cancel"));
     m_frame.titleBar()->installEventFilter(this);
     installEventFilter(this);
 }
@@ -86,35 +76,20 @@ void MsgBox::fit()
     m_body->setFixedHeight(qMin(most, qCeil(m_body->document()->size().height()) + 4));
 }
 
-QPushButton *MsgBox::button(const QString &name) const
-{
-    if (name == QLatin1String("ok"))
-        return m_ok;
-    if (name == QLatin1String("cancel"))
-        return m_cancel;
-    return nullptr;
-}
-
 void MsgBox::setButtonVisible(const QString &name, bool visible)
 {
-    QPushButton *named = button(name);
-    if (!named)
-        return;
-    named->setVisible(visible);
-    // Enter presses the default button, and never a hidden one.
-    (m_ok->isHidden() ? m_cancel : m_ok)->setDefault(true);
+    m_frame.setButtonVisible(name, visible);
 }
 
 void MsgBox::setButtonText(const QString &name, const QString &text)
 {
-    if (QPushButton *named = button(name))
-        named->setText(text);
+    m_frame.setButtonText(name, text);
 }
 
 bool MsgBox::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == this && event->type() == QEvent::Show) {
-        (m_ok->isHidden() ? m_cancel : m_ok)->setFocus();
+        m_frame.focusAnswer();
         fit();
         m_frame.present(text());
     }

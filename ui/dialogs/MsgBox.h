@@ -4,7 +4,6 @@
 
 #include <QDialog>
 
-class QPushButton;
 class QTextBrowser;
 class QUrl;
 
@@ -35,12 +34,9 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    QPushButton *button(const QString &name) const;
     void fit();
 
     DialogFrame m_frame;
     QString m_html;
     QTextBrowser *m_body;
-    QPushButton *m_ok;
-    QPushButton *m_cancel;
 };

@@ -5,7 +5,6 @@
 #include <QDialog>
 
 class MessageText;
-class QPushButton;
 
 /// Modal question with "OK" and "Cancel" in a frameless window of the client's own. Build it on the stack, set title
 /// and text, hide or rename buttons, exec(): QDialog::Accepted means OK; Cancel, Esc and the close button reject.
@@ -31,10 +30,6 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
-    QPushButton *button(const QString &name) const;
-
     DialogFrame m_frame;
     MessageText *m_text;
-    QPushButton *m_ok;
-    QPushButton *m_cancel;
 };

@@ -4,25 +4,19 @@
 #include "MovableGroupBox.h"
 
 #include <QEvent>
-#include <QHBoxLayout>
 #include <QLabel>
-#include <QPushButton>
 #include <QVBoxLayout>
 
 MsgDlgEx::MsgDlgEx(QWidget *parent)
     : QDialog(parent)
     , m_frame(this)
     , m_text(new MessageText(this))
-    , m_ok(new QPushButton(tr("OK"), this))
 {
     setModal(true);
     setWindowTitle(tr("Infomation"));
     m_frame.title()->setText(tr("title"));
-    m_ok->setObjectName(QStringLiteral("ok"));
-    m_ok->setDefault(true);
     m_frame.body()->addWidget(m_text);
-    m_frame.buttons()->addWidget(m_ok);
-    connect(m_ok, &QPushButton::clicked, this, &QDialog::accept);
+    m_frame.addAnswers(tr("OK"));
     m_frame.titleBar()->installEventFilter(this);
     installEventFilter(this);
 }
@@ -47,20 +41,18 @@ QString MsgDlgEx::text() const
 
 void MsgDlgEx::setButtonVisible(const QString &name, bool visible)
 {
-    if (name == QLatin1String("ok"))
-        m_ok->setVisible(visible);
+    m_frame.setButtonVisible(name, visible);
 }
 
 void MsgDlgEx::setButtonText(const QString &name, const QString &text)
 {
-    if (name == QLatin1String("ok"))
-        m_ok->setText(text);
+    m_frame.setButtonText(name, text);
 }
 
 bool MsgDlgEx::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == this && event->type() == QEvent::Show) {
-        m_ok->setFocus();
+        m_frame.focusAnswer();
         m_frame.present(text());
     }
     return QDialog::eventFilter(watched, event);

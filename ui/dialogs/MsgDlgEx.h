@@ -5,7 +5,6 @@
 #include <QDialog>
 
 class MessageText;
-class QPushButton;
 
 /// Modal notice with "OK" alone in a frameless window of the client's own; used as MsgDlg is. Esc and the close button
 /// reject. GUI thread only; tests answer it through DialogAnswers.
@@ -32,5 +31,4 @@ protected:
 private:
     DialogFrame m_frame;
     MessageText *m_text;
-    QPushButton *m_ok;
 };
