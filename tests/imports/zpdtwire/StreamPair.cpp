@@ -3,7 +3,6 @@
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
-#include <QRandomGenerator>
 
 #include <future>
 
@@ -258,21 +257,4 @@ QMap<QString, QByteArray> contents(const QString &folder)
         found[QDir(folder).relativeFilePath(walk.filePath())] = data;
     }
     return found;
-}
-
-void writeFile(const QString &path, const QByteArray &data)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size())
-        qFatal("cannot write %s", qPrintable(path));
-}
-
-QByteArray noise(int size, quint32 seed)
-{
-    QByteArray data(size, Qt::Uninitialized);
-    QRandomGenerator random(seed);
-    for (int i = 0; i < size; ++i)
-        data[i] = char(i % 4 ? i * 31 : int(random.generate()));
-    return data;
 }

@@ -5,6 +5,7 @@
 #include "Session.h"
 #include "StreamReceiver.h"
 #include "StreamSender.h"
+#include "TestFiles.h"
 
 #include <QByteArray>
 #include <QMap>
@@ -70,5 +71,3 @@ private:
 };
 
 QMap<QString, QByteArray> contents(const QString &folder);
-void writeFile(const QString &path, const QByteArray &data);
-QByteArray noise(int size, quint32 seed);

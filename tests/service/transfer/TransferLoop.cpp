@@ -5,7 +5,6 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QRandomGenerator>
 
 using namespace arkvale::service;
 
@@ -202,25 +201,4 @@ QMap<QString, QString> snapshot(const QString &folder, bool withTimes)
         found[QDir(folder).relativeFilePath(info.filePath())] = line;
     }
     return found;
-}
-
-void writeFile(const QString &path, const QByteArray &data)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size())
-        qFatal("cannot write %s", qPrintable(path));
-}
-
-QByteArray noise(int size, quint32 seed)
-{
-    QByteArray data(size, Qt::Uninitialized);
-    QRandomGenerator random(seed);
-    for (int i = 0; i + 4 <= size; i += 4) {
-        const quint32 value = random.generate();
-        memcpy(data.data() + i, &value, 4);
-    }
-    for (int i = size / 4 * 4; i < size; ++i)
-        data[i] = char(random.generate());
-    return data;
 }

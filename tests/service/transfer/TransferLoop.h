@@ -2,6 +2,7 @@
 
 #include "Connection.h"
 #include "Context.h"
+#include "TestFiles.h"
 #include "TransferServer.h"
 
 #include <QByteArray>
@@ -84,6 +85,3 @@ private:
 
 /// Everything below a folder: path and kind, size, time in ms and digest.
 QMap<QString, QString> snapshot(const QString &folder, bool withTimes = true);
-void writeFile(const QString &path, const QByteArray &data);
-/// Reproducible noise.
-QByteArray noise(int size, quint32 seed);
