@@ -10,6 +10,8 @@
 #include <QSignalSpy>
 #include <QTimer>
 
+Q_DECLARE_METATYPE(Violation)
+
 class TestLoginService : public StrictTest
 {
     Q_OBJECT
@@ -19,22 +21,18 @@ private slots:
     void init();
     void cleanup();
     void oneLoginRunsByItself();
-    void profileRequestIsSigned();
-    void outcomes_data();
-    void outcomes();
-    void violations_data();
-    void violations();
+    void refusedLogins_data();
+    void refusedLogins();
     void loginByAnotherClient();
     void othersAnswersAreIgnored();
     void oddLoginAnswers();
     void profileFailures_data();
     void profileFailures();
     void homes();
-    void unreachableCenterIsAskedAgain();
+    void centerWithoutAnAnswerIsAskedAgain_data();
+    void centerWithoutAnAnswerIsAskedAgain();
     void noCenterIsAskedTwiceAtOnce();
     void sharedCounter();
-    void oddPathAnswers_data();
-    void oddPathAnswers();
     void storage();
     void listThatComesLate();
     void goesAwayInMidRequest();
@@ -109,85 +107,42 @@ void TestLoginService::oneLoginRunsByItself()
     disconnect(m_service.get(), nullptr, this, nullptr);
 }
 
-void TestLoginService::profileRequestIsSigned()
-{
-    loginWhole();
-    for (const HttpFake::Request &request : m_fake->http().requests()) {
-        const bool beforeLogin = request.path() == "/base/auth/login" || request.path() == "/base/subcenters";
-        QCOMPARE(request.headers.contains("arkvale-signature"), !beforeLogin);
-        QVERIFY(!request.raw.contains("TOKEN"));
-    }
-    // The master client is logged in, too.
-    OrvClient copy = m_config->client();
-    QSignalSpy answered(&copy, SIGNAL(getUserInfoFinished(qint64, int, QByteArray)));
-    copy.getUserInfo("demo");
-    QTRY_COMPARE(answered.count(), 1);
-    QCOMPARE(m_fake->http().requests().last().headers.value("arkvale-access"), QByteArray("ID"));
-}
-
-void TestLoginService::outcomes_data()
+void TestLoginService::refusedLogins_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<int>("state");
-    QTest::newRow("wrong password") << 401 << QByteArray("{}") << 1;
-    QTest::newRow("too many") << 429 << QByteArray("{}") << 1;
-    QTest::newRow("broken service") << 500 << QByteArray("<html>") << 1;
-    QTest::newRow("restricted") << 403 << QByteArray("{\"error\":\"restricted\"}") << 5;
+    QTest::addColumn<Violation>("violation");
+    const auto row = [](const char *name, int status, const QByteArray &body, int state, const Violation &violation) {
+        QTest::newRow(name) << status << body << state << violation;
+    };
+    const Violation old{"old", QDateTime(), -1};
+    row("wrong password", 401, "{}", 1, old);
+    row("broken service", 500, "<html>", 1, old);
+    row("restricted", 403, "{\"error\":\"restricted\"}", 5, {});
+    row("for a day", 200, SessionFake::violation("2020-01-01T00:00:00.000Z", "86400"), 5,
+        {"spam", QDateTime(QDate(2020, 1, 1), QTime(0, 0)), 86400});
+    row("no numbers", 200, SessionFake::violation("yesterday", "long"), 5, {"spam", QDateTime(), 0});
+    row("empty", 200, "{\"violation\": {}}", 5, {});
+    row("no object", 200, "{\"violation\": 5, \"access_id\": \"x\"}", 5, {});
 }
 
-void TestLoginService::outcomes()
+void TestLoginService::refusedLogins()
 {
     QFETCH(int, status);
     QFETCH(QByteArray, body);
     QFETCH(int, state);
+    QFETCH(Violation, violation);
     m_fake->answer("auth/login", SessionFake::json(body, status));
-    Violation old;
-    old.reason = "old";
-    old.duration = -1;
-    m_config->setViolation(old);
+    m_config->setViolation({"old", QDateTime(), -1});
     QSignalSpy finished(m_service.get(), SIGNAL(handlerLoginFinished()));
     login();
     QTRY_COMPARE(m_config->state(), state);
     QCOMPARE(finished.count(), 0);
-    QVERIFY(m_config->currentUser().username.isEmpty());
-    if (state == GlobalConfig::Frozen) {
-        QVERIFY(m_config->violation().reason.isEmpty());
-        QVERIFY(m_config->violation().effectTime.isNull());
-        QCOMPARE(m_config->violation().duration, 0);
-    }
-}
-
-void TestLoginService::violations_data()
-{
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<QString>("reason");
-    QTest::addColumn<QDateTime>("effect");
-    QTest::addColumn<int>("duration");
-    const QDateTime time(QDate(2020, 1, 1), QTime(0, 0));
-    QTest::newRow("for a day") << SessionFake::violation("2020-01-01T00:00:00.000Z", "86400") << "spam" << time
-                               << 86400;
-    QTest::newRow("for good") << SessionFake::violation("2020-01-01T00:00:00.000Z", "-1") << "spam" << time << -1;
-    QTest::newRow("no numbers") << SessionFake::violation("yesterday", "long") << "spam" << QDateTime() << 0;
-    QTest::newRow("empty") << QByteArray("{\"violation\": {}}") << "" << QDateTime() << 0;
-    QTest::newRow("no object") << QByteArray("{\"violation\": 5, \"access_id\": \"x\"}") << "" << QDateTime() << 0;
-}
-
-void TestLoginService::violations()
-{
-    QFETCH(QByteArray, body);
-    QFETCH(QString, reason);
-    QFETCH(QDateTime, effect);
-    QFETCH(int, duration);
-    m_fake->answer("auth/login", SessionFake::json(body));
-    QSignalSpy finished(m_service.get(), SIGNAL(handlerLoginFinished()));
-    login();
-    QTRY_COMPARE(m_config->state(), int(GlobalConfig::Frozen));
-    QCOMPARE(finished.count(), 0);
-    QCOMPARE(m_config->violation().reason, reason);
-    QCOMPARE(m_config->violation().effectTime, effect);
-    QCOMPARE(m_config->violation().duration, duration);
     QVERIFY(m_config->currentUser().username.isEmpty() && m_config->currentUser().accessId.isEmpty());
+    QCOMPARE(m_config->violation().reason, violation.reason);
+    QCOMPARE(m_config->violation().effectTime, violation.effectTime);
+    QCOMPARE(m_config->violation().duration, violation.duration);
 }
 
 void TestLoginService::loginByAnotherClient()
@@ -243,7 +198,6 @@ void TestLoginService::profileFailures_data()
     QTest::addColumn<QByteArray>("body");
     QTest::addColumn<int>("state");
     QTest::newRow("refused") << 500 << QByteArray("{}") << 4;
-    QTest::newRow("session over") << 401 << QByteArray("{}") << 4;
     QTest::newRow("no object") << 200 << QByteArray("[]") << 2;
     QTest::newRow("empty object") << 200 << QByteArray("{}") << 3;
     QTest::newRow("wrong types") << 200 << QByteArray("{\"username\": 1, \"path\": [], \"icon\": {}}") << 3;
@@ -286,9 +240,20 @@ void TestLoginService::homes()
     }
 }
 
-void TestLoginService::unreachableCenterIsAskedAgain()
+void TestLoginService::centerWithoutAnAnswerIsAskedAgain_data()
 {
-    m_fake->answer("sc/2/users/demo/path", SessionFake::json("{}", 500));
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QByteArray>("body");
+    QTest::newRow("refused") << 500 << QByteArray("{}");
+    for (const char *body : {"", "[]", "{\"path\": 5}", "{\"path\": \"\"}", "{\"path\": \"/x\""})
+        QTest::newRow(body) << 200 << QByteArray(body);
+}
+
+void TestLoginService::centerWithoutAnAnswerIsAskedAgain()
+{
+    QFETCH(int, status);
+    QFETCH(QByteArray, body);
+    m_fake->answer("sc/2/users/demo/path", SessionFake::json(body, status));
     QSignalSpy checked(m_service.get(), SIGNAL(handlerCheckSubCenterFinished()));
     login();
     // Two known answers, and the count of three.
@@ -347,24 +312,6 @@ void TestLoginService::sharedCounter()
     // One answer to the one service and two to the other are three together: two homes known, and the count once.
     QTRY_COMPARE(told + second.count(), 3);
     QVERIFY(m_config->subCenter("2").path.isEmpty());
-}
-
-void TestLoginService::oddPathAnswers_data()
-{
-    QTest::addColumn<QByteArray>("body");
-    for (const char *body : {"", "[]", "{}", "{\"path\": 5}", "{\"path\": \"\"}", "{\"path\": \"/x\"", "null"})
-        QTest::newRow(body) << QByteArray(body);
-}
-
-void TestLoginService::oddPathAnswers()
-{
-    QFETCH(QByteArray, body);
-    m_fake->answer("sc/2/users/demo/path", SessionFake::json(body));
-    QSignalSpy checked(m_service.get(), SIGNAL(handlerCheckSubCenterFinished()));
-    login();
-    QTRY_COMPARE(checked.count(), 3);
-    QVERIFY(m_config->subCenter("2").path.isEmpty());
-    QVERIFY(timer()->isActive());
 }
 
 void TestLoginService::storage()

@@ -77,10 +77,8 @@ void TestSelectCenter::sizes_data()
     QTest::addColumn<int>("count");
     QTest::addColumn<int>("area");
     QTest::addColumn<int>("height");
-    QTest::newRow("none") << 0 << 45 << 205;
     QTest::newRow("4") << 4 << 45 << 205;
     QTest::newRow("5") << 5 << 100 << 260;
-    QTest::newRow("8") << 8 << 100 << 260;
     QTest::newRow("9") << 9 << 155 << 315;
     QTest::newRow("200") << 200 << 155 << 315;
 }

@@ -45,9 +45,7 @@ void ProgramTest::refusedCommandLines_data()
     QTest::addColumn<int>("code");
     QTest::addColumn<bool>("tells");
     QTest::newRow("password alone") << QStringList{"-pass", "x"} << 255 << false;
-    QTest::newRow("path alone") << QStringList{"-p", "/a", "-user", "al"} << 255 << false;
     QTest::newRow("unknown option") << QStringList{"-nonsense"} << 1 << true;
-    QTest::newRow("value missing") << QStringList{"-user"} << 1 << true;
 }
 
 void ProgramTest::refusedCommandLines()
@@ -70,10 +68,7 @@ void ProgramTest::endsOnSignal_data()
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<int>("signal");
     QTest::newRow("login dialog") << QStringList() << 15;
-    QTest::newRow("with a request") << QStringList{"-user", "al", "-pass", "x", "-sc", "1",
-                                                   "-p",    "/",  "-m",    "0", "-fl", ",a"}
-                                    << 2;
-    QTest::newRow("hidden") << QStringList{"zparkvale://open"} << 15;
+    QTest::newRow("hidden") << QStringList{"zparkvale://open"} << 2;
 }
 
 void ProgramTest::endsOnSignal()

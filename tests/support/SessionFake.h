@@ -9,7 +9,7 @@
 
 class GlobalConfig;
 
-/// A service for the session tests: account "demo" with password "secret", three sub-centers, in the third of which the
+/// A service to log in to: account "demo" with password "secret", three sub-centers, in the third of which the
 /// user has no home. Any path can be given another answer. It also makes the process's "Config" folder, so it is to be
 /// made before the store.
 class SessionFake
@@ -19,6 +19,7 @@ public:
 
     /// @param path below the account base, such as "auth/login" or "sc/2/users/demo/path"
     void answer(const QByteArray &path, const HttpFake::Answer &answer) { m_answers.insert(path, answer); }
+    void forgetAnswers() { m_answers.clear(); }
     /// Back to the ordinary answers, on a port of its own: what an earlier test still had on its way comes no more.
     void reset();
     int asked(const QByteArray &path) const;

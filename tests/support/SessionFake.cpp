@@ -22,7 +22,8 @@ void SessionFake::reset()
     QFile file(m_folder.filePath("arkvale.ini"));
     if (!file.open(QIODevice::WriteOnly))
         qFatal("no settings file");
-    file.write("{\"Auth\": \"" + base + "\", \"ListSubCenter\": \"" + base + "/subcenters\", " +
+    file.write("{\"Auth\": \"" + base + "\", \"ListSubCenter\": \"" + base + "/subcenters\", \"UpdateUrl\": \"" + base +
+               "/version\", \"Version\": \"1.0.0\", \"WSSProt\": 0, " +
                "\"ResetPassword\": {\"default\": \"http://pages.example/reset\"}, " +
                "\"Register\": {\"default\": \"file:///bin/sh\"}, " +
                "\"UserProtocol\": {\"default\": \"http://pages.example/agree?a='b'&c=<d>\"}}");
@@ -93,5 +94,9 @@ HttpFake::Answer SessionFake::serve(const HttpFake::Request &request) const
         return json("{\"path\": \"/home/demo\"}");
     if (path.startsWith("sc/") && path.endsWith("/users/demo/storage"))
         return json("{\"storage\": {\"used\": 5, \"quota\": 9007199254740993}}");
+    if (path == "version")
+        return json("{\"version\": \"1.0.1\"}");
+    if (path.endsWith("/files/list"))
+        return json("{\"items\": []}");
     return json("{}", 404);
 }
