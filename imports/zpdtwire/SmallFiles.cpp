@@ -80,9 +80,9 @@ std::vector<SmallFileResult> storeSmallFiles(TargetTree &tree, const std::vector
         FileResult result = writeOne(tree, files[i], written[i], file);
         if (result.ok() && files.size() < kManyFiles)
             result = file.sync();
-        else if (result.ok() && !last.isOpen())
+        if (result.ok() && files.size() >= kManyFiles && !last.isOpen())
             last = std::move(file);
-        if (result.ok() && file.isOpen())
+        else if (result.ok() && file.isOpen())
             result = file.close();
         written[i].good = result.ok();
         if (!result.ok())

@@ -48,7 +48,7 @@ bool StreamSender::message(Msg type, WireReader &body)
         if (m_begun || !m_source.wanted || !want.decode(body))
             return false;
         for (std::string &name : want.names) {
-            m_wantedBytes += name.size() + sizeof(name);
+            m_wantedBytes += name.size() + sizeof(std::string);
             m_source.names.push_back(std::move(name));
         }
         if (m_wantedBytes > kMostWantedBytes)

@@ -12,7 +12,7 @@ std::string TicketStore::issue(Ticket ticket, std::int64_t now)
     if (count >= mostOfUser)
         return {};
     ++count;
-    const std::string text = randomText(32);
+    std::string text = randomText(32);
     const std::string key = sha256Hex(text);
     m_byExpiry.emplace(now + lifetimeMs, key);
     m_issued[key] = {std::move(ticket), now + lifetimeMs};

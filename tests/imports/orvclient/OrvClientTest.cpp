@@ -345,7 +345,7 @@ void OrvClientTest::queuedCallsAreNotTakenForStalledOnes()
 int main(int argc, char **argv)
 {
     TestHome home;
-    qputenv("ARKVALE_HTTP_LIMITS", "400,500,1048576");
+    qputenv("ARKVALE_HTTP_LIMITS", "800,1500,1048576");
     QCoreApplication app(argc, argv);
     OrvClientTest test;
     OrvClientFaultTest faults;
