@@ -129,7 +129,7 @@ Outcome CopyJob::copyAll(const zpdt::SafeFolder &work, const std::atomic<bool> &
         // Sources of different folders may bear one name, so each has a number for a name until it is published.
         const std::string root = std::to_string(i);
         if (!item.isFolder) {
-            const Outcome outcome = copyFile(m_home.folder, item.from, work, root, cancelled, charge);
+            Outcome outcome = copyFile(m_home.folder, item.from, work, root, cancelled, charge);
             if (!outcome.ok())
                 return outcome;
             continue;

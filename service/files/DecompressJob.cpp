@@ -133,7 +133,7 @@ private:
         }
         // A hole at the end of a sparse file has no bytes in the archive.
         if (entry.size > size) {
-            const Outcome outcome = grow(size, std::min(entry.size, m_limits.bytes + 1));
+            Outcome outcome = grow(size, std::min(entry.size, m_limits.bytes + 1));
             if (!outcome.ok())
                 return outcome;
             result = file.truncate(size);
@@ -223,7 +223,7 @@ Outcome DecompressJob::unpack(const zpdt::SafeFolder &work, const std::atomic<bo
     const std::uint64_t byRatio = std::max(m_limits.freeBytes, std::min(m_limits.bytes, stat.size * m_limits.ratio));
     const Utf8Locale locale;
     ArchiveReader reader;
-    const Outcome outcome = reader.open(std::move(file));
+    Outcome outcome = reader.open(std::move(file));
     if (!outcome.ok())
         return outcome;
     return Unpacker(work, m_limits, std::min(m_limits.bytes, byRatio), charge, cancelled).run(reader);

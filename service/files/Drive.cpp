@@ -108,7 +108,7 @@ Outcome Drive::makeFolder(const std::string &path) const
 
 Outcome Drive::statOf(const std::string &path, Kind kind, std::vector<std::string> &names, FileStat &stat) const
 {
-    const Outcome outcome = splitDrive(path, names);
+    Outcome outcome = splitDrive(path, names);
     if (!outcome.ok())
         return outcome;
     if (names.empty())
@@ -240,7 +240,7 @@ Outcome Drive::rename(const std::string &source, const std::string &target, Kind
 Outcome Drive::openFile(const std::string &path, zpdt::SafeFile &file, FileStat &stat) const
 {
     std::vector<std::string> names;
-    const Outcome outcome = splitDrive(path, names);
+    Outcome outcome = splitDrive(path, names);
     if (!outcome.ok())
         return outcome;
     FileResult result = m_home.folder.openRead(joinPath(names), file);

@@ -249,7 +249,7 @@ Response FileRoutes::startJob(const Request &request, std::shared_ptr<Job> job)
     if (!outcome.ok())
         return answer(outcome);
     const auto id = m_jobs.start(request.user, [job = std::move(job)](const std::atomic<bool> &cancelled) mutable {
-        const Outcome end = job->run(cancelled);
+        Outcome end = job->run(cancelled);
         job.reset(); // The home is closed when the job ends, not when its result is forgotten.
         return end;
     });

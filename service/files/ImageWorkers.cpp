@@ -14,8 +14,6 @@
 #include <unistd.h>
 #include <utility>
 
-extern char **environ;
-
 namespace arkvale::service {
 
 namespace {
