@@ -42,7 +42,7 @@ Outcome Thumbnails::get(const UserHome &home, const std::string &path, unsigned 
                         std::string &png)
 {
     std::vector<std::string> names;
-    const Outcome named = splitDrive(path, names);
+    Outcome named = splitDrive(path, names);
     if (!named.ok())
         return named;
     const std::string at = zpdt::joinPath(names);
@@ -68,7 +68,7 @@ Outcome Thumbnails::get(const UserHome &home, const std::string &path, unsigned 
         return Outcome::failure(415, "not-an-image", "There is no thumbnail of this kind of file.");
     if (stat.size > kLargest)
         return Outcome::failure(413, "too-large", "The image is too large for a thumbnail.");
-    const Outcome outcome = m_workers.render(file, format, width, height, png);
+    Outcome outcome = m_workers.render(file, format, width, height, png);
     if (!outcome.ok())
         return outcome;
     // A cache that cannot be written is no reason to fail.

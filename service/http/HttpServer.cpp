@@ -405,7 +405,7 @@ void HttpServer::Private::wait(MHD_Connection *connection, Exchange &exchange, c
     pending->whenComplete(
         [this, connection, &exchange](Response answer) { wake(connection, exchange, std::move(answer)); });
     const auto due = Alarm::Clock::now() + std::chrono::milliseconds(std::max(promise.pendingMilliseconds(), 0));
-    alarm->at(due, [this, client, pending, otherwise] {
+    alarm->at(due, [this, client, pending = std::move(pending), otherwise = std::move(otherwise)] {
         const auto answer = [pending, otherwise] { pending->complete(otherwise ? otherwise() : refusal(503)); };
         if (!workers->post(client, answer))
             pending->complete(refusal(503));
