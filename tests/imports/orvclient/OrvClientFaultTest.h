@@ -17,7 +17,6 @@ private slots:
     void tlsIsVerified();
     void failedFileLeavesTheOldOne_data();
     void failedFileLeavesTheOldOne();
-    void bigFileHasNoLimitWhereDocumented();
     void destroyedClientIsSilent();
     void destroyedInsideTheAnswer();
     void endOfTheThreadAnswers();
