@@ -97,19 +97,11 @@ void TestConfigFiles::sizes_data()
     QTest::addColumn<QString>("text");
     const auto row = [](quint64 bytes, const char *text) { QTest::newRow(text) << bytes << QString(text); };
     row(0, "0B");
-    row(10, "10B");
-    row(100, "100B");
-    row(1000, "1000B");
     row(1024, "1024B");
     row(1025, "1K");
     row(1536, "1.5K");
-    row(2048, "2K");
-    row(10240, "10K");
-    row(1048576, "1024K");
     row(1048577, "1M");
     row(1073741824, "1024M");
-    row(1099511627776, "1024G");
-    row(1125899906842624, "1024T");
     row(1152921504606846976, "1024P");
     row(1152921504606846977, "1E");
     row(1300000, "1.24M");
@@ -141,32 +133,12 @@ void TestConfigFiles::keysKeepTheirOrder()
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QByteArray text = file.readAll();
     int last = -1;
-    for (const char *key : {"Language",
-                            "Auth",
-                            "ListSubCenter",
-                            "ResetPassword",
-                            "Register",
-                            "UserProtocol",
-                            "HelpUrl",
-                            "UpdateUrl",
-                            "Version",
-                            "SID",
-                            "Platform",
-                            "UserType",
-                            "DisableShare",
-                            "StartWssWhenOpen",
-                            "WSSProt",
-                            "ZPDT",
-                            "MSS",
-                            "BeVerify",
-                            "DownloadLimitCount",
-                            "UploadLimitCount",
-                            "Settings",
-                            "Show",
-                            "SubPage",
-                            "PreviewFileMaxSize"}) {
-        const int at = text.indexOf('"' + QByteArray(key) + "\": ");
-        QVERIFY2(at > last, key);
+    const QByteArray keys = "Language Auth ListSubCenter ResetPassword Register UserProtocol HelpUrl UpdateUrl Version "
+                            "SID Platform UserType DisableShare StartWssWhenOpen WSSProt ZPDT MSS BeVerify "
+                            "DownloadLimitCount UploadLimitCount Settings Show SubPage PreviewFileMaxSize";
+    for (const QByteArray &key : keys.split(' ')) {
+        const int at = text.indexOf('"' + key + "\": ");
+        QVERIFY2(at > last, key.constData());
         last = at;
     }
 }
@@ -234,9 +206,7 @@ void TestConfigFiles::brokenFiles_data()
     QTest::addColumn<QByteArray>("content");
     const QByteArray good = QJsonDocument(unusualSettings()).toJson();
     QTest::newRow("empty") << QByteArray();
-    QTest::newRow("blank") << QByteArray(" \r\n");
     QTest::newRow("truncated") << good.left(good.size() / 2);
-    QTest::newRow("array") << QByteArray("[1, 2]");
     QTest::newRow("no UTF-8") << QByteArray("{\"Auth\": \"\xff\xfe\"}");
     QTest::newRow("binary") << QByteArray(5000, '\0');
     QTest::newRow("old format") << QByteArray("[General]\nAuth=x\n");
@@ -345,7 +315,6 @@ void TestConfigFiles::userSettingsText_data()
     QTest::addColumn<bool>("ask");
     QTest::newRow("never written") << QString() << 0 << qint64(0) << true;
     QTest::newRow("garbage") << QStringLiteral("}{") << 0 << qint64(0) << true;
-    QTest::newRow("object") << QStringLiteral("{}") << 0 << qint64(0) << true;
     QTest::newRow("no id") << QStringLiteral("[{\"UploadTargetSpeed\": 5}, 7]") << 0 << qint64(0) << true;
     QTest::newRow("only id") << QStringLiteral("[{\"SubCenterId\": \"1\"}]") << 1 << qint64(2048) << true;
     QTest::newRow("wrong types") << QStringLiteral("[{\"SubCenterId\": \"1\", \"UploadTargetSpeed\": \"9\", "
@@ -380,40 +349,11 @@ void TestConfigFiles::userSettingsText()
 
 void TestConfigFiles::folderNames()
 {
-    const QStringList keys{"",
-                           ".",
-                           "..",
-                           "...",
-                           "/",
-                           "a/b",
-                           "a\\b",
-                           "a:b",
-                           "con",
-                           "con.",
-                           "Con",
-                           "aux.x",
-                           "com1",
-                           "com10",
-                           "lpt0",
-                           "a",
-                           "A",
-                           "%",
-                           "%41",
-                           "a b",
-                           " a",
-                           "a.",
-                           "a.b",
-                           "用户",
-                           "a\nb",
-                           "../../etc",
-                           "%2e%2e",
-                           "~",
-                           "a|b*?",
-                           "nul",
-                           QString(300, 'x'),
-                           QString(301, 'x'),
-                           QString(100, QChar(0x7528)),
-                           QString(QChar(0))};
+    QStringList keys =
+        QString::fromUtf8("|.|..|...|/|a/b|a\\b|a:b|con|con.|Con|aux.x|com1|com10|lpt0|nul|a|A|%|%41|a b| a|a.|"
+                          "a.b|用户|a\nb|../../etc|%2e%2e|~|ab*?")
+            .split('|');
+    keys << "a|b" << QString(300, 'x') << QString(301, 'x') << QString(100, QChar(0x7528)) << QString(QChar(0));
     QSet<QString> seen;
     static const QRegularExpression harmless("^[a-z0-9_@%-]([a-z0-9_@%.-]*[a-z0-9_@%-])?$");
     static const QRegularExpression device("^(con|prn|aux|nul|com\\d|lpt\\d)(\\..*)?$");

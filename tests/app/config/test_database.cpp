@@ -41,7 +41,6 @@ class TestDatabase : public StrictTest
 
 private slots:
     void initTestCase();
-    void connectionsHaveNumbers();
     void dictionary();
     void unusableFiles_data();
     void unusableFiles();
@@ -60,19 +59,6 @@ private:
 void TestDatabase::initTestCase()
 {
     m_locations = std::make_unique<ConfigLocations>();
-}
-
-void TestDatabase::connectionsHaveNumbers()
-{
-    const QString file = fresh();
-    {
-        const DataBaseManager one(file, kDriver);
-        const DataBaseManager two(file, kDriver);
-        QCOMPARE(one.connectionName(), QStringLiteral("db_connection_1"));
-        QCOMPARE(two.connectionName(), QStringLiteral("db_connection_2"));
-        QVERIFY(QSqlDatabase::contains("db_connection_2"));
-    }
-    QVERIFY(!QSqlDatabase::contains("db_connection_1") && !QSqlDatabase::contains("db_connection_2"));
 }
 
 void TestDatabase::dictionary()

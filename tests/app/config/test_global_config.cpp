@@ -42,7 +42,6 @@ private slots:
     void initTestCase();
     void init();
     void reloadReadsAndAsks();
-    void masterClientFollowsTheSettings();
     void subCenterFailures_data();
     void subCenterFailures();
     void quietAndRepeatedRequests();
@@ -54,7 +53,6 @@ private slots:
     void pagesByLanguage();
     void translatorsByLanguage_data();
     void translatorsByLanguage();
-    void knownUsersAcrossReload();
     void perUserSettings();
     void copiesFromManyThreads();
 
@@ -95,11 +93,15 @@ void TestGlobalConfig::init()
 void TestGlobalConfig::reloadReadsAndAsks()
 {
     m_config->storeUser(user("before"));
+    QVERIFY(m_config->rememberUser(user("a")) && m_config->rememberUser(user("b")));
+    QVERIFY(!m_config->rememberUser(UserInfo()));
     QSignalSpy listed(m_config, SIGNAL(handlerListSubCenterFinished()));
     m_config->reload();
     QCOMPARE(m_config->version(), QStringLiteral("7.1"));
     QCOMPARE(m_config->wssPort(), quint16(9998));
     QVERIFY(m_config->currentUser().username.isEmpty());
+    QCOMPARE(m_config->knownUserNames(), (QStringList{"b", "a"}));
+    QCOMPARE(m_config->knownUsers().first().mobile, QStringLiteral("1b"));
     QVERIFY(m_config->subCenters().isEmpty());
     QTRY_COMPARE(listed.count(), 1);
     QCOMPARE(m_config->subCenters().size(), 2);
@@ -117,19 +119,6 @@ void TestGlobalConfig::reloadReadsAndAsks()
     QVERIFY(m_config->listSubCenterUrl().isEmpty());
     QCoreApplication::processEvents();
     QVERIFY(m_service.requests().isEmpty());
-}
-
-void TestGlobalConfig::masterClientFollowsTheSettings()
-{
-    m_config->reload();
-    OrvClient client = m_config->client();
-    QSignalSpy answered(&client, SIGNAL(loginFinished(qint64, int, QByteArray)));
-    m_answer = [](const HttpFake::Request &) { return HttpFake::reply(200, "{}"); };
-    client.login("u", "p");
-    QTRY_COMPARE(answered.count(), 1);
-    const HttpFake::Request request = m_service.requests().last();
-    QCOMPARE(request.path(), QByteArray("/base/auth/login"));
-    QCOMPARE(request.json().value("version").toString(), QStringLiteral("7.1"));
 }
 
 void TestGlobalConfig::subCenterFailures_data()
@@ -316,19 +305,6 @@ void TestGlobalConfig::translatorsByLanguage()
     QCOMPARE(toolkit, rename);
     QCOMPARE(m_config->language(), code);
     m_config->setLanguage(QString());
-}
-
-void TestGlobalConfig::knownUsersAcrossReload()
-{
-    for (const char *name : {"a", "b", "c", "d", "e", "f", "a"})
-        QVERIFY(m_config->rememberUser(user(name)));
-    QVERIFY(!m_config->rememberUser(UserInfo()));
-    const QStringList expected{"a", "f", "e", "d", "c"};
-    QCOMPARE(m_config->knownUserNames(), expected);
-    m_config->reload();
-    QCOMPARE(m_config->knownUserNames(), expected);
-    QCOMPARE(m_config->knownUsers().first().mobile, QStringLiteral("1a"));
-    QTRY_COMPARE(m_config->subCenters().size(), 2);
 }
 
 void TestGlobalConfig::perUserSettings()
