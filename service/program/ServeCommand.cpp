@@ -120,12 +120,13 @@ int serveCommand(const std::vector<std::string> &list)
     if (arguments.has("demo"))
         ready["demo"] = demoUsers();
     const std::string line = ready.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-    std::cout << line << std::endl;
-    logLine("serving " + ready["http"].get<std::string>());
+    // Before the line on standard output: whoever reads that finds the file of this run and not that of an earlier one.
     if (arguments.has("ready-file") && !writeReadyFile(arguments.value("ready-file"), line)) {
         service.stop();
         return complain("The file " + arguments.value("ready-file") + " cannot be written.", 1);
     }
+    std::cout << line << std::endl;
+    logLine("serving " + ready["http"].get<std::string>());
 
     int signal = 0;
     while (sigwait(&signals, &signal) != 0) {
