@@ -14,6 +14,7 @@
 #include <QScreen>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <QWindow>
 #include <QtMath>
 
 DialogFrame::DialogFrame(QDialog *dialog)
@@ -146,7 +147,9 @@ void DialogFrame::present(const QString &text)
         return;
     const QRect room = screen->availableGeometry();
     QRect place = m_dialog->rect();
-    place.moveCenter(parent && parent->isVisible() ? parent->frameGeometry().center() : room.center());
+    // While the window manager has not put the parent on the screen yet, its place says nothing.
+    const bool placed = parent && parent->isVisible() && parent->windowHandle() && parent->windowHandle()->isExposed();
+    place.moveCenter(placed ? parent->frameGeometry().center() : room.center());
     place.moveLeft(qMax(room.left(), qMin(place.left(), room.right() - place.width() + 1)));
     place.moveTop(qMax(room.top(), qMin(place.top(), room.bottom() - place.height() + 1)));
     m_dialog->move(place.topLeft());
