@@ -120,7 +120,6 @@ void TransferringWidget::buildTabs()
     m_finished = new FinishedListWidget;
     m_tabs = new QTabWidget(this);
     m_tabs->setObjectName(QStringLiteral("tabwid_transfer"));
-    m_tabs->setDocumentMode(true);
     m_tabs->tabBar()->setDrawBase(false);
     for (TransferListWidget *list : {m_uploads, m_downloads}) {
         const QString suffix = list == m_uploads ? QStringLiteral("upload") : QStringLiteral("download");
