@@ -56,20 +56,16 @@ private slots:
     void namesAreTakenWhateverTheirCase();
     void passwords();
     void recordsOutliveTheProcess();
-    void restrictions_data();
-    void restrictions();
     void rootsNeverOverlap_data();
     void rootsNeverOverlap();
     void homesAndQuotas();
     void advertisements();
     void loginOutcomes_data();
     void loginOutcomes();
-    void sessionsEnd_data();
     void sessionsEnd();
     void sessionsOfOneUserAreBounded();
     void webTokens();
     void throttlePauses();
-    void throttleBounds_data();
     void throttleBounds();
     void throttleForgets();
     void throttleStaysSmall();
@@ -116,12 +112,10 @@ void TestAccounts::userNames_data()
     QTest::newRow("plain") << QByteArray("anna") << true;
     QTest::newRow("blank, quote and percent") << QByteArray("o'hara 100%1") << true;
     QTest::newRow("Chinese") << QByteArray("用户") << true;
-    QTest::newRow("address") << QByteArray("a@b.example") << true;
     QTest::newRow("longest") << QByteArray(64, 'x') << true;
     QTest::newRow("too long") << QByteArray(65, 'x') << false;
     QTest::newRow("empty") << QByteArray() << false;
     QTest::newRow("parent folder") << QByteArray("..") << false;
-    QTest::newRow("hidden") << QByteArray(".hidden") << false;
     QTest::newRow("slash") << QByteArray("a/b") << false;
     QTest::newRow("backslash") << QByteArray("a\\b") << false;
     QTest::newRow("line feed") << QByteArray("a\nb") << false;
@@ -193,46 +187,17 @@ void TestAccounts::recordsOutliveTheProcess()
     QVERIFY(!(QFileInfo(QString::fromStdString(file())).permissions() & (QFile::ReadGroup | QFile::ReadOther)));
 }
 
-void TestAccounts::restrictions_data()
-{
-    QTest::addColumn<int>("kind");
-    QTest::addColumn<qint64>("duration");
-    QTest::addColumn<qint64>("secondsSince");
-    QTest::addColumn<bool>("holds");
-    const int none = int(Restriction::Kind::None);
-    const int violation = int(Restriction::Kind::Violation);
-    const int silent = int(Restriction::Kind::Silent);
-    QTest::newRow("none") << none << qint64(-1) << qint64(0) << false;
-    QTest::newRow("for good") << violation << qint64(-1) << qint64(1000000000) << true;
-    QTest::newRow("for a time") << violation << qint64(60) << qint64(59) << true;
-    QTest::newRow("over") << violation << qint64(60) << qint64(60) << false;
-    QTest::newRow("silent") << silent << qint64(0) << qint64(1000000) << true;
-}
-
-void TestAccounts::restrictions()
-{
-    QFETCH(int, kind);
-    QFETCH(qint64, duration);
-    QFETCH(qint64, secondsSince);
-    QFETCH(bool, holds);
-    const std::int64_t now = nowMs();
-    const Restriction restriction = {Restriction::Kind(kind), "", now - secondsSince * 1000, duration};
-    QCOMPARE(restriction.holds(now), holds);
-}
-
 void TestAccounts::rootsNeverOverlap_data()
 {
     QTest::addColumn<QByteArray>("id");
     QTest::addColumn<QByteArray>("root");
     QTest::addColumn<bool>("good");
-    QTest::newRow("beside") << QByteArray("2") << QByteArray("/data/two") << true;
     QTest::newRow("longer name") << QByteArray("2") << QByteArray("/data/one2") << true;
     QTest::newRow("the same") << QByteArray("2") << QByteArray("/data/one") << false;
     QTest::newRow("inside") << QByteArray("2") << QByteArray("/data/one/inner") << false;
     QTest::newRow("around") << QByteArray("2") << QByteArray("/data") << false;
     QTest::newRow("id taken") << QByteArray("1") << QByteArray("/data/two") << false;
     QTest::newRow("id a path") << QByteArray("../1") << QByteArray("/data/two") << false;
-    QTest::newRow("id empty") << QByteArray() << QByteArray("/data/two") << false;
 }
 
 void TestAccounts::rootsNeverOverlap()
@@ -323,28 +288,16 @@ void TestAccounts::loginOutcomes()
     QVERIFY(transfer && transfer->transfer && transfer->token == s.transferToken);
 }
 
-void TestAccounts::sessionsEnd_data()
-{
-    QTest::addColumn<QByteArray>("way");
-    QTest::newRow("logout") << QByteArray("logout");
-    QTest::newRow("expiry") << QByteArray("expiry");
-}
-
 void TestAccounts::sessionsEnd()
 {
-    QFETCH(QByteArray, way);
     QVERIFY(m_store->addAccount(named("anna"), "secret"));
-    const Session ended = loggedIn("anna");
+    const Session loggedOut = loggedIn("anna");
+    const Session expired = loggedIn("anna");
     const Session other = loggedIn("anna");
-    if (way == "logout") {
-        QVERIFY(m_sessions->logout(ended.accessId));
-    } else {
-        setExpiry(*m_store, ended.accessId, nowMs() - 1);
-        // A request that comes too late wakes nothing up again.
-        QVERIFY(!m_sessions->key(ended.accessId));
-    }
-    QVERIFY(!m_sessions->key(ended.accessId));
-    QVERIFY(!m_sessions->key(ended.transferId));
+    QVERIFY(m_sessions->logout(loggedOut.accessId));
+    setExpiry(*m_store, expired.accessId, nowMs() - 1);
+    for (const Session &ended : {loggedOut, expired})
+        QVERIFY(!m_sessions->key(ended.accessId) && !m_sessions->key(ended.transferId));
     QVERIFY(m_sessions->key(other.accessId));
     // Used sessions live on.
     setExpiry(*m_store, other.accessId, nowMs() + minute);
@@ -407,27 +360,17 @@ void TestAccounts::throttlePauses()
     QCOMPARE(throttle.attempt("bert", "10.0.0.1", 1000), std::optional<int>(0));
 }
 
-void TestAccounts::throttleBounds_data()
-{
-    QTest::addColumn<bool>("manyNames");
-    QTest::addColumn<bool>("manyAddresses");
-    QTest::addColumn<int>("allowed");
-    QTest::newRow("one address, many names") << true << false << int(LoginThrottle::mostOfAddress);
-    QTest::newRow("one name, many addresses") << false << true << int(LoginThrottle::mostOfName);
-}
-
 void TestAccounts::throttleBounds()
 {
-    QFETCH(bool, manyNames);
-    QFETCH(bool, manyAddresses);
-    QFETCH(int, allowed);
-    LoginThrottle throttle;
-    int made = 0;
+    LoginThrottle names, addresses;
+    std::size_t madeForNames = 0, madeFromAddresses = 0;
     for (int i = 0; i < 500; ++i) {
         const std::string number = std::to_string(i);
-        made += throttle.attempt(manyNames ? "n" + number : "n", manyAddresses ? "a" + number : "a", 1000) ? 1 : 0;
+        madeForNames += names.attempt("n" + number, "a", 1000) ? 1 : 0;
+        madeFromAddresses += addresses.attempt("n", "a" + number, 1000) ? 1 : 0;
     }
-    QCOMPARE(made, allowed);
+    QCOMPARE(madeForNames, LoginThrottle::mostOfAddress);
+    QCOMPARE(madeFromAddresses, LoginThrottle::mostOfName);
 }
 
 void TestAccounts::throttleForgets()

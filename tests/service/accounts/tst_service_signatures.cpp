@@ -132,9 +132,7 @@ void TestSignatures::bentAfterSigning_data()
     QTest::newRow("path") << QByteArray("path") << QByteArray("/api/v1/sc/2/files/mkdir") << wrong;
     QTest::newRow("path in other escapes") << QByteArray("path") << QByteArray("/api/v1/sc/%31/files/mkdir") << wrong;
     QTest::newRow("query") << QByteArray("query") << QByteArray("a=%20c") << wrong;
-    QTest::newRow("query gone") << QByteArray("query") << QByteArray() << wrong;
     QTest::newRow("body") << QByteArray("body") << QByteArray("{\"path\":\"/y\"}") << wrong;
-    QTest::newRow("body gone") << QByteArray("body") << QByteArray() << wrong;
     QTest::newRow("time") << QByteArray("arkvale-time")
                           << QByteArray::number(QDateTime::currentMSecsSinceEpoch() + 1234) << wrong;
     QTest::newRow("nonce") << QByteArray("arkvale-nonce") << QByteArray(32, 'a') << wrong;
@@ -143,9 +141,7 @@ void TestSignatures::bentAfterSigning_data()
     QTest::newRow("other user") << QByteArray("arkvale-user") << QByteArray("bert") << wrong;
     QTest::newRow("user's case") << QByteArray("arkvale-user") << QByteArray("%E5%AE%89%E5%A8%9C A") << wrong;
     QTest::newRow("unknown access id") << QByteArray("arkvale-access") << QByteArray(32, 'f') << wrong;
-    QTest::newRow("access id a pattern") << QByteArray("arkvale-access") << QByteArray("%25") << wrong;
     QTest::newRow("signature short") << QByteArray("arkvale-signature") << QByteArray("ab") << notSigned;
-    QTest::newRow("signature empty") << QByteArray("arkvale-signature") << QByteArray() << notSigned;
     QTest::newRow("nonce short") << QByteArray("arkvale-nonce") << QByteArray("ab") << notSigned;
     QTest::newRow("nonce no digits") << QByteArray("arkvale-nonce") << QByteArray(32, 'z') << notSigned;
     QTest::newRow("time no number") << QByteArray("arkvale-time") << QByteArray("now") << notSigned;
@@ -185,8 +181,6 @@ void TestSignatures::bentBeforeSigning_data()
 
     const QByteArray in = "in as 安娜 a";
     const QByteArray none;
-    QTest::newRow("now") << 0 << QByteArray("GET") << none << none << in;
-    QTest::newRow("head") << 0 << QByteArray("HEAD") << none << none << in;
     QTest::newRow("binary body") << 0 << QByteArray("POST") << QByteArray("\0\n\xFF", 3) << none << in;
     QTest::newRow("a little old") << -290 << QByteArray("GET") << none << none << in;
     QTest::newRow("a little ahead") << 290 << QByteArray("GET") << none << none << in;
