@@ -70,6 +70,10 @@ function(arkvale_program name)
     arkvale_common(${name})
 endfunction()
 
+# A race fails the test in which it is seen, at its end.
+set(ARKVALE_TSAN_OPTIONS
+    "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/tsan.supp:halt_on_error=0:exitcode=66")
+
 # arkvale_test(name LABEL unit|contract|gui|e2e|lint SOURCES ... LINK ... [TIMEOUT seconds])
 # A test program of its own that runs without a display and with a private home folder.
 function(arkvale_test name)
@@ -77,12 +81,15 @@ function(arkvale_test name)
     if(NOT ARG_TIMEOUT)
         set(ARG_TIMEOUT 120)
     endif()
+    if(ARKVALE_SANITIZE)
+        math(EXPR ARG_TIMEOUT "${ARG_TIMEOUT} * 4")
+    endif()
     add_executable(${name} ${ARG_SOURCES})
     target_link_libraries(${name} PRIVATE ${ARG_LINK} test_support Qt5::Test)
     arkvale_common(${name})
     add_test(NAME ${name} COMMAND ${name} ${ARG_ARGS})
     set_tests_properties(${name} PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT}
-        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;ARKVALE_BIN=${CMAKE_BINARY_DIR}/bin;LC_ALL=C.UTF-8;LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/lsan.supp;ASAN_OPTIONS=detect_leaks=1;UBSAN_OPTIONS=print_stacktrace=1")
+        ENVIRONMENT "QT_QPA_PLATFORM=offscreen;ARKVALE_BIN=${CMAKE_BINARY_DIR}/bin;LC_ALL=C.UTF-8;LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/lsan.supp;ASAN_OPTIONS=detect_leaks=1;UBSAN_OPTIONS=print_stacktrace=1;${ARKVALE_TSAN_OPTIONS}")
 endfunction()
 
 # Adds a folder once it holds a CMakeLists.txt.

@@ -1,34 +1,47 @@
 #pragma once
 
-#include <QMetaObject>
 #include <QObject>
 
 #include <functional>
+#include <memory>
 #include <mutex>
+#include <vector>
 
-/// Carries calls from the wire library's I/O thread to an object on another thread, until it is closed. Any thread.
+/// The receiving end of a Mailbox; a child of the object for whose thread the calls are.
+class MailboxDoor : public QObject
+{
+    Q_OBJECT
+
+public:
+    struct Box
+    {
+        std::mutex mutex;
+        std::vector<std::function<void()>> calls;
+        bool closed = false;
+    };
+
+    MailboxDoor(std::shared_ptr<Box> box, QObject *receiver);
+
+public slots:
+    void open();
+
+private:
+    const std::shared_ptr<Box> m_box;
+};
+
+/// Carries calls from any thread to the thread of an object, in their order. One event of the loop brings all calls
+/// that came meanwhile: the I/O thread may have thousands a second. The calls travel under the box's own lock, where
+/// tools that watch threads can follow them.
 class Mailbox
 {
 public:
-    explicit Mailbox(QObject *receiver)
-        : m_receiver(receiver)
-    {
-    }
+    explicit Mailbox(QObject *receiver);
     /// The receiver runs @p call later on its own thread; dropped once the mailbox is closed.
-    void post(std::function<void()> call)
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        if (m_receiver)
-            QMetaObject::invokeMethod(m_receiver, std::move(call), Qt::QueuedConnection);
-    }
+    void post(std::function<void()> call);
     /// To be called before the receiver goes away.
-    void close()
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        m_receiver = nullptr;
-    }
+    void close();
 
 private:
-    std::mutex m_mutex;
-    QObject *m_receiver;
+    const std::shared_ptr<MailboxDoor::Box> m_box;
+    MailboxDoor *const m_door;
 };

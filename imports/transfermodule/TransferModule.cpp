@@ -1,5 +1,6 @@
 #include "TransferModule.h"
 
+#include "Mailbox.h"
 #include "TransferEngine.h"
 
 #include <QPointer>
@@ -10,15 +11,14 @@ class TransferModulePrivate
 {
 public:
     TransferModulePrivate(bool realNameVerified, TransferModule *owner)
+        : toOwner(std::make_shared<Mailbox>(owner))
     {
         thread.setObjectName(QStringLiteral("transfer engine"));
-        auto deliver = [owner](std::vector<EngineMessage> messages) {
-            // The worker is joined before the owner goes away, and posted calls go away with their receiver.
-            QMetaObject::invokeMethod(
-                owner, [owner, list = std::move(messages)] { TransferModulePrivate::emitAll(owner, list); },
-                Qt::QueuedConnection);
+        auto deliver = [owner, box = toOwner](std::vector<EngineMessage> messages) {
+            box->post([owner, list = std::move(messages)] { TransferModulePrivate::emitAll(owner, list); });
         };
         engine = new TransferEngine(realNameVerified, std::move(deliver));
+        toEngine = std::make_unique<Mailbox>(engine);
         engine->moveToThread(&thread);
         QObject::connect(&thread, &QThread::finished, engine, &QObject::deleteLater);
         thread.start();
@@ -26,6 +26,7 @@ public:
 
     ~TransferModulePrivate()
     {
+        toOwner->close();
         thread.quit();
         thread.wait();
     }
@@ -33,8 +34,7 @@ public:
     template <typename Call>
     void call(Call &&work)
     {
-        QMetaObject::invokeMethod(
-            engine, [target = engine, todo = std::forward<Call>(work)] { todo(*target); }, Qt::QueuedConnection);
+        toEngine->post([target = engine, todo = std::forward<Call>(work)] { todo(*target); });
     }
 
     static void emitAll(TransferModule *owner, const std::vector<EngineMessage> &messages)
@@ -97,6 +97,8 @@ public:
         }
     }
 
+    const std::shared_ptr<Mailbox> toOwner;
+    std::unique_ptr<Mailbox> toEngine;
     QThread thread;
     TransferEngine *engine = nullptr;
 };

@@ -2,11 +2,12 @@
 
 #include <QDir>
 #include <QFile>
-#include <QMutex>
 #include <QStandardPaths>
 
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/spdlog.h>
+
+#include <mutex>
 
 namespace LogFile {
 
@@ -14,7 +15,7 @@ namespace {
 
 constexpr int kLongestMessage = 64 * 1024;
 
-QMutex s_mutex;
+std::mutex s_mutex;
 std::weak_ptr<spdlog::sinks::sink> s_sink; // guarded by s_mutex
 
 void makePrivate(const QString &path, bool isFolder)
@@ -25,7 +26,7 @@ void makePrivate(const QString &path, bool isFolder)
 
 std::shared_ptr<spdlog::sinks::sink> openSink()
 {
-    QMutexLocker lock(&s_mutex);
+    const std::lock_guard lock(s_mutex);
     std::shared_ptr<spdlog::sinks::sink> sink = s_sink.lock();
     if (sink)
         return sink;

@@ -2,10 +2,11 @@
 
 #include "LogFile.h"
 
-#include <QMutex>
 #include <QVector>
 
 #include <spdlog/spdlog.h>
+
+#include <mutex>
 
 namespace {
 
@@ -15,7 +16,7 @@ struct Entry
     std::shared_ptr<spdlog::logger> logger; ///< null while the disk refuses
 };
 
-QMutex s_mutex;
+std::mutex s_mutex;
 QVector<Entry> s_entries; // id minus 1 is the index; guarded by s_mutex
 int s_loggers = 0;        // zpt_logger objects alive; guarded by s_mutex
 
@@ -37,13 +38,13 @@ spdlog::level::level_enum levelOf(int level)
 zpt_logger::zpt_logger(QObject *parent)
     : QObject(parent)
 {
-    QMutexLocker lock(&s_mutex);
+    const std::lock_guard lock(s_mutex);
     ++s_loggers;
 }
 
 zpt_logger::~zpt_logger()
 {
-    QMutexLocker lock(&s_mutex);
+    const std::lock_guard lock(s_mutex);
     if (--s_loggers > 0)
         return;
     // Ids hold for the process, the file does not: it is closed here and opened again by the next line.
@@ -53,7 +54,7 @@ zpt_logger::~zpt_logger()
 
 int zpt_logger::RegisterLogger(QString name)
 {
-    QMutexLocker lock(&s_mutex);
+    const std::lock_guard lock(s_mutex);
     for (int i = 0; i < s_entries.size(); ++i) {
         if (s_entries.at(i).name == name)
             return i + 1;
@@ -66,7 +67,7 @@ void zpt_logger::SlotWriteLog(int loggerId, int logLevel, QString message, const
 {
     std::shared_ptr<spdlog::logger> logger;
     {
-        QMutexLocker lock(&s_mutex);
+        const std::lock_guard lock(s_mutex);
         if (loggerId < 1 || loggerId > s_entries.size())
             return;
         Entry &entry = s_entries[loggerId - 1];

@@ -62,6 +62,7 @@ void StreamPair::makeLine()
     PipeChannel::join(m_clientEnd, m_serverEnd);
     m_clientEnd->setFilter([this](Bytes &frame) { return pass(frame); });
     m_serverEnd->setFilter([this](Bytes &frame) { return pass(frame); });
+    std::lock_guard<std::mutex> lock(m_mutex);
     m_result = Result();
     m_dataSeen = false;
     m_ended = 0;

@@ -2,9 +2,9 @@
 #include "FileRoutes.h"
 #include "Response.h"
 
-#include <QSemaphore>
-
 #include <nlohmann/json.hpp>
+
+#include <future>
 
 using namespace arkvale::service;
 
@@ -71,16 +71,14 @@ private:
     {
         const std::string path = "/sc/1/jobs/" + body(started).value("job").toString().toStdString() + "?wait=20";
         Response response = ask("GET", path);
-        QSemaphore done;
-        QJsonObject state = body(response);
-        if (response.pending()) {
-            response.pending()->whenComplete([&](Response answer) {
-                state = body(answer);
-                done.release();
-            });
-            done.tryAcquire(1, 20000);
-        }
-        return state;
+        if (!response.pending())
+            return body(response);
+        const auto done = std::make_shared<std::promise<Response>>();
+        auto answer = done->get_future();
+        response.pending()->whenComplete([done](Response late) { done->set_value(std::move(late)); });
+        if (answer.wait_for(std::chrono::seconds(20)) != std::future_status::ready)
+            return {};
+        return body(answer.get());
     }
 
     std::unique_ptr<Router> m_router;
