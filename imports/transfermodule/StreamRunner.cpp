@@ -1,6 +1,7 @@
 #include "StreamRunner.h"
 
 #include "StreamRunnerPrivate.h"
+#include "TransferRules.h"
 
 StreamRunner::StreamRunner(bool realNameVerified, QObject *parent)
     : QObject(parent)
@@ -27,6 +28,11 @@ void StreamRunner::settle()
 void StreamRunner::end(TaskId id, bool abandon)
 {
     d->end(id, abandon);
+}
+
+void StreamRunner::discard(const TaskRecord &upload)
+{
+    d->discards.add(upload.SubCenterId, upload.Dest, TransferRules::lastName(upload.Path));
 }
 
 void StreamRunner::setParams(const ZpdtTransConfig &config)

@@ -29,6 +29,8 @@ public:
     /// Answered by stopped(), or by ended() when the task was done meanwhile.
     /// @param abandon removes what was received
     void end(TaskId id, bool abandon);
+    /// Has the service remove what it received of an upload that is not in hand.
+    void discard(const TaskRecord &upload);
 
     /// Speed limits of a sub-center, at once; an empty id stands for all.
     void setParams(const ZpdtTransConfig &config);

@@ -19,17 +19,18 @@ constexpr int kRefusals = 3;
 StreamRunnerPrivate::StreamRunnerPrivate(bool realNameVerified, StreamRunner *owner)
     : QObject(owner)
     , mailbox(std::make_shared<Mailbox>(this))
+    , links(this)
+    , discards(links, mailbox, this)
     , q(owner)
     , m_verified(realNameVerified)
     , m_tickets(this)
-    , m_links(this)
     , m_tick(this)
 {
     m_clock.start();
     m_tick.setInterval(kTick);
     connect(&m_tick, &QTimer::timeout, this, &StreamRunnerPrivate::onTick);
     connect(&m_tickets, &TicketClient::answered, this, &StreamRunnerPrivate::onTicket);
-    connect(&m_links, &LinkPool::connectionsChanged, q, &StreamRunner::connectionsChanged);
+    connect(&links, &LinkPool::connectionsChanged, q, &StreamRunner::connectionsChanged);
 }
 
 StreamRunnerPrivate::Job *StreamRunnerPrivate::find(quint64 number)
@@ -48,6 +49,8 @@ void StreamRunnerPrivate::begin(TaskId id, const TaskRecord &task, const TaskTab
                                 TaskTable::Shape shape, bool resumed)
 {
     const bool upload = task.Type == ZPDT_UPLOAD;
+    if (upload)
+        discards.forget(task.SubCenterId, task.Dest, lastName(task.Path));
     const QString source = task.From.isEmpty() ? parentFolder(task.Path) : task.From;
     const bool group = shape == TaskTable::Shape::SmallFile;
     const QString key = QStringLiteral("%1\n%2\n%3\n%4\n%5\n%6")
@@ -125,7 +128,8 @@ void StreamRunnerPrivate::end(TaskId id, bool abandon)
 
 void StreamRunnerPrivate::setParams(const ZpdtTransConfig &config)
 {
-    m_links.setRates(config.subCenterId, targetRate(config, ZPDT_UPLOAD), targetRate(config, ZPDT_DOWNLOAD));
+    discards.setConfig(config);
+    links.setRates(config.subCenterId, targetRate(config, ZPDT_UPLOAD), targetRate(config, ZPDT_DOWNLOAD));
 }
 
 void StreamRunnerPrivate::ask(Job &job)
@@ -196,7 +200,7 @@ void StreamRunnerPrivate::open(Job &job, const TicketAnswer &answer)
         names.push_back(job.members[i].name.toStdString());
     }
     job.link = address;
-    zpdt::Connection &connection = m_links.acquire(address);
+    zpdt::Connection &connection = links.acquire(address);
     const bool upload = job.type == ZPDT_UPLOAD;
     if (upload) {
         zpdt::UploadRequest request;
@@ -267,7 +271,7 @@ zpdt::StreamCallbacks StreamRunnerPrivate::callbacks(const Job &job)
 void StreamRunnerPrivate::release(Job &job)
 {
     if (job.link)
-        m_links.release(*job.link);
+        links.release(*job.link);
     job.link.reset();
     job.stream.reset();
 }
@@ -499,6 +503,9 @@ void StreamRunnerPrivate::stopMember(Job &job, JobMember &member)
         if (zpdt::SafeFolder::open(job.localFolder.toStdString(), folder).ok())
             (void)folder.removeFile(zpdt::cacheNameOf(member.name.toStdString()));
     }
+    // The stream's own end takes only what it had in hand, and there may have been none.
+    if (member.abandon && job.whole && job.type == ZPDT_UPLOAD)
+        discards.add(job.subCenterId, job.remoteFolder, member.name);
     member.over = true;
     m_places.remove(member.id);
     emit q->stopped(member.id);

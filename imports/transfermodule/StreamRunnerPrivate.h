@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RemoteDiscard.h"
 #include "StreamJob.h"
 #include "StreamRunner.h"
 #include "TicketClient.h"
@@ -27,6 +28,8 @@ public:
     void setParams(const ZpdtTransConfig &config);
 
     const std::shared_ptr<Mailbox> mailbox;
+    LinkPool links;
+    RemoteDiscard discards;
     QHash<QString, qint64> capacity; ///< free bytes by sub-center, as far as it was told
 
 private:
@@ -71,7 +74,6 @@ private:
     StreamRunner *const q;
     const bool m_verified;
     TicketClient m_tickets;
-    LinkPool m_links;
     std::map<quint64, Job> m_jobs;
     QHash<TaskId, Place> m_places;
     QHash<quint64, quint64> m_jobOfTicket;

@@ -235,13 +235,15 @@ void TransferEngine::reportStopping(const TaskRecord &task)
         onProgress(*id, {}, true);
 }
 
-/// Partial files of downloads that were cancelled while they did not run. The finished files of a folder stay.
+/// Partial files of tasks that were cancelled while they did not run. The finished files of a folder stay.
 void TransferEngine::removeRemains(const QList<TaskRecord> &tasks)
 {
     QHash<QString, std::vector<std::string>> namesIn;
     for (const TaskRecord &task : tasks) {
         if (task.Type == ZPDT_DOWNLOAD && !task.Dest.isEmpty())
             namesIn[task.Dest].push_back(lastName(task.Path).toStdString());
+        else if (task.Type == ZPDT_UPLOAD)
+            m_runner->discard(task);
     }
     for (auto it = namesIn.constBegin(); it != namesIn.constEnd(); ++it) {
         m_cleaner.start([this, folder = it.key().toStdString(), names = it.value()] {

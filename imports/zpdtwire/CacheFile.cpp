@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <random>
+#include <utility>
 
 namespace zpdt {
 
@@ -65,6 +66,7 @@ void CacheFile::setHas(std::uint32_t block, bool value)
 
 CacheFile::Outcome CacheFile::prepare()
 {
+    std::lock_guard<std::mutex> lock(m_mutex);
     Outcome outcome;
     FileResult result = m_tree->parentOf(m_item.info.path, m_folder, m_leaf);
     FileStat old;
@@ -78,6 +80,13 @@ CacheFile::Outcome CacheFile::prepare()
         result = m_file.stat(stat);
     if (!result.ok()) {
         fail(result, outcome);
+        return outcome;
+    }
+    m_reserved = m_tree->reserve(m_item.info.size, stat.size);
+    if (!m_reserved) {
+        if (stat.size == 0)
+            drop();
+        fail(Error::NoSpace, "the quota does not allow a file of this size", outcome);
         return outcome;
     }
     m_claimed = stat.size > journalAt() && loadHeader();
@@ -98,10 +107,10 @@ CacheFile::Outcome CacheFile::prepare()
     if (result.ok() && (!m_claimed || m_withoutJournal))
         result = writeHeader();
     if (!result.ok()) {
-        fail(result, outcome);
         // An empty reservation is of no use to anyone who lacks space.
         if (!m_claimed)
-            discard();
+            drop();
+        fail(result, outcome);
     }
     return outcome;
 }
@@ -185,6 +194,7 @@ bool CacheFile::hashBlock(std::uint32_t block, Digest &digest) const
 
 bool CacheFile::verifySome(Outcome &outcome)
 {
+    std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_claimed)
         return true;
     for (std::size_t looked = 0; m_verified < m_blocks && looked < kVerifyBytes; ++m_verified) {
@@ -218,6 +228,7 @@ std::vector<HaveMessage::Run> CacheFile::runs() const
 
 CacheFile::Outcome CacheFile::process(std::vector<Op> ops)
 {
+    std::lock_guard<std::mutex> lock(m_mutex);
     Outcome outcome;
     for (const Op &op : ops) {
         if (m_broken || outcome.finished)
@@ -325,9 +336,8 @@ void CacheFile::finish(Outcome &outcome)
     if (!complete || m_broken)
         return;
     if (whole.digest() != m_whole) {
-        fail(Error::Integrity, "the file does not match its digest", outcome);
-        discard();
-        return;
+        drop();
+        return fail(Error::Integrity, "the file does not match its digest", outcome);
     }
     // The long wait first, while the journal is still there: a kill in it costs nothing.
     FileResult result = m_file.sync();
@@ -343,12 +353,13 @@ void CacheFile::finish(Outcome &outcome)
     if (result.ok() && stat.size != m_item.info.size)
         return fail(Error::LocalFile, "the file on the disk has another size", outcome);
     if (result.ok())
-        result = m_tree->putInPlace(m_folder, m_cache, m_leaf, m_item.info.size, outcome.item.created);
+        result = m_tree->putInPlace(m_folder, m_cache, m_item.info.path, m_item.info.size, outcome.item.created);
     if (!result.ok()) {
-        fail(result, outcome);
-        discard();
-        return;
+        drop();
+        return fail(result, outcome);
     }
+    m_reserved = false;
+    m_broken = true;
     outcome.finished = true;
     (void)m_folder.syncFolder("");
 }
@@ -360,9 +371,37 @@ void CacheFile::sync()
 
 void CacheFile::discard()
 {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    // One that has failed, or is the file now, is none of this object's any more.
+    if (m_broken)
+        return;
+    drop();
+    settle();
+}
+
+void CacheFile::leave()
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_broken = true;
+    settle();
+}
+
+void CacheFile::drop()
+{
     m_broken = true;
     if (!m_cache.empty())
         (void)m_folder.removeFile(m_cache);
+}
+
+/// What was reserved becomes what is there.
+void CacheFile::settle()
+{
+    if (!std::exchange(m_reserved, false))
+        return;
+    FileStat stat;
+    const bool kept =
+        m_folder.stat(m_cache, stat).ok() && stat.isFile() && m_tree->stillThere(m_folder, m_item.info.path).ok();
+    m_tree->unreserve(m_item.info.size, kept ? static_cast<std::int64_t>(stat.size) : 0);
 }
 
 void CacheFile::fail(Error error, const std::string &text, Outcome &outcome)
@@ -370,6 +409,7 @@ void CacheFile::fail(Error error, const std::string &text, Outcome &outcome)
     m_broken = true;
     outcome.error = error;
     outcome.text = text;
+    settle();
 }
 
 void CacheFile::fail(const FileResult &result, Outcome &outcome)

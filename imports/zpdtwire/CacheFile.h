@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 namespace zpdt {
@@ -14,7 +15,8 @@ class TargetTree;
 
 /// The receiver's side of one file above the size that travels whole: the partial file beside the target, with the
 /// journal of its blocks behind the data. What the journal claims is believed only when the data on the disk matches
-/// it, so a damaged journal, or damaged data, costs time and nothing else. Disk threads, one at a time, except sync().
+/// it, so a damaged journal, or damaged data, costs time and nothing else. Disk threads; calls wait for each other,
+/// except runs(), which follows verifySome(), and sync().
 class CacheFile
 {
 public:
@@ -55,8 +57,11 @@ public:
     Outcome process(std::vector<Op> ops);
     /// Brings what was written so far to the disk. May run beside the others.
     void sync();
-    /// Removes the partial file.
+    /// Removes the partial file, unless it has become the file.
     void discard();
+    /// Ends without more data: the partial file counts as stored, for a later
+    /// stream.
+    void leave();
 
 private:
     struct Slot;
@@ -72,12 +77,15 @@ private:
     void sum(const Op &op, Outcome &outcome);
     void finish(Outcome &outcome);
     void ask(std::uint32_t block, Outcome &outcome);
+    void drop();
+    void settle();
     void fail(Error error, const std::string &text, Outcome &outcome);
     void fail(const FileResult &result, Outcome &outcome);
     bool has(std::uint32_t block) const { return (m_have[block / 8] >> (block % 8)) & 1; }
     void setHas(std::uint32_t block, bool has);
 
     std::shared_ptr<TargetTree> m_tree;
+    std::mutex m_mutex;
     const ItemMessage m_item;
     const std::uint32_t m_blocks;
     SafeFolder m_folder;
@@ -100,6 +108,7 @@ private:
     BlockHash m_openHash;
     std::uint64_t m_unwritten = 0; ///< bytes since the last startWriteback()
     bool m_broken = false;
+    bool m_reserved = false;
 };
 
 } // namespace zpdt

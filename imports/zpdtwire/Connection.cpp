@@ -1,6 +1,7 @@
 #include "Connection.h"
 
 #include "Context.h"
+#include "DiscardStream.h"
 #include "StreamReceiver.h"
 #include "StreamSender.h"
 #include "TcpChannel.h"
@@ -254,6 +255,21 @@ std::shared_ptr<Stream> Connection::openDownload(DownloadRequest request, Stream
         if (!stream->hasEnded())
             stream->begin();
     });
+    return handle;
+}
+
+std::shared_ptr<Stream> Connection::openDiscard(DiscardRequest request, StreamCallbacks callbacks)
+{
+    auto handle = std::make_shared<StreamHandle>(m_core->context());
+    m_core->context().post(
+        [core = m_core, handle, request = std::move(request), callbacks = std::move(callbacks)]() mutable {
+            OpenMessage message;
+            message.ticket = std::move(request.ticket);
+            message.direction = Direction::Discard;
+            auto stream = std::make_shared<DiscardStream>(*core->session(), std::move(callbacks));
+            handle->attach(stream);
+            core->open(std::move(stream), std::move(message), std::move(request.names));
+        });
     return handle;
 }
 

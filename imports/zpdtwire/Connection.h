@@ -63,6 +63,9 @@ public:
     /// Streams may be opened while the connection is still being made. On a closed one they end with Network.
     std::shared_ptr<Stream> openUpload(UploadRequest request, StreamCallbacks callbacks);
     std::shared_ptr<Stream> openDownload(DownloadRequest request, StreamCallbacks callbacks);
+    /// Has the service remove partial files. Of the callbacks onOpened and onEnd are used; None at the end: they are
+    /// gone.
+    std::shared_ptr<Stream> openDiscard(DiscardRequest request, StreamCallbacks callbacks);
 
     /// Fixed speed of everything this connection sends or receives in that direction.
     /// @param bytesPerSecond 0: as fast as the line allows

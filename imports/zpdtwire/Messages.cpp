@@ -125,7 +125,7 @@ bool OpenMessage::decode(WireReader &r)
     ticket = r.text(kMaxTicket);
     const std::uint8_t way = r.u8();
     direction = static_cast<Direction>(way);
-    bool good = (way == 1 || way == 2) && readBool(r, resumed);
+    bool good = way >= 1 && way <= 3 && readBool(r, resumed);
     priority = r.i32();
     const std::size_t count = r.u16();
     if (count > kMaxSuffixes)

@@ -122,7 +122,7 @@ struct PriorityMessage
     bool decode(WireReader &r);
 };
 
-/// Names that a download asks for, in pieces.
+/// Names that a download asks for, or that are to be discarded, in pieces.
 struct WantMessage
 {
     static constexpr Msg kType = Msg::Want;

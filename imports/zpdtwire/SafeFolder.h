@@ -46,7 +46,10 @@ struct FileStat
     Type type = Type::Other;
     std::uint64_t size = 0;      ///< Bytes; 0 for a folder.
     std::int64_t modifiedNs = 0; ///< Nanoseconds since the Unix epoch, UTC.
+    std::int64_t changedNs = 0;  ///< As modifiedNs, of name, rights and times too
+                                 ///< where the system keeps that.
     std::uint64_t id = 0;        ///< Number of the file on its volume (0 when the system does not say).
+    std::uint64_t volume = 0;    ///< Number of the volume; not filled in by list().
 
     bool isFile() const { return type == Type::File; }
     bool isFolder() const { return type == Type::Folder; }

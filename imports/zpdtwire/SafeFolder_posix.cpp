@@ -214,10 +214,13 @@ FileStat converted(const struct stat &from)
     to.size = to.isFile() ? static_cast<std::uint64_t>(from.st_size) : 0;
 #ifdef __APPLE__
     to.modifiedNs = std::int64_t(from.st_mtimespec.tv_sec) * 1000000000 + from.st_mtimespec.tv_nsec;
+    to.changedNs = std::int64_t(from.st_ctimespec.tv_sec) * 1000000000 + from.st_ctimespec.tv_nsec;
 #else
     to.modifiedNs = std::int64_t(from.st_mtim.tv_sec) * 1000000000 + from.st_mtim.tv_nsec;
+    to.changedNs = std::int64_t(from.st_ctim.tv_sec) * 1000000000 + from.st_ctim.tv_nsec;
 #endif
     to.id = from.st_ino;
+    to.volume = static_cast<std::uint64_t>(from.st_dev);
     return to;
 }
 

@@ -127,7 +127,7 @@ FileStat converted(DWORD attributes, const FILETIME &written, DWORD sizeHigh, DW
                                                             : FileStat::Type::File;
     if (stat.isFile())
         stat.size = (std::uint64_t(sizeHigh) << 32) | sizeLow;
-    stat.modifiedNs = nanoseconds(written);
+    stat.modifiedNs = stat.changedNs = nanoseconds(written);
     return stat;
 }
 
@@ -138,6 +138,7 @@ FileResult statHandle(HANDLE handle, FileStat &stat)
         return failed();
     stat = converted(info.dwFileAttributes, info.ftLastWriteTime, info.nFileSizeHigh, info.nFileSizeLow);
     stat.id = (std::uint64_t(info.nFileIndexHigh) << 32) | info.nFileIndexLow;
+    stat.volume = info.dwVolumeSerialNumber;
     return {};
 }
 

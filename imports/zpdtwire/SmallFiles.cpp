@@ -64,6 +64,7 @@ std::vector<SmallFileResult> storeSmallFiles(TargetTree &tree, const std::vector
         results[i].error = errorOf(result);
         results[i].text = result.message();
         written[i].good = false;
+        tree.unreserve(files[i].data.size());
         if (!written[i].cache.empty())
             (void)written[i].folder.removeFile(written[i].cache);
     };
@@ -73,6 +74,7 @@ std::vector<SmallFileResult> storeSmallFiles(TargetTree &tree, const std::vector
         results[i].size = files[i].data.size();
         if (!intact(files[i])) {
             results[i].damaged = true;
+            tree.unreserve(files[i].data.size());
             continue;
         }
         // Kept open no longer than needed: a batch has more files than a process has descriptors.
@@ -99,7 +101,7 @@ std::vector<SmallFileResult> storeSmallFiles(TargetTree &tree, const std::vector
         if (!synced)
             result = syncOne(written[i]);
         if (result.ok())
-            result = tree.putInPlace(written[i].folder, written[i].cache, written[i].leaf, files[i].data.size(),
+            result = tree.putInPlace(written[i].folder, written[i].cache, files[i].path, files[i].data.size(),
                                      results[i].item.created);
         if (!result.ok()) {
             failed(i, result);

@@ -66,7 +66,7 @@ void StreamReceiver::startItem(const ItemPtr &item)
     const ItemInfo &info = item->message.info;
     if (info.kind == ItemKind::Folder)
         return makeFolder(item);
-    const std::string key = m_target.key + '/' + info.path;
+    const std::string key = m_target.key + '/' + cachePathOf(info.path);
     if (item->activeKey.empty()) {
         if (!m_context.activeFiles().take(key)) {
             if (!item->waiting)
@@ -111,9 +111,13 @@ void StreamReceiver::lookForExisting(const ItemPtr &item)
     job(
         [tree = m_tree, message = item->message] {
             std::pair<bool, Digest> found{};
+            SafeFolder folder;
+            std::string leaf;
             SafeFile file;
             FileStat stat;
-            if (!tree->root().openRead(message.info.path, file).ok() || !file.stat(stat).ok() ||
+            if (!tree->parentOf(message.info.path, folder, leaf).ok() ||
+                !tree->stillThere(folder, message.info.path).ok() ||
+                !tree->root().openRead(message.info.path, file).ok() || !file.stat(stat).ok() ||
                 stat.size != message.info.size || toMs(stat.modifiedNs) != message.info.modifiedMs)
                 return found;
             BlockHash whole, block;
@@ -159,20 +163,10 @@ void StreamReceiver::prepareCache(const ItemPtr &item)
     item->lastSync = Clock::now();
     item->busy = true;
     ++m_openCaches;
-    job(
-        [cache = item->cache, tree = m_tree, size = item->message.info.size] {
-            if (!tree->reserve(size)) {
-                CacheFile::Outcome outcome;
-                outcome.error = Error::NoSpace;
-                outcome.text = "the quota does not allow a file of this size";
-                return std::make_pair(outcome, std::uint64_t(0));
-            }
-            return std::make_pair(cache->prepare(), size);
-        },
-        [this, item](std::pair<CacheFile::Outcome, std::uint64_t> prepared) {
-            item->reserved = prepared.second;
-            if (prepared.first.error != Error::None)
-                return fail(item, prepared.first.error, prepared.first.text);
+    job([cache = item->cache] { return cache->prepare(); },
+        [this, item](CacheFile::Outcome prepared) {
+            if (prepared.error != Error::None)
+                return fail(item, prepared.error, prepared.text);
             verifyCache(item);
         });
 }
@@ -292,11 +286,8 @@ void StreamReceiver::storeSmall()
         job(
             [tree = m_tree, batch = std::move(batch), bytes] {
                 std::vector<SmallFileResult> results;
-                if (tree->reserve(bytes)) {
-                    results = storeSmallFiles(*tree, batch);
-                    tree->unreserve(bytes);
-                    return results;
-                }
+                if (tree->reserve(bytes))
+                    return storeSmallFiles(*tree, batch);
                 for (const SmallFile &file : batch) {
                     SmallFileResult result;
                     result.no = file.no;
@@ -352,8 +343,6 @@ void StreamReceiver::forget(const ItemPtr &item)
         m_context.activeFiles().release(std::exchange(item->activeKey, {}));
     if (item->cache)
         --m_openCaches;
-    if (item->reserved > 0)
-        m_tree->unreserve(std::exchange(item->reserved, 0));
     m_wholeBytes -= item->small.data.size();
     const std::size_t dropped = item->small.data.size() + item->opBytes;
     m_held -= dropped;
@@ -425,15 +414,15 @@ void StreamReceiver::idle()
 {
     if (!m_closing || m_jobs > 0 || m_ended)
         return;
-    if (std::exchange(m_discard, false)) {
-        std::vector<std::shared_ptr<CacheFile>> caches;
-        for (const auto &item : m_items)
-            if (item.second->cache)
-                caches.push_back(item.second->cache);
+    std::vector<std::shared_ptr<CacheFile>> caches;
+    for (const auto &item : m_items)
+        if (item.second->cache)
+            caches.push_back(item.second->cache);
+    if (!std::exchange(m_settled, true) && !caches.empty()) {
         return job(
-            [caches] {
+            [caches = std::move(caches), discard = m_discard] {
                 for (const auto &cache : caches)
-                    cache->discard();
+                    discard ? cache->discard() : cache->leave();
                 return true;
             },
             [](bool) {});

@@ -56,7 +56,6 @@ private:
         bool haveSent = false;
         bool busy = false;
         bool syncing = false;
-        std::uint64_t reserved = 0;
         std::chrono::steady_clock::time_point lastSync;
         std::uint64_t sinceSync = 0;
     };
@@ -107,6 +106,7 @@ private:
 
     bool m_closing = false; ///< nothing new is begun; ends when the jobs are done
     bool m_discard = false;
+    bool m_settled = false; ///< the partial files were told of the end
     Error m_closeError = Error::None;
     std::string m_closeText;
     StreamProgress m_sentProgress;

@@ -233,18 +233,22 @@ bool StreamReceiver::abortMessage(WireReader &body)
     if (item->stored)
         return true;
     const auto cache = item->cache;
+    // Nobody else may have the partial file before this one is done with it.
+    std::string key;
+    if (cache)
+        key = std::exchange(item->activeKey, {});
     forget(item);
     ++m_progress.filesFailed;
     if (m_callbacks.onItemFailed)
         m_callbacks.onItemFailed(item->message.info, message.error, message.text);
     // Of a source that became another file nothing can be used again.
-    if (cache && message.error == Error::ChangedSource)
+    if (cache)
         job(
-            [cache] {
-                cache->discard();
+            [cache, discard = message.error == Error::ChangedSource] {
+                discard ? cache->discard() : cache->leave();
                 return true;
             },
-            [](bool) {});
+            [this, key](bool) { m_context.activeFiles().release(key); });
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include "NameRules.h"
 #include "TreeScan.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 
@@ -25,7 +26,14 @@ void splitLeaf(const std::string &path, std::string &parent, std::string &leaf)
 TargetTree::TargetTree(SafeFolder root, Limits limits)
     : m_root(std::move(root))
     , m_limits(std::move(limits))
+    , m_reservations(m_limits.reservations ? m_limits.reservations : std::make_shared<Reservations>())
 {
+}
+
+TargetTree::~TargetTree()
+{
+    std::lock_guard<std::mutex> lock(m_reservations->m_mutex);
+    m_reservations->m_bytes -= m_reserved;
 }
 
 FileResult TargetTree::parentOf(const std::string &path, SafeFolder &folder, std::string &leaf)
@@ -101,12 +109,34 @@ FileResult TargetTree::makeFolder(const std::string &path, bool &created)
     const auto known = m_folderIds.emplace(stat.id, std::hash<std::string>()(path));
     if (stat.id != 0 && !known.second && known.first->second != std::hash<std::string>()(path))
         return {FileError::BadName, 0};
-    return {};
+    return stillThere(folder, path);
 }
 
-FileResult TargetTree::putInPlace(const SafeFolder &folder, const std::string &cache, const std::string &leaf,
+FileResult TargetTree::stillThere(const SafeFolder &folder, const std::string &path) const
+{
+    if (!m_limits.lookUp)
+        return {};
+    std::string parent, leaf;
+    splitLeaf(path, parent, leaf);
+    SafeFolder root, found;
+    FileResult result = m_limits.lookUp(root);
+    if (result.ok())
+        result = root.openFolder(parent, found);
+    FileStat now, own;
+    if (result.ok())
+        result = found.stat("", now);
+    if (result.ok())
+        result = folder.stat("", own);
+    if (result.error == FileError::NotFolder || (result.ok() && (now.id != own.id || now.volume != own.volume)))
+        return {FileError::NotFound, 0};
+    return result;
+}
+
+FileResult TargetTree::putInPlace(const SafeFolder &folder, const std::string &cache, const std::string &path,
                                   std::uint64_t size, bool &created)
 {
+    std::string parent, leaf;
+    splitLeaf(path, parent, leaf);
     FileStat old;
     const FileResult there = folder.stat(leaf, old);
     created = there.error == FileError::NotFound;
@@ -133,9 +163,17 @@ FileResult TargetTree::putInPlace(const SafeFolder &folder, const std::string &c
         if (own.id != 0)
             m_fileIds.insert(own.id);
     }
-    if (m_limits.addUsed)
-        m_limits.addUsed(static_cast<std::int64_t>(size) - static_cast<std::int64_t>(created ? 0 : old.size));
-    return {};
+    const auto change = static_cast<std::int64_t>(size) - static_cast<std::int64_t>(created ? 0 : old.size);
+    // Only now: whoever takes the folder away later takes away a file that was
+    // there.
+    result = stillThere(folder, path);
+    if (result.ok())
+        unreserve(size, change);
+    else if (created)
+        (void)folder.removeFile(leaf);
+    else
+        unreserve(0, change);
+    return result;
 }
 
 void TargetTree::rememberTime(const std::string &path, std::int64_t modifiedMs)
@@ -152,22 +190,31 @@ void TargetTree::applyTimes()
     m_times.clear();
 }
 
-bool TargetTree::reserve(std::uint64_t bytes)
+bool TargetTree::reserve(std::uint64_t bytes, std::uint64_t stored)
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
+    std::lock_guard<std::mutex> lock(m_reservations->m_mutex);
+    if (m_limits.addUsed && stored > 0)
+        m_limits.addUsed(-static_cast<std::int64_t>(stored));
     if (m_limits.freeBytes) {
         const std::uint64_t free = m_limits.freeBytes();
-        if (bytes > free || m_reserved > free - bytes)
+        if (bytes > free || m_reservations->m_bytes > free - bytes) {
+            if (m_limits.addUsed && stored > 0)
+                m_limits.addUsed(static_cast<std::int64_t>(stored));
             return false;
+        }
     }
     m_reserved += bytes;
+    m_reservations->m_bytes += bytes;
     return true;
 }
 
-void TargetTree::unreserve(std::uint64_t bytes)
+void TargetTree::unreserve(std::uint64_t bytes, std::int64_t stored)
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
+    std::lock_guard<std::mutex> lock(m_reservations->m_mutex);
+    if (m_limits.addUsed && stored != 0)
+        m_limits.addUsed(stored);
     m_reserved -= bytes;
+    m_reservations->m_bytes -= bytes;
 }
 
 std::string cacheNameOf(const std::string &leaf)
@@ -184,9 +231,32 @@ std::string cacheNameOf(const std::string &leaf)
     return leaf.substr(0, cut) + hash + suffix;
 }
 
+std::string cachePathOf(const std::string &path)
+{
+    std::string parent, leaf;
+    splitLeaf(path, parent, leaf);
+    return parent.empty() ? cacheNameOf(leaf) : parent + '/' + cacheNameOf(leaf);
+}
+
 namespace {
 
-void discardIn(const SafeFolder &root, const std::string &path, unsigned depth)
+void discardOne(const SafeFolder &root, const std::string &cache, const DiscardRules &rules, Discarded &all)
+{
+    const std::string key = rules.key + '/' + cache;
+    if (rules.active && !rules.active->take(key)) {
+        ++all.inUse;
+        return;
+    }
+    FileStat stat;
+    if (root.stat(cache, stat).ok() && stat.isFile() &&
+        std::max(stat.modifiedNs, stat.changedNs) <= rules.unchangedSinceNs && root.removeFile(cache).ok())
+        all.bytes += stat.size;
+    if (rules.active)
+        rules.active->release(key);
+}
+
+void discardIn(const SafeFolder &root, const std::string &path, const DiscardRules &rules, unsigned depth,
+               Discarded &all)
 {
     std::vector<std::string> folders, caches;
     (void)root.list(
@@ -197,28 +267,45 @@ void discardIn(const SafeFolder &root, const std::string &path, unsigned depth)
                 folders.push_back(below);
             else if (entry.stat.isFile() && isCacheName(entry.name))
                 caches.push_back(below);
-            return true;
+            return !rules.stop || !rules.stop();
         },
         false);
-    for (const std::string &cache : caches)
-        (void)root.removeFile(cache);
+    for (const std::string &cache : caches) {
+        if (rules.stop && rules.stop())
+            return;
+        discardOne(root, cache, rules, all);
+    }
     if (depth < kMaxPathDepth)
-        for (const std::string &folder : folders)
-            discardIn(root, folder, depth + 1);
+        for (const std::string &folder : folders) {
+            if (rules.stop && rules.stop())
+                break;
+            discardIn(root, folder, rules, depth + 1, all);
+        }
 }
 
 } // namespace
 
-void discardPartial(const SafeFolder &root, const std::vector<std::string> &names)
+Discarded discardPartial(const SafeFolder &root, const std::vector<std::string> &names, const DiscardRules &rules)
 {
+    Discarded all;
     for (const std::string &name : names) {
+        if (rules.stop && rules.stop())
+            break;
         if (!validComponent(name))
             continue;
         FileStat stat;
         if (root.stat(name, stat).ok() && stat.isFolder())
-            discardIn(root, name, 1);
-        (void)root.removeFile(cacheNameOf(name));
+            discardIn(root, name, rules, 1, all);
+        discardOne(root, cacheNameOf(name), rules, all);
     }
+    return all;
+}
+
+Discarded discardAllPartial(const SafeFolder &root, const DiscardRules &rules)
+{
+    Discarded all;
+    discardIn(root, "", rules, 0, all);
+    return all;
 }
 
 } // namespace zpdt

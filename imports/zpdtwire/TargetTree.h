@@ -1,17 +1,30 @@
 #pragma once
 
+#include "BufferBudget.h"
 #include "SafeFolder.h"
 #include "WireTypes.h"
 
 #include <functional>
+#include <limits>
 #include <list>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <vector>
 
 namespace zpdt {
+
+/// How much all streams into one place have set aside together. Any thread.
+class Reservations
+{
+    friend class TargetTree;
+    std::mutex m_mutex; ///< held while the limits' functions are asked, so that
+                        ///< no two streams are told the same bytes
+    std::uint64_t m_bytes = 0;
+};
 
 /// The folder that one stream writes into: handles of the folders in use, which folders and files the stream made,
 /// and how much it may store. Disk threads, any number at once.
@@ -22,9 +35,18 @@ public:
     {
         std::function<std::uint64_t()> freeBytes;  ///< besides what the disk allows; empty: no limit
         std::function<void(std::int64_t)> addUsed; ///< change of stored bytes; may be empty
+        /// Shared by all streams that freeBytes counts together; null: this stream
+        /// alone.
+        std::shared_ptr<Reservations> reservations;
+        /// Opens the root anew by its path and makes nothing; empty: nobody takes
+        /// the folder away.
+        std::function<FileResult(SafeFolder &)> lookUp;
     };
 
     TargetTree(SafeFolder root, Limits limits);
+    ~TargetTree();
+    TargetTree(const TargetTree &) = delete;
+    TargetTree &operator=(const TargetTree &) = delete;
 
     const SafeFolder &root() const { return m_root; }
 
@@ -33,17 +55,26 @@ public:
     /// Makes a folder. BadName when the disk takes its name for another one that the stream already made.
     FileResult makeFolder(const std::string &path, bool &created);
 
-    /// Gives a finished partial file its name in @p folder; false in @p created when a file was replaced. BadName
-    /// when the disk takes the name for another one of this stream. Tells addUsed.
-    FileResult putInPlace(const SafeFolder &folder, const std::string &cache, const std::string &leaf,
+    /// Gives a finished partial file in @p folder the last name of @p path; false
+    /// in @p created when a file was replaced. BadName when the disk takes the
+    /// name for another one of this stream, NotFound when the folder was taken
+    /// away meanwhile. What was reserved for the file, its size, becomes stored.
+    FileResult putInPlace(const SafeFolder &folder, const std::string &cache, const std::string &path,
                           std::uint64_t size, bool &created);
+    /// NotFound when @p folder, which holds @p path, is no longer what its path
+    /// leads to.
+    FileResult stillThere(const SafeFolder &folder, const std::string &path) const;
     /// Folder times are set last, when nothing is written into the folders any more.
     void rememberTime(const std::string &path, std::int64_t modifiedMs);
     void applyTimes();
 
-    /// Sets aside what a file will need. False when the quota does not allow it.
-    bool reserve(std::uint64_t bytes);
-    void unreserve(std::uint64_t bytes);
+    /// Sets aside what a file will need, in place of @p stored bytes that count
+    /// as used until now. False, with nothing changed, when the quota does not
+    /// allow it.
+    bool reserve(std::uint64_t bytes, std::uint64_t stored = 0);
+    /// Gives @p bytes of what was set aside back, @p stored of which are on the
+    /// disk now.
+    void unreserve(std::uint64_t bytes, std::int64_t stored = 0);
 
 private:
     struct Handle
@@ -62,13 +93,34 @@ private:
     std::unordered_map<std::uint64_t, std::size_t> m_folderIds; ///< number and hash of its path
     std::unordered_set<std::uint64_t> m_fileIds;
     std::vector<std::pair<std::string, std::int64_t>> m_times;
-    std::uint64_t m_reserved = 0;
+
+    const std::shared_ptr<Reservations> m_reservations;
+    std::uint64_t m_reserved = 0; ///< of this stream; guarded by the mutex of m_reservations
 };
 
 /// Name of the partial file of a target; shortened, and still the target's own, when the name is long.
 std::string cacheNameOf(const std::string &leaf);
 
-/// Removes the partial files of the given files and of everything in the given folders.
-void discardPartial(const SafeFolder &root, const std::vector<std::string> &names);
+/// Path of the partial file of @p path.
+std::string cachePathOf(const std::string &path);
+
+struct DiscardRules
+{
+    ActiveFiles *active = nullptr; ///< partial files that a stream is writing stay
+    std::string key;               ///< of the root in @p active
+    std::int64_t unchangedSinceNs = std::numeric_limits<std::int64_t>::max(); ///< what changed later stays
+    std::function<bool()> stop;
+};
+
+struct Discarded
+{
+    std::uint64_t bytes = 0; ///< of what was removed
+    std::size_t inUse = 0;   ///< partial files that a stream is writing
+};
+
+/// Removes the partial files of the given files and of everything in the given folders; finished files stay.
+Discarded discardPartial(const SafeFolder &root, const std::vector<std::string> &names, const DiscardRules &rules = {});
+/// The same for everything in @p root.
+Discarded discardAllPartial(const SafeFolder &root, const DiscardRules &rules);
 
 } // namespace zpdt

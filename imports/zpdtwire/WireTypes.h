@@ -28,7 +28,8 @@ const char *errorName(Error error);
 enum class Direction : std::uint8_t
 {
     Upload = 1,
-    Download = 2
+    Download = 2,
+    Discard = 3 ///< moves nothing; opened with a ticket for an upload
 };
 
 enum class ItemKind : std::uint8_t
@@ -98,6 +99,13 @@ struct UploadRequest
     std::vector<std::string> excludedSuffixes; ///< such as ".mp4", case counts: files inside folders that are left out
     bool resumed = false;                      ///< an earlier stream moved some of it: look before sending
     int priority = 0;                          ///< streams of a higher one go first
+};
+
+/// Names partial files of earlier uploads that are not to be resumed.
+struct DiscardRequest
+{
+    std::string ticket;             ///< for an upload; names the remote folder
+    std::vector<std::string> names; ///< files and folders in it, one name each; of folders everything beneath
 };
 
 struct DownloadRequest

@@ -23,9 +23,9 @@ namespace arkvale::service {
 
 namespace {
 
-const std::set<std::string> valuedOptions = {"data",         "demo",     "listen",         "port",
-                                             "ready-file",   "tls-cert", "tls-key",        "public-url",
-                                             "stop-timeout", "workers",  "transfer-listen"};
+const std::set<std::string> valuedOptions = {"data",         "demo",     "listen",          "port",
+                                             "ready-file",   "tls-cert", "tls-key",         "public-url",
+                                             "stop-timeout", "workers",  "transfer-listen", "partial-days"};
 
 int complain(const std::string &error, int code)
 {
@@ -70,13 +70,16 @@ bool readOptions(const Arguments &arguments, ServiceOptions *options, std::strin
     const auto port = parseNumber(arguments.value("port", "0"), 0, 65535);
     const auto stop = parseNumber(arguments.value("stop-timeout", "30"), 0, 3600);
     const auto workers = parseNumber(arguments.value("workers", "8"), 1, 256);
-    if (!port || !stop || !workers) {
-        *error = "--port takes 0 to 65535, --stop-timeout 0 to 3600 seconds, --workers 1 to 256.";
+    const auto days = parseNumber(arguments.value("partial-days", "14"), 0, 36500);
+    if (!port || !stop || !workers || !days) {
+        *error = "--port takes 0 to 65535, --stop-timeout 0 to 3600 seconds, --workers 1 to 256, --partial-days 0 to "
+                 "36500.";
         return false;
     }
     http.port = static_cast<std::uint16_t>(*port);
     http.stopTimeout = static_cast<unsigned>(*stop);
     http.workers = static_cast<unsigned>(*workers);
+    options->partialAge = std::chrono::hours(24 * *days);
     if (arguments.has("tls-cert") != arguments.has("tls-key")) {
         *error = "--tls-cert and --tls-key go together.";
         return false;

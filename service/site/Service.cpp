@@ -5,6 +5,7 @@
 #include "FileRoutes.h"
 #include "Icons.h"
 #include "Log.h"
+#include "PartialCleaner.h"
 #include "Sessions.h"
 #include "SignatureCheck.h"
 #include "Site.h"
@@ -82,8 +83,10 @@ struct Service::Parts
     std::shared_ptr<FileRoutes> files;
     std::shared_ptr<TransferRuntime> runtime;
     std::vector<std::unique_ptr<TransferServer>> transfers;
+    std::unique_ptr<PartialCleaner> cleaner;
 
     bool startTransfers(const ServiceOptions &options, std::string *error);
+    void startCleaner(std::chrono::seconds age);
     std::unique_ptr<HttpServer> http;
 };
 
@@ -143,6 +146,19 @@ bool Service::Parts::startTransfers(const ServiceOptions &options, std::string *
     return true;
 }
 
+void Service::Parts::startCleaner(std::chrono::seconds age)
+{
+    const auto homes = [this] {
+        std::vector<PartialCleaner::Home> list;
+        for (const Home &home : store.homes()) {
+            if (const auto root = site->userHome(home.user, home.subCenterId))
+                list.push_back({*root, [this, home] { site->recount(home.user, home.subCenterId); }});
+        }
+        return list;
+    };
+    cleaner = std::make_unique<PartialCleaner>(runtime, homes, age);
+}
+
 Service::Service(ServiceOptions options)
     : m_options(std::move(options))
 {
@@ -193,6 +209,8 @@ bool Service::start(std::string *error)
     if (!parts->http->start(error))
         return false;
     parts->site->recountAll();
+    if (m_options.partialAge.count() > 0)
+        parts->startCleaner(m_options.partialAge);
     m_parts = std::move(parts);
     return true;
 }
@@ -204,6 +222,7 @@ void Service::stop()
     m_parts->files->stop();
     // No request can ask for a ticket any more when the transfers end.
     m_parts->http->stop();
+    m_parts->cleaner.reset();
     for (const auto &transfer : m_parts->transfers)
         transfer->stop();
     m_parts->signatures->save();

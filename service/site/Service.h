@@ -3,6 +3,7 @@
 #include "HttpServer.h"
 #include "Secrets.h"
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -16,6 +17,7 @@ struct ServiceOptions
     HttpOptions http;
     std::string publicUrl;      ///< account base as told to clients; empty: as their requests come in
     std::string transferListen; ///< address of the transfer listeners; empty: that of HTTP
+    std::chrono::seconds partialAge = std::chrono::hours(14 * 24); ///< after which abandoned partial files go; 0: never
     PasswordCost passwordCost;
 };
 

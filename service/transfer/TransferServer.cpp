@@ -1,10 +1,12 @@
 #include "TransferServer.h"
 
 #include "Context.h"
+#include "DiscardStream.h"
 #include "NameRules.h"
 #include "Session.h"
 #include "StreamReceiver.h"
 #include "StreamSender.h"
+#include "TargetTree.h"
 #include "TcpChannel.h"
 #include "TlsIdentity.h"
 
@@ -17,6 +19,7 @@
 #include <map>
 #include <mutex>
 #include <set>
+#include <utility>
 
 namespace arkvale::service {
 
@@ -39,6 +42,20 @@ public:
         : context(diskThreads)
     {
     }
+    /// On the I/O thread.
+    std::shared_ptr<zpdt::Reservations> reservationsOf(const std::string &homeRoot)
+    {
+        for (auto it = reservations.begin(); it != reservations.end();)
+            it = it->second.expired() ? reservations.erase(it) : std::next(it);
+        auto found = reservations[homeRoot].lock();
+        if (!found)
+            reservations[homeRoot] = found = std::make_shared<zpdt::Reservations>();
+        return found;
+    }
+
+    /// By home; a user's streams share theirs, whichever listeners they came
+    /// through.
+    std::map<std::string, std::weak_ptr<zpdt::Reservations>> reservations;
     zpdt::Context context;
 };
 
@@ -63,8 +80,9 @@ struct TransferServer::Private : std::enable_shared_from_this<TransferServer::Pr
         unsigned badTickets = 0;
     };
 
-    Private(zpdt::Context &runtimeContext, TransferServerOptions wanted, Redeem redeemTicket, Log logLine)
-        : context(runtimeContext)
+    Private(TransferRuntime &sharedRuntime, TransferServerOptions wanted, Redeem redeemTicket, Log logLine)
+        : runtime(sharedRuntime)
+        , context(runtime.context)
         , options(std::move(wanted))
         , redeem(std::move(redeemTicket))
         , log(std::move(logLine))
@@ -90,7 +108,8 @@ struct TransferServer::Private : std::enable_shared_from_this<TransferServer::Pr
     void shutDown();
     void tellWhenIdle();
 
-    // Not the runtime: the last owner of this may be its own thread.
+    // Not an owner of the runtime: the last owner of this may be its own thread.
+    TransferRuntime &runtime;
     zpdt::Context &context;
     const TransferServerOptions options;
     const Redeem redeem;
@@ -235,7 +254,7 @@ std::shared_ptr<zpdt::SessionStream> TransferServer::Private::open(std::uint64_t
         return nullptr;
     }
     const bool upload = grant->direction == TransferGrant::Direction::Upload;
-    if (grant->subCenterId != options.subCenterId || upload != (message.direction == zpdt::Direction::Upload))
+    if (grant->subCenterId != options.subCenterId || upload == (message.direction == zpdt::Direction::Download))
         return refuse("the ticket is for something else");
     if (streamsPerUser[grant->user] >= options.maxStreamsPerUser)
         return refuse("too many transfers at once");
@@ -255,32 +274,38 @@ std::shared_ptr<zpdt::StreamBase> TransferServer::Private::makeStream(zpdt::Sess
                                                                       const TransferGrant &grant)
 {
     const bool upload = grant.direction == TransferGrant::Direction::Upload;
-    const auto openFolder = [home = grant.homeRoot, path = grant.folder, upload](zpdt::SafeFolder &folder) {
+    const auto opener = [home = grant.homeRoot, path = grant.folder](bool make, zpdt::SafeFolder &folder) {
         zpdt::SafeFolder root;
         std::vector<std::string> names;
         if (!zpdt::splitPath(path, names))
             return zpdt::FileResult{zpdt::FileError::BadName, 0};
         const std::string below = zpdt::joinPath(names);
         zpdt::FileResult result = zpdt::SafeFolder::open(home, root);
-        if (result.ok() && upload)
+        if (result.ok() && make)
             result = root.mkdirs(below);
         return result.ok() ? root.openFolder(below, folder) : result;
     };
+    const auto lookUp = [opener](zpdt::SafeFolder &folder) { return opener(false, folder); };
     if (!upload) {
         zpdt::StreamSender::Source source;
-        source.open = openFolder;
+        source.open = lookUp;
         source.excludedSuffixes = message.excludedSuffixes;
         source.resumed = message.resumed;
         source.wanted = true;
         return std::make_shared<zpdt::StreamSender>(session, std::move(source), zpdt::StreamCallbacks());
     }
-    zpdt::StreamReceiver::Target target;
-    target.open = openFolder;
     std::vector<std::string> names;
     (void)zpdt::splitPath(grant.folder, names);
-    target.key = grant.homeRoot + '/' + zpdt::joinPath(names);
+    const std::string key = names.empty() ? grant.homeRoot : grant.homeRoot + '/' + zpdt::joinPath(names);
+    if (message.direction == zpdt::Direction::Discard)
+        return std::make_shared<zpdt::DiscardStream>(session, zpdt::DiscardStream::Target{lookUp, key, grant.addUsed});
+    zpdt::StreamReceiver::Target target;
+    target.open = [opener](zpdt::SafeFolder &folder) { return opener(true, folder); };
+    target.key = key;
     target.limits.freeBytes = grant.quotaFree;
     target.limits.addUsed = grant.addUsed;
+    target.limits.reservations = runtime.reservationsOf(grant.homeRoot);
+    target.limits.lookUp = lookUp;
     target.resumed = message.resumed;
     auto receiver = std::make_shared<zpdt::StreamReceiver>(session, std::move(target), zpdt::StreamCallbacks());
     receiver->begin();
@@ -316,10 +341,24 @@ void TransferServer::Private::tellWhenIdle()
     idleChanged.notify_all();
 }
 
+std::uint64_t removeOldPartials(TransferRuntime &runtime, const std::string &homeRoot, std::int64_t unchangedSinceNs,
+                                const std::function<bool()> &stop)
+{
+    zpdt::SafeFolder home;
+    if (!zpdt::SafeFolder::open(homeRoot, home).ok())
+        return 0;
+    zpdt::DiscardRules rules;
+    rules.active = &runtime.context.activeFiles();
+    rules.key = homeRoot;
+    rules.unchangedSinceNs = unchangedSinceNs;
+    rules.stop = stop;
+    return zpdt::discardAllPartial(home, rules).bytes;
+}
+
 TransferServer::TransferServer(std::shared_ptr<TransferRuntime> runtime, TransferServerOptions options, Redeem redeem,
                                Log log)
     : m_runtime(std::move(runtime))
-    , d(std::make_shared<Private>(m_runtime->context, std::move(options), std::move(redeem), std::move(log)))
+    , d(std::make_shared<Private>(*m_runtime, std::move(options), std::move(redeem), std::move(log)))
 {
 }
 

@@ -24,8 +24,9 @@ struct TransferGrant
     Direction direction = Direction::Upload;
     /// Bytes that the user may still store; empty: no limit. Called on disk threads.
     std::function<std::uint64_t()> quotaFree;
-    /// Told the change of stored bytes after each finished file, negative when a smaller one replaced a larger. Called
-    /// on disk threads.
+    /// Told the change of stored bytes: after each finished file, negative when a
+    /// smaller one replaced a larger, and when a partial file is left behind,
+    /// taken up again or removed. Called on disk threads.
     std::function<void(std::int64_t)> addUsed;
 };
 
@@ -45,6 +46,13 @@ struct TransferServerOptions
 /// The I/O and disk threads that all transfer listeners of the process share; outlives them.
 class TransferRuntime;
 std::shared_ptr<TransferRuntime> makeTransferRuntime(unsigned diskThreads = 4);
+
+/// Removes the partial files in a home that nothing has changed after @p unchangedSinceNs (since the Unix epoch) and
+/// that no stream is writing. Takes the time of a walk through the home; any thread but the runtime's own.
+/// @param stop asked often; true ends the walk
+/// @return bytes of what was removed
+std::uint64_t removeOldPartials(TransferRuntime &runtime, const std::string &homeRoot, std::int64_t unchangedSinceNs,
+                                const std::function<bool()> &stop);
 
 /// The transfer listener of one sub-center. Runs on the runtime's threads; its functions may be called from any
 /// other thread. Files are whole or absent at their names at every moment, so it may be stopped, or killed, anytime.

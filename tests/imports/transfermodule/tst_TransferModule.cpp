@@ -43,6 +43,8 @@ private slots:
     void largeFilesAmongMany();
     void pauseResumeAndCancelInMidFile_data();
     void pauseResumeAndCancelInMidFile();
+    void cancelledUploadLeavesNothing_data();
+    void cancelledUploadLeavesNothing();
     void destroyedInMidFileAndStartedAgain();
     void serviceStoppedAndBack_data();
     void serviceStoppedAndBack();
@@ -273,6 +275,66 @@ void TransferModuleTest::pauseResumeAndCancelInMidFile()
     m_engine->Cancel(m_log->record(path));
     QVERIFY(wait([&] { return m_log->story(path).endsWith(QLatin1String("cancelled")); }, 3000));
     QVERIFY(wait([&] { return treeOf(target) == before; }, 3000));
+}
+
+void TransferModuleTest::cancelledUploadLeavesNothing_data()
+{
+    QTest::addColumn<bool>("folder");
+    QTest::addColumn<bool>("down");
+    QTest::addColumn<bool>("restart");
+    QTest::newRow("paused file") << false << false << false;
+    QTest::newRow("paused folder") << true << false << false;
+    QTest::newRow("file, service away") << false << true << false;
+    QTest::newRow("file of an earlier run") << false << false << true;
+    QTest::newRow("folder of an earlier run, service away") << true << true << true;
+}
+
+void TransferModuleTest::cancelledUploadLeavesNothing()
+{
+    QFETCH(bool, folder);
+    QFETCH(bool, down);
+    QFETCH(bool, restart);
+    const QString here = m_world->local(QStringLiteral("here"));
+    const QString path = here + (folder ? "/sub" : "/data");
+    const QString kept = QStringLiteral("there/kept.ZPDT.cache");
+    QVERIFY(writeFile(folder ? path + "/deep/data" : path, 8 * kMiB, 5));
+    QVERIFY(writeFile(m_world->remote(kept), 100));
+    const QString cache = m_world->remote(folder ? "there/sub/deep/data.ZPDT.cache" : "there/data.ZPDT.cache");
+    ZpdtTransConfig config = slow();
+    config.uploadTargetSpeed = 6000;
+    if (folder)
+        m_engine->UploadFolder(path, QStringLiteral("/there"), config);
+    else
+        m_engine->UploadFiles(inFolder(here, {QStringLiteral("data")}), QStringLiteral("/there"), config);
+    QVERIFY(wait([&] { return m_log->progress(path).offset >= 2 * kMiB; }));
+    m_engine->Pause(m_log->record(path));
+    QVERIFY(wait([&] { return m_log->story(path).endsWith(QLatin1String("paused")); }, 3000));
+    QVERIFY(QFile::exists(cache));
+    const TaskRecord task = m_log->record(path);
+    if (restart) {
+        m_engine.reset();
+        makeEngine();
+        emit m_engine->SigRegisterPausedTask({task});
+    }
+    if (down) {
+        m_world->stopServer();
+        m_world->stopTickets();
+    }
+    m_engine->Cancel(task);
+    QVERIFY(wait([&] { return m_log->story(path).endsWith(QLatin1String("cancelled")); }, 3000));
+    if (restart)
+        m_engine->SetZpdtParams(config);
+    if (down) {
+        QTest::qWait(700); // at least one try in vain
+        QVERIFY(QFile::exists(cache));
+        QVERIFY(m_world->startServer());
+        QVERIFY(m_world->startTickets());
+    }
+    QVERIFY(wait([&] { return !QFile::exists(cache); }));
+    QVERIFY(QFile::exists(m_world->remote(kept)));
+    // Asked for anew it is transferred as if nothing had been.
+    m_engine->Start(task, m_world->config());
+    QVERIFY(wait([&] { return m_log->ended(ZPDT_SUCCESS) == 1; }));
 }
 
 void TransferModuleTest::destroyedInMidFileAndStartedAgain()

@@ -181,6 +181,19 @@ StreamLog TransferLoop::download(const QStringList &names, bool resumed)
     return log;
 }
 
+StreamLog TransferLoop::discard(const QStringList &names, const QString &remote)
+{
+    StreamLog log;
+    zpdt::DiscardRequest request;
+    request.ticket = ticket(zpdt::Direction::Upload, remote);
+    for (const QString &name : names)
+        request.names.push_back(name.toStdString());
+    const auto stream = m_connection->openDiscard(std::move(request), callbacks(log));
+    if (!wait([&] { return log.ended; }, 60000))
+        qFatal("discarding did not end");
+    return log;
+}
+
 QMap<QString, QString> snapshot(const QString &folder, bool withTimes)
 {
     QMap<QString, QString> found;

@@ -51,6 +51,7 @@ public:
     std::string ticket(zpdt::Direction direction, const QString &folder);
 
     zpdt::UploadRequest uploadRequest(const QStringList &names, const QString &remote = "in");
+    arkvale::service::TransferRuntime &runtime() { return *m_runtime; }
     zpdt::DownloadRequest downloadRequest(const QStringList &names, const QString &remote = "in");
     std::shared_ptr<zpdt::Stream> start(zpdt::UploadRequest request, StreamLog &log);
     std::shared_ptr<zpdt::Stream> start(zpdt::DownloadRequest request, StreamLog &log);
@@ -58,6 +59,7 @@ public:
     bool wait(const std::function<bool()> &test, int ms = 20000);
     StreamLog upload(const QStringList &names, bool resumed = false);
     StreamLog download(const QStringList &names, bool resumed = false);
+    StreamLog discard(const QStringList &names, const QString &remote = "in");
 
     // What the next grants say.
     std::function<quint64()> quotaFree;

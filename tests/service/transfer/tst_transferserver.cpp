@@ -1,10 +1,13 @@
 #include "TestSupport.h"
 #include "TransferLoop.h"
 
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -29,6 +32,12 @@ private slots:
     void rate_data();
     void rate();
     void quotaAndExcluded();
+    void quotaOfParallelStreams();
+    void partialFilesCount();
+    void discardedPartialFiles();
+    void oldPartialFiles();
+    void folderTakenAway_data();
+    void folderTakenAway();
 };
 
 namespace {
@@ -262,6 +271,183 @@ void TransferServerTest::quotaAndExcluded()
     writeFile(loop.local() + "/big", noise(2 * kMiB, 1));
     QCOMPARE(loop.upload({"big"}).result.error, Error::NoSpace);
     QCOMPARE(snapshot(loop.home() + "/in").keys(), (QStringList{"alone.mp4", "d", "d/text.txt"}));
+}
+
+void TransferServerTest::quotaOfParallelStreams()
+{
+    TransferLoop loop;
+    loop.startServer();
+    loop.connect();
+    loop.quotaFree = [&loop] { return quint64(10 * kMiB - loop.used); };
+    loop.connection().setRate(Direction::Upload, 40 * kMiB);
+    writeFile(loop.local() + "/a", noise(6 * kMiB, 1));
+    writeFile(loop.local() + "/b", noise(6 * kMiB, 2));
+    StreamLog a, b;
+    // Into different folders of one home.
+    loop.start(loop.uploadRequest({"a"}, "one"), a);
+    loop.start(loop.uploadRequest({"b"}, "two"), b);
+    QVERIFY(loop.wait([&] { return a.ended && b.ended; }));
+    const bool first = a.result.error == Error::None;
+    QCOMPARE(first ? b.result.error : a.result.error, Error::NoSpace);
+    QCOMPARE(first ? a.result.error : b.result.error, Error::None);
+    QCOMPARE(loop.used.load(), qint64(6 * kMiB));
+    // What was set aside is free again, to the last byte.
+    writeFile(loop.local() + "/c", noise(4 * kMiB, 3));
+    QCOMPARE(loop.upload({"c"}).result.error, Error::None);
+    writeFile(loop.local() + "/d", "x");
+    QCOMPARE(loop.upload({"d"}).result.error, Error::NoSpace);
+    QCOMPARE(loop.used.load(), qint64(10 * kMiB));
+}
+
+void TransferServerTest::partialFilesCount()
+{
+    TransferLoop loop;
+    loop.startServer();
+    loop.connect();
+    writeFile(loop.local() + "/f", noise(12 * kMiB, 1));
+    // Enough for the file, not for the file beside its partial file.
+    loop.quotaFree = [&loop] { return quint64(14 * kMiB - loop.used); };
+    const auto interrupted = [&] {
+        loop.connection().setRate(Direction::Upload, 12 * kMiB);
+        StreamLog log;
+        auto request = loop.uploadRequest({"f"});
+        request.resumed = true;
+        const auto stream = loop.start(request, log);
+        if (!loop.wait([&] { return log.lastProgress.bytes >= 3 * kMiB; }))
+            return false;
+        stream->pause();
+        return loop.wait([&] { return log.ended; });
+    };
+    const QString cache = loop.home() + "/in/f.ZPDT.cache";
+    QVERIFY(interrupted());
+    QTRY_COMPARE(loop.used.load(), QFileInfo(cache).size());
+    QVERIFY(loop.used > 12 * kMiB);
+    QVERIFY(interrupted());
+    QTRY_COMPARE(loop.used.load(), QFileInfo(cache).size());
+    loop.connection().setRate(Direction::Upload, 0);
+    QCOMPARE(loop.upload({"f"}, true).result.error, Error::None);
+    QCOMPARE(loop.used.load(), qint64(12 * kMiB));
+    // Replacing it needs room for both until it is done; discarding what is left gives the room back.
+    loop.quotaFree = nullptr;
+    writeFile(loop.local() + "/f", noise(12 * kMiB, 2));
+    QVERIFY(interrupted());
+    QTRY_VERIFY(loop.used > 24 * kMiB);
+    QTRY_COMPARE(loop.discard({"f"}).result.error, Error::None);
+    QCOMPARE(loop.used.load(), qint64(12 * kMiB));
+}
+
+void TransferServerTest::discardedPartialFiles()
+{
+    TransferLoop loop;
+    loop.startServer();
+    loop.connect();
+    const QString in = loop.home() + "/in/";
+    for (const char *name : {"f", "f.ZPDT.cache", "other.ZPDT.cache", "d/x/a.ZPDT.cache", "d/x/a", "d.ZPDT.cache"})
+        writeFile(in + name, "12345");
+    writeFile(loop.home() + "/f.ZPDT.cache", "12345");
+    QDir().mkpath(loop.home() + "/elsewhere");
+    writeFile(loop.home() + "/elsewhere/p.ZPDT.cache", "12345");
+    QVERIFY(QFile::link(loop.home() + "/elsewhere", in + "d/link"));
+    QCOMPARE(loop.discard({"f", "d", "gone", "..", "../f", ""}).result.error, Error::None);
+    QStringList left = snapshot(loop.home()).keys();
+    left.removeAll("in/d/link");
+    QCOMPARE(left, (QStringList{"elsewhere", "elsewhere/p.ZPDT.cache", "f.ZPDT.cache", "in", "in/d", "in/d/x",
+                                "in/d/x/a", "in/f", "in/other.ZPDT.cache"}));
+    QCOMPARE(loop.used.load(), qint64(-15));
+    // A folder that is gone has nothing left, and is not made.
+    QCOMPARE(loop.discard({"f"}, "never/was").result.error, Error::None);
+    QVERIFY(!QFile::exists(loop.home() + "/never"));
+    // What is being written stays, and whoever asked gets to know.
+    writeFile(loop.local() + "/busy", noise(8 * kMiB, 1));
+    loop.connection().setRate(Direction::Upload, 4 * kMiB);
+    StreamLog log;
+    const auto stream = loop.start(loop.uploadRequest({"busy"}), log);
+    QVERIFY(loop.wait([&] { return log.lastProgress.bytes >= kMiB; }));
+    QCOMPARE(loop.discard({"busy"}).result.error, Error::Refused);
+    QVERIFY(QFile::exists(in + "busy.ZPDT.cache"));
+    loop.connection().setRate(Direction::Upload, 0);
+    QVERIFY(loop.wait([&] { return log.ended; }));
+    QCOMPARE(log.result.error, Error::None);
+    QCOMPARE(log.failed, QStringList());
+}
+
+void TransferServerTest::oldPartialFiles()
+{
+    TransferLoop loop;
+    loop.startServer();
+    loop.connect();
+    writeFile(loop.home() + "/a/b/left.ZPDT.cache", "12345");
+    writeFile(loop.home() + "/top.ZPDT.cache", "123");
+    writeFile(loop.home() + "/a/finished", "12345");
+    // A time of the source that lies far back does not make it old.
+    struct timespec times[2] = {{1000000000, 0}, {1000000000, 0}};
+    utimensat(AT_FDCWD, QFile::encodeName(loop.home() + "/top.ZPDT.cache").constData(), times, 0);
+    writeFile(loop.local() + "/busy", noise(8 * kMiB, 1));
+    loop.connection().setRate(Direction::Upload, 4 * kMiB);
+    StreamLog log;
+    const auto stream = loop.start(loop.uploadRequest({"busy"}), log);
+    QVERIFY(loop.wait([&] { return log.lastProgress.bytes >= kMiB; }));
+    const auto sweep = [&](int seconds, bool stopped) {
+        return arkvale::service::removeOldPartials(loop.runtime(), loop.home().toStdString(),
+                                                   (QDateTime::currentMSecsSinceEpoch() + seconds * 1000) * 1000000,
+                                                   [stopped] { return stopped; });
+    };
+    QCOMPARE(sweep(-60, false), std::uint64_t(0));
+    QCOMPARE(sweep(60, true), std::uint64_t(0));
+    QCOMPARE(sweep(60, false), std::uint64_t(8));
+    QVERIFY(QFile::exists(loop.home() + "/in/busy.ZPDT.cache"));
+    QVERIFY(QFile::exists(loop.home() + "/a/finished"));
+    loop.connection().setRate(Direction::Upload, 0);
+    QVERIFY(loop.wait([&] { return log.ended; }));
+    QCOMPARE(log.failed, QStringList());
+}
+
+void TransferServerTest::folderTakenAway_data()
+{
+    QTest::addColumn<bool>("small");
+    QTest::addColumn<bool>("another");
+    QTest::newRow("large file") << false << false;
+    QTest::newRow("large file, another folder in its place") << false << true;
+    QTest::newRow("small files") << true << false;
+    QTest::newRow("small files, another folder in its place") << true << true;
+}
+
+void TransferServerTest::folderTakenAway()
+{
+    QFETCH(bool, small);
+    QFETCH(bool, another);
+    TransferLoop loop;
+    loop.startServer();
+    loop.connect();
+    if (small) {
+        for (int i = 0; i < 400; ++i)
+            writeFile(loop.local() + QString("/src/%1").arg(i), noise(6000, quint32(i)));
+    } else {
+        writeFile(loop.local() + "/src/f", noise(12 * kMiB, 1));
+    }
+    loop.connection().setRate(Direction::Upload, small ? 2 * kMiB : 8 * kMiB);
+    StreamLog log;
+    const auto stream = loop.start(loop.uploadRequest({"src"}), log);
+    QVERIFY(loop.wait([&] { return log.lastProgress.bytes >= kMiB / 2; }));
+    const QString trash = loop.local() + "/trash";
+    QVERIFY(QDir().rename(loop.home() + "/in", trash));
+    if (another)
+        QDir().mkpath(loop.home() + "/in/src");
+    loop.connection().setRate(Direction::Upload, 0);
+    QVERIFY(loop.wait([&] { return log.ended; }));
+    QVERIFY(!log.failed.isEmpty());
+    for (const QString &failed : log.failed)
+        QVERIFY2(failed.endsWith(": not found"), qPrintable(failed));
+    // Told as done is what was there before the folder went, and nothing else.
+    QStringList done = log.done.filter("src/");
+    QStringList there;
+    for (const QString &name : QDir(trash + "/src").entryList(QDir::Files))
+        there << "+src/" + name;
+    done.sort();
+    there.sort();
+    QCOMPARE(there, done);
+    QCOMPARE(loop.used.load(), qint64(done.size()) * 6000);
+    QCOMPARE(QDir(loop.home() + "/in/src").entryList(QDir::Files), QStringList());
 }
 
 ARKVALE_GUILESS_TEST(TransferServerTest)
