@@ -8,8 +8,8 @@
 #include <QDirIterator>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QRandomGenerator>
 #include <QTcpSocket>
+#include <QTimer>
 
 using namespace arkvale::service;
 
@@ -19,22 +19,13 @@ const QString kUser = QStringLiteral("李 demo");
 const QString kAccess = QStringLiteral("transfer-access");
 const QString kToken = QStringLiteral("transfer secret");
 
-QByteArray headerOf(const QByteArray &head, const QByteArray &name)
-{
-    for (const QByteArray &line : head.split('\n')) {
-        const int colon = line.indexOf(':');
-        if (colon > 0 && line.left(colon).trimmed().toLower() == name.toLower())
-            return line.mid(colon + 1).trimmed();
-    }
-    return {};
-}
-
 } // namespace
 
 TransferWorld::TransferWorld()
     : m_runtime(makeTransferRuntime())
+    , m_http([this](const HttpFake::Request &request) { return answer(request); })
+    , m_ticketPort(m_http.serverPort())
 {
-    connect(this, &QTcpServer::newConnection, this, &TransferWorld::onConnection);
 }
 
 TransferWorld::~TransferWorld()
@@ -66,27 +57,20 @@ void TransferWorld::stopServer()
 
 bool TransferWorld::startTickets()
 {
-    const bool up = listen(QHostAddress::LocalHost, m_ticketPort);
-    m_ticketPort = serverPort();
-    return up;
+    return m_http.isListening() || m_http.listen(QHostAddress::LocalHost, m_ticketPort);
 }
 
 void TransferWorld::stopTickets()
 {
-    close();
-    const auto sockets = m_input.keys();
-    m_input.clear();
-    for (QTcpSocket *socket : sockets) {
-        socket->disconnect(this);
+    m_http.close();
+    for (QTcpSocket *socket : m_http.findChildren<QTcpSocket *>())
         socket->abort();
-        socket->deleteLater();
-    }
 }
 
 ZpdtTransConfig TransferWorld::config() const
 {
     ZpdtTransConfig config;
-    config.clientTag = QStringLiteral("http://127.0.0.1:%1/api/v1/").arg(m_ticketPort);
+    config.clientTag = QStringLiteral("http://127.0.0.1:%1/base/").arg(m_ticketPort);
     config.userId = kUser;
     config.asperaUser = kAccess;
     config.asperaPassword = kToken;
@@ -97,80 +81,38 @@ ZpdtTransConfig TransferWorld::config() const
     return config;
 }
 
-void TransferWorld::onConnection()
+bool TransferWorld::signedRight(const HttpFake::Request &request)
 {
-    while (QTcpSocket *socket = nextPendingConnection()) {
-        m_input.insert(socket, {});
-        connect(socket, &QTcpSocket::readyRead, this, [this, socket] { onData(socket); });
-        connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
-            m_input.remove(socket);
-            socket->deleteLater();
-        });
-    }
-}
-
-void TransferWorld::onData(QTcpSocket *socket)
-{
-    QByteArray &input = m_input[socket];
-    input += socket->readAll();
-    const int end = input.indexOf("\r\n\r\n");
-    if (end < 0)
-        return;
-    const QByteArray head = input.left(end);
-    const int length = headerOf(head, "Content-Length").toInt();
-    if (input.size() < end + 4 + length)
-        return;
-    const QByteArray body = input.mid(end + 4, length);
-    input.remove(0, end + 4 + length);
-    mostAtOnce = std::max(mostAtOnce, ++m_atOnce);
-    // Answered a moment later, so that requests can be seen side by side.
-    QMetaObject::invokeMethod(
-        this,
-        [this, socket, head, body] {
-            --m_atOnce;
-            if (m_input.contains(socket))
-                answer(socket, head, body);
-        },
-        Qt::QueuedConnection);
-}
-
-bool TransferWorld::signedRight(const QByteArray &head, const QByteArray &body) const
-{
-    const qint64 time = headerOf(head, "Arkvale-Time").toLongLong();
-    const QByteArray nonce = headerOf(head, "Arkvale-Nonce");
-    const RequestSignature signature(kUser, kAccess, kToken);
-    if (!head.startsWith("POST /api/v1/sc/2/transfer-tickets HTTP/1.1"))
+    if (request.method + request.target != "POST/base/sc/2/transfer-tickets")
         return false;
-    for (const auto &header : signature.headersAt(time, nonce, "POST", "/api/v1/sc/2/transfer-tickets", {}, body)) {
-        if (headerOf(head, header.first) != header.second)
+    const RequestSignature signature(kUser, kAccess, kToken);
+    for (const auto &header :
+         signature.headersAt(request.headers.value("arkvale-time").toLongLong(), request.headers.value("arkvale-nonce"),
+                             "POST", request.target, {}, request.body)) {
+        if (request.headers.value(header.first.toLower()) != header.second)
             return false;
     }
     return true;
 }
 
-void TransferWorld::answer(QTcpSocket *socket, const QByteArray &head, const QByteArray &body)
+HttpFake::Answer TransferWorld::answer(const HttpFake::Request &request)
 {
     ++requests;
-    const bool right = signedRight(head, body);
+    // The answer leaves a moment later, so that requests can be seen side by side.
+    mostAtOnce = std::max(mostAtOnce, ++m_atOnce);
+    QTimer::singleShot(0, &m_http, [this] { --m_atOnce; });
+    const bool right = signedRight(request);
     badRequests += !right;
-    Answer reply;
+    if (!answers.isEmpty())
+        return answers.takeFirst();
+    if (!right)
+        return HttpFake::reply(401, {});
     const qint64 now = QDateTime::currentMSecsSinceEpoch() + clockAhead;
-    if (!answers.isEmpty()) {
-        reply = answers.takeFirst();
-    } else if (!right) {
-        reply.status = 401;
-    } else if (qAbs(headerOf(head, "Arkvale-Time").toLongLong() - now) > 300000) {
-        reply = {401, R"({"error":"time","message":"wrong clock"})",
-                 "Arkvale-Time: " + QByteArray::number(now) + "\r\n"};
-    } else {
-        reply.body = issue(body);
+    if (qAbs(request.headers.value("arkvale-time").toLongLong() - now) > 300000) {
+        return HttpFake::reply(401, R"({"error":"time","message":"wrong clock"})",
+                               "Arkvale-Time: " + QByteArray::number(now) + "\r\n");
     }
-    if (reply.status == 0) {
-        socket->abort();
-        return;
-    }
-    socket->write("HTTP/1.1 " + QByteArray::number(reply.status) + " X\r\nContent-Length: " +
-                  QByteArray::number(reply.body.size()) + "\r\n" + reply.header + "\r\n" + reply.body);
+    return HttpFake::reply(200, issue(request.body));
 }
 
 QByteArray TransferWorld::issue(const QByteArray &body)
@@ -248,24 +190,6 @@ int EngineLog::ended(ZpdtTaskStatus status) const
 {
     return static_cast<int>(std::count_if(m_records.begin(), m_records.end(),
                                           [status](const TaskRecord &task) { return task.Status == status; }));
-}
-
-bool writeFile(const QString &path, qint64 size, quint32 seed)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    QRandomGenerator random(seed);
-    QByteArray block(64 * 1024, 0);
-    while (size > 0) {
-        random.fillRange(reinterpret_cast<quint32 *>(block.data()), block.size() / 4);
-        const qint64 piece = std::min<qint64>(size, block.size());
-        if (file.write(block.constData(), piece) != piece)
-            return false;
-        size -= piece;
-    }
-    return true;
 }
 
 QMap<QString, QByteArray> treeOf(const QString &folder)

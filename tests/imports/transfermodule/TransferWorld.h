@@ -1,43 +1,33 @@
 #pragma once
 
+#include "HttpFake.h"
+#include "TestFiles.h"
 #include "TransferModule.h"
 #include "TransferServer.h"
 
 #include <QHash>
-#include <QTcpServer>
 #include <QTemporaryDir>
 
 #include <map>
 #include <memory>
 #include <mutex>
 
-class QTcpSocket;
-
 /// The remote side of a test: a scripted HTTP service that issues tickets, and a real transfer server for one
 /// sub-center. Both can be stopped and started again at the same address.
-class TransferWorld : public QTcpServer
+class TransferWorld
 {
-    Q_OBJECT
-
 public:
     TransferWorld();
-    ~TransferWorld() override;
+    ~TransferWorld();
 
     bool startServer();
     void stopServer();
     bool startTickets();
     void stopTickets();
 
-    /// What the next requests are answered with instead of a ticket; a status of 0 hangs up.
-    struct Answer
-    {
-        int status = 200;
-        QByteArray body;
-        QByteArray header;
-    };
-    QList<Answer> answers;
-    int requests = 0;    ///< for tickets so far
-    int badRequests = 0; ///< of them without a right signature
+    QList<HttpFake::Answer> answers; ///< of the next requests, instead of a ticket
+    int requests = 0;                ///< for tickets so far
+    int badRequests = 0;             ///< of them without a right signature
     int mostAtOnce = 0;
     qint64 clockAhead = 0; ///< of the service, milliseconds
     quint64 quota = 1ull << 50;
@@ -47,10 +37,8 @@ public:
     QString remote(const QString &path = QString()) const { return m_home.path() + QLatin1Char('/') + path; }
 
 private:
-    void onConnection();
-    void onData(QTcpSocket *socket);
-    void answer(QTcpSocket *socket, const QByteArray &head, const QByteArray &body);
-    bool signedRight(const QByteArray &head, const QByteArray &body) const;
+    HttpFake::Answer answer(const HttpFake::Request &request);
+    static bool signedRight(const HttpFake::Request &request);
     QByteArray issue(const QByteArray &body);
     std::optional<arkvale::service::TransferGrant> redeem(const std::string &ticket);
 
@@ -60,12 +48,12 @@ private:
     std::shared_ptr<arkvale::service::TransferRuntime> m_runtime;
     std::unique_ptr<arkvale::service::TransferServer> m_server;
     quint16 m_serverPort = 0;
-    quint16 m_ticketPort = 0;
-    QHash<QTcpSocket *, QByteArray> m_input;
     int m_atOnce = 0;
     std::mutex m_mutex; ///< guards m_grants, which the server's I/O thread reads
     std::map<std::string, arkvale::service::TransferGrant> m_grants;
     int m_lastTicket = 0;
+    HttpFake m_http; ///< last: it calls back
+    const quint16 m_ticketPort;
 };
 
 /// Everything that an engine told, in its order.
@@ -98,7 +86,10 @@ private:
     QHash<QString, ZpdtProgress> m_progress;
 };
 
-/// Writes @p size bytes that do not repeat. Returns false when the disk does not take them.
-bool writeFile(const QString &path, qint64 size, quint32 seed = 1);
+/// Writes @p size bytes that do not repeat.
+inline void writeFile(const QString &path, qint64 size, quint32 seed = 1)
+{
+    writeFile(path, noise(static_cast<int>(size), seed));
+}
 /// Every entry below a folder with its kind and digest, to compare trees.
 QMap<QString, QByteArray> treeOf(const QString &folder);

@@ -218,51 +218,24 @@ void TaskTableTest::operationsOnRunningTasks_data()
     QTest::addColumn<QString>("expected");
     QTest::addColumn<QString>("orders");
 
-    QTest::newRow("pause") << "pause stopped"
-                           << "paused 1:32; started 2:1"
-                           << "stop1 run2";
-    QTest::newRow("pause, start before it stopped") << "pause start stopped"
-                                                    << "paused 1:32; started 2:1,1:0"
-                                                    << "stop1 run2";
-    QTest::newRow("pause, done before it stopped") << "pause done stopped"
-                                                   << "finished 1:4096; started 2:1"
-                                                   << "stop1 run2";
-    QTest::newRow("pause, failed before it stopped") << "pause failed"
-                                                     << "finished 1:8192; started 2:1"
-                                                     << "stop1 run2";
-    QTest::newRow("pause twice") << "pause pause stopped pause"
-                                 << "paused 1:32; started 2:1; paused 1:32"
-                                 << "stop1 run2";
-    QTest::newRow("cancel") << "cancel stopped"
-                            << "cancelled 1:64; started 2:1"
-                            << "abandon1 run2";
-    QTest::newRow("cancel, failed before it stopped") << "cancel failed"
-                                                      << "cancelled 1:64; started 2:1"
-                                                      << "abandon1 run2";
-    QTest::newRow("cancel, done before it stopped") << "cancel done"
-                                                    << "finished 1:4096; started 2:1"
-                                                    << "abandon1 run2";
-    QTest::newRow("cancel while pausing") << "pause cancel stopped"
-                                          << "cancelled 1:64; started 2:1"
-                                          << "stop1 abandon1 run2";
-    QTest::newRow("pause while cancelling") << "cancel pause stopped"
-                                            << "cancelled 1:64; started 2:1"
-                                            << "abandon1 run2";
-    QTest::newRow("cancel, ask anew") << "cancel add stopped"
-                                      << "cancelled 1:64; created 1:0; started 2:1"
-                                      << "abandon1 run2";
-    QTest::newRow("cancel, ask anew, cancel") << "cancel add cancel stopped"
-                                              << "cancelled 1:64; started 2:1"
-                                              << "abandon1 run2";
-    QTest::newRow("cancel a paused one") << "pause stopped cancel"
-                                         << "paused 1:32; started 2:1; cancelled 1:64"
-                                         << "stop1 run2";
-    QTest::newRow("ask anew for a paused one") << "pause stopped add"
-                                               << "paused 1:32; started 2:1; started 1:0; retrans 1:0"
-                                               << "stop1 run2";
-    QTest::newRow("late reports") << "done done stopped failed"
-                                  << "finished 1:4096; started 2:1"
-                                  << "run2";
+    const auto row = [](const char *operations, const char *expected, const char *orders) {
+        QTest::newRow(operations) << operations << expected << orders;
+    };
+    row("pause stopped", "paused 1:32; started 2:1", "stop1 run2");
+    row("pause start stopped", "paused 1:32; started 2:1,1:0", "stop1 run2");
+    row("pause done stopped", "finished 1:4096; started 2:1", "stop1 run2");
+    row("pause failed", "finished 1:8192; started 2:1", "stop1 run2");
+    row("pause pause stopped pause", "paused 1:32; started 2:1; paused 1:32", "stop1 run2");
+    row("cancel stopped", "cancelled 1:64; started 2:1", "abandon1 run2");
+    row("cancel failed", "cancelled 1:64; started 2:1", "abandon1 run2");
+    row("cancel done", "finished 1:4096; started 2:1", "abandon1 run2");
+    row("pause cancel stopped", "cancelled 1:64; started 2:1", "stop1 abandon1 run2");
+    row("cancel pause stopped", "cancelled 1:64; started 2:1", "abandon1 run2");
+    row("cancel add stopped", "cancelled 1:64; created 1:0; started 2:1", "abandon1 run2");
+    row("cancel add cancel stopped", "cancelled 1:64; started 2:1", "abandon1 run2");
+    row("pause stopped cancel", "paused 1:32; started 2:1; cancelled 1:64", "stop1 run2");
+    row("pause stopped add", "paused 1:32; started 2:1; started 1:0; retrans 1:0", "stop1 run2");
+    row("done done stopped failed", "finished 1:4096; started 2:1", "run2");
 }
 
 void TaskTableTest::operationsOnRunningTasks()

