@@ -12,6 +12,7 @@
 #include <archive.h>
 #include <archive_entry.h>
 #include <functional>
+#include <future>
 #include <unistd.h>
 
 using namespace arkvale::service;
@@ -511,13 +512,11 @@ void TestFileJobs::jobs()
     QVERIFY(!runner.start("alice", work));
     // Another user's job runs although alice's fill the line.
     const auto other = runner.start("bob", [](const std::atomic<bool> &) { return Outcome(); });
-    Outcome bobs;
-    QVERIFY(runner.whenDone("bob", *other, [&](const Outcome &outcome) {
-        bobs = outcome;
-        told.release();
-    }));
-    QVERIFY(told.tryAcquire(1, 5000));
-    QVERIFY(bobs.ok());
+    std::promise<Outcome> bobsEnd;
+    auto bobs = bobsEnd.get_future();
+    QVERIFY(runner.whenDone("bob", *other, [&](const Outcome &outcome) { bobsEnd.set_value(outcome); }));
+    QVERIFY(bobs.wait_for(std::chrono::seconds(5)) == std::future_status::ready);
+    QVERIFY(bobs.get().ok());
     std::optional<Outcome> outcome;
     QVERIFY(runner.find("alice", ids[0], outcome) && !outcome);
     QVERIFY(!runner.find("bob", ids[0], outcome));
