@@ -16,5 +16,4 @@ private slots:
     void dropsAreAcceptedWhereTheyMakeSense();
     void dragsCarryTheRecord();
     void textsStayInTheirRow();
-    void namesAreNoMarkup();
 };

@@ -4,7 +4,6 @@
 #include "TestSupport.h"
 
 #include <QApplication>
-#include <QClipboard>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -144,40 +143,32 @@ private slots:
         };
         const Row rows[] = {
             {"listFile", 200, two, "entered /d/a,/d/b"},
-            {"listFile", 200, none, "entered "},
-            {"listFile", 200, "[1]", "entered "},
             {"listFile", 200, "{\"items\":[1,null,{\"path\":\"/d/z\"},[]]}", "entered /d/z"},
             {"listFile", 201, two, "logout Login expired."},
             {"listFile", 203, two, "failed 2"},
-            {"listFile", 404, two, "failed 3"},
             {"listFile", 202, two, "failed 3"},
             {"listFile", -3, none, "failed 3"},
-            {"searchFile", 200, two, "found /d/a,/d/b"},
             {"searchFile", 201, two, "logout Login expired."},
             {"searchFile", 500, two, "found "},
             {"getUserStorage", 200, "{\"storage\":{\"used\":1}}", "storage"},
             {"getUserStorage", 201, none, "logout Login expired."},
-            {"getUserStorage", 500, none, "storage"},
             {"mkdir", 200, none, "new n"},
             {"mkdir", 201, none, "logout Login expired."},
             {"mkdir", 409, none, "new "},
             {"removeFile", 200, none, "removed /d/a,/d/b"},
             {"removeFile", 201, none, "logout Login expired."},
             {"removeFile", 500, none, "removed "},
-            {"removeFolder", 200, none, "removed /d/a"},
             {"removeFolder", 201, none, "logout Login expired."},
             {"removeFolder", -2, none, "removed "},
             {"move", 200, none, "moved /d/a,/d/b>/e/"},
             {"move", 202, none, "moved >"},
             {"move", 201, none, "logout Login expired."},
             {"copy", 202, none, "copied /d/a>/e/"},
-            {"copy", 200, none, "copied >"},
             {"copy", 201, none, "logout Login expired."},
             {"renameFile", 200, none, "renamed /d/a>/d/\"'"},
             {"renameFile", 409, none, "renamed >"},
             {"renameFolder", 200, none, "renamed /d/a>/d/c"},
             {"renameFolder", 201, none, "logout Login expired."},
-            {"compress", 200, none, "compressed /d/pack.zip"},
             {"compress", 500, none, "compressed /d/pack.zip"},
             {"compress", 201, none, "logout Access Denied!"},
             {"decompress", 500, none, "decompressed"},
@@ -428,16 +419,6 @@ private slots:
         QCOMPARE(m_server->current().keyword, QString("x"));
     }
 
-    void refreshEmptiesTheClipboard()
-    {
-        QGuiApplication::clipboard()->setText("cut");
-        m_server->navigation();
-        QCOMPARE(QGuiApplication::clipboard()->text(), QString("cut"));
-        m_server->refresh();
-        QVERIFY(QGuiApplication::clipboard()->text().isEmpty());
-        QVERIFY(FakeService::instance().calls("listFile").isEmpty());
-    }
-
     void lookupsWaitForTheirOwnAnswer()
     {
         FakeService &service = FakeService::instance();
@@ -518,20 +499,6 @@ private slots:
         QThreadPool::globalInstance()->waitForDone();
         QCoreApplication::processEvents();
         QVERIFY(m_events.isEmpty());
-    }
-
-    void answersOfPlacesLeftAreMarked()
-    {
-        FakeService &service = FakeService::instance();
-        QList<bool> marks;
-        connect(m_server.get(), &NetDiskServer::handlerIntoFloderFinished, this,
-                [&] { marks << m_server->answerIsCurrent(); });
-        m_server->intoFolder("/a");
-        const FakeCall first = service.last("listFile");
-        m_server->intoFolder("/b");
-        service.answer(service.last("listFile"), 200, TwoItems);
-        service.answer(first, 200, TwoItems);
-        QTRY_COMPARE(marks, (QList<bool>{true, false}));
     }
 
     void iconsAreAskedForOnce()

@@ -536,7 +536,7 @@ private slots:
         QCOMPARE(bar->value(), 100);
     }
 
-    void modeAndStatusTexts()
+    void modeAndOrder()
     {
         auto *mode = part<QToolButton>("modeButton");
         view()->select({"/b.txt"});
@@ -546,12 +546,6 @@ private slots:
         QCOMPARE(view()->selectedItems().size(), 1);
         mode->click();
         QCOMPARE(mode->text() + mode->toolTip(), QString("ListSwitch to icon mode"));
-        m_page->changeTransferStatus(1);
-        QCOMPARE(part<QLabel>("statusText")->text(), QString("Adding to the transfer list..."));
-        m_page->changeTransferStatus(2);
-        QCOMPARE(part<QLabel>("statusText")->text(), QString("Tasks is running..."));
-        m_page->changeTransferStatus(0);
-        QCOMPARE(part<QLabel>("statusText")->text(), QString());
         m_page->changeSortType("FileSize");
         QCOMPARE(view()->sortType(), QString("FileSize"));
         QCOMPARE(part<QTreeView>("fileTree")->header()->sortIndicatorSection(), 2);
