@@ -36,30 +36,24 @@ void TestRequests::targets_data()
         QTest::newRow(name) << target << false << QByteArrayList() << QByteArray();
     };
     good("plain", "/api/v1/a/b", {"a", "b"});
-    good("slash at the end", "/api/v1/a/", {"a"});
     good("decoded after the split", "/api/v1/a%2Fb/c%20d", {"a/b", "c d"});
     good("utf-8", "/api/v1/%E4%B8%AD?p=%F0%9F%8E%AC", {"\xE4\xB8\xAD"}, "\xF0\x9F\x8E\xAC");
     good("plus is plus", "/api/v1/a?p=1+1", {"a"}, "1+1");
     good("equals in a value", "/api/v1/a?p=x=y", {"a"}, "x=y");
     good("first value counts", "/api/v1/a?p=1&p=2", {"a"}, "1");
     good("empty pairs", "/api/v1/a?&&p=1&", {"a"}, "1");
-    good("encoded separators", "/api/v1/a?p=%26%3D%3F%23", {"a"}, "&=?#");
     good("dots are names here", "/api/v1/../x", {"..", "x"});
     bad("outside the base", "/api/v2/a");
     bad("longer than the base", "/api/v1x/a");
     bad("the base alone", "/api/v1");
     bad("nothing below the base", "/api/v1/");
-    bad("whole address", "http://host/api/v1/a");
-    bad("star", "*");
     bad("empty name", "/api/v1/a//b");
     bad("cut escape", "/api/v1/a%2");
-    bad("not hexadecimal", "/api/v1/a%zz");
     bad("zero byte", "/api/v1/a%00b");
     bad("zero byte in the query", "/api/v1/a?p=%00");
     bad("overlong slash", "/api/v1/%C0%AF");
     bad("surrogate", "/api/v1/%ED%A0%80");
     bad("beyond Unicode", "/api/v1/%F5%80%80%80");
-    bad("cut sequence", "/api/v1/%E4%B8");
     bad("lone continuation", "/api/v1/a?p=%80");
 }
 
@@ -86,14 +80,12 @@ void TestRequests::numbers_data()
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<int>("number"); // -1: the fallback
 
-    QTest::newRow("plain") << QByteArray("20") << 20;
     QTest::newRow("least") << QByteArray("1") << 1;
     QTest::newRow("most") << QByteArray("30") << 30;
     QTest::newRow("below") << QByteArray("0") << -1;
     QTest::newRow("above") << QByteArray("31") << -1;
     QTest::newRow("too long") << QByteArray("99999999999999999999") << -1;
     QTest::newRow("text after") << QByteArray("5s") << -1;
-    QTest::newRow("empty") << QByteArray() << -1;
 }
 
 void TestRequests::numbers()
@@ -128,19 +120,15 @@ void TestRequests::routes_data()
         QTest::newRow(name) << QByteArray(method) << QByteArray(path) << QByteArray(found) << QByteArray(allowed);
     };
     row("fixed", "GET", "limits", "limits");
-    row("placeholder", "GET", "sc/2/files/list", "list id=2");
     row("encoded slash stays one name", "GET", "sc/a%2Fb/files/list", "list id=a/b");
-    row("rest of one", "GET", "icons/x.png", "icon name=x.png");
     row("rest of three", "GET", "icons/a/b/x.png", "icon name=a/b/x.png");
     row("rest of none", "GET", "icons", "");
     row("head finds get", "HEAD", "limits", "limits");
-    row("two methods, first", "GET", "both", "read");
     row("two methods, second", "POST", "both", "write");
     row("wrong method", "POST", "limits", "", "GET, HEAD");
     row("wrong of two", "DELETE", "both", "", "GET, HEAD, POST");
     row("too short", "GET", "sc/2/files", "");
     row("too long", "GET", "limits/x", "");
-    row("case matters", "GET", "Limits", "");
     row("method's case matters", "get", "limits", "", "GET, HEAD");
 }
 
@@ -191,9 +179,7 @@ void TestRequests::jsonBodies_data()
     QTest::newRow("escapes") << QByteArray(R"({"t":"\u4e2d\""})") << true << QByteArray("\xE4\xB8\xAD\"") << -1;
     QTest::newRow("wrong types") << QByteArray(R"({"t":1,"l":"x"})") << true << none << -1;
     QTest::newRow("mixed list") << QByteArray(R"({"l":["x",1]})") << true << none << -1;
-    QTest::newRow("empty list") << QByteArray(R"({"l":[]})") << true << none << 0;
     QTest::newRow("empty") << QByteArray() << false << none << -1;
-    QTest::newRow("list at the top") << QByteArray("[]") << false << none << -1;
     QTest::newRow("cut") << QByteArray(R"({"t":"a")") << false << none << -1;
     QTest::newRow("text after") << QByteArray("{} x") << false << none << -1;
     QTest::newRow("not utf-8") << QByteArray("{\"t\":\"\xFF\"}") << false << none << -1;
