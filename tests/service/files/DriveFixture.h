@@ -3,6 +3,7 @@
 #include "Context.h"
 #include "UserHome.h"
 
+#include "TestFiles.h"
 #include "TestSupport.h"
 
 #include <QDir>
@@ -94,13 +95,7 @@ protected:
     }
 
     QString local(const QString &path) const { return QString::fromStdString(m_root) + "/alice/" + path; }
-    void put(const QString &path, const QByteArray &bytes) const
-    {
-        QDir().mkpath(QFileInfo(local(path)).path());
-        QFile file(local(path));
-        QVERIFY2(file.open(QIODevice::WriteOnly), qPrintable(local(path)));
-        QCOMPARE(file.write(bytes), qint64(bytes.size()));
-    }
+    void put(const QString &path, const QByteArray &bytes) const { writeFile(local(path), bytes); }
     QByteArray get(const QString &path) const
     {
         QFile file(local(path));

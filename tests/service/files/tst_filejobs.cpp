@@ -3,6 +3,7 @@
 #include "DecompressJob.h"
 #include "DriveFixture.h"
 #include "JobRunner.h"
+#include "TestFiles.h"
 #include "Utf8Locale.h"
 
 #include <QRandomGenerator>
@@ -143,15 +144,11 @@ void TestFileJobs::copying_data()
     row("beside itself", {"/a/f.txt", "/a/sub"}, "/a", 200,
         {"a/f (3).txt", "a/sub (2)/", "a/sub (2)/e/", "a/sub (2)/g"});
     row("twice in one request", {"/h", "/h"}, "/", 200, {"h (2)", "h (3)"});
-    row("folder beside itself", {"/a/sub"}, "/a/", 200, {"a/sub (2)/", "a/sub (2)/e/", "a/sub (2)/g"});
-    row("collision", {"/a/f.txt", "/h"}, "/c", 409);
     row("two of one name", {"/a/f.txt", "/a/sub/../f.txt"}, "/b", 400);
     row("same name from two folders", {"/h", "/c/h"}, "/b", 409);
-    row("into itself", {"/a"}, "/a", 409);
     row("into itself, deeper", {"/a"}, "/a/sub", 409);
     row("the home", {"/"}, "/b", 409);
     row("missing", {"/h", "/none"}, "/b", 404);
-    row("missing target", {"/h"}, "/none", 404);
     row("target is a file", {"/h"}, "/a/f.txt", 404);
     row("a link", {"/link"}, "/b", 404);
 }
@@ -235,7 +232,6 @@ void TestFileJobs::numberedNames_data()
     QTest::addColumn<QString>("numbered");
     QTest::newRow("extension") << "a.b.txt" << false << "a.b (2).txt";
     QTest::newRow("none") << "a" << false << "a (2)";
-    QTest::newRow("hidden") << ".profile" << false << ".profile (2)";
     QTest::newRow("folder") << "a.b" << true << "a.b (2)";
     QTest::newRow("long") << QString(255, 'x') << false << QString(251, 'x') + " (2)";
     const QString wide = QString::fromUtf8("\xE6\x95\xB0");
@@ -252,12 +248,10 @@ void TestFileJobs::numberedNames()
 
 void TestFileJobs::archiveRoundTrip()
 {
-    QByteArray noise(300000, 0);
-    for (char &c : noise)
-        c = char(QRandomGenerator::global()->generate());
+    const QByteArray bytes = noise(300000, 1);
     for (const QString &name : {QString("a b"), QString("it's \"q\" %1"), QString("two\nlines"), QString(200, 'n'),
                                 QString::fromUtf8("\xE6\x95\xB0\xE6\x8D\xAE/\xF0\x9F\x8E\xAC.png"), QString("empty")})
-        put("s/" + name, name == "empty" ? QByteArray() : noise);
+        put("s/" + name, name == "empty" ? QByteArray() : bytes);
     QCOMPARE(::truncate(qPrintable(local("s/empty")), 0), 0);
     QDir().mkpath(local("s/nothing/inside"));
     QCOMPARE(::symlink("../../bob", qPrintable(local("s/link"))), 0);
@@ -479,10 +473,7 @@ void TestFileJobs::damagedArchives()
 
 void TestFileJobs::quotaOfArchives()
 {
-    QByteArray noise(100000, 0);
-    for (char &c : noise)
-        c = char(QRandomGenerator::global()->generate());
-    put("noise", noise);
+    put("noise", noise(100000, 1));
     m_context->quota = 50000;
     const auto before = tree();
     QCOMPARE(CompressJob(m_home, {"/noise"}, "/pack").run(m_cancelled).status, 507);
