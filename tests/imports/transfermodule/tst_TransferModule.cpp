@@ -324,7 +324,7 @@ void TransferModuleTest::cancelledUploadLeavesNothing()
     if (restart)
         m_engine->SetZpdtParams(config);
     if (down) {
-        QTest::qWait(700); // at least one try in vain
+        QTest::qWait(700); // why: a try in vain tells nobody; there has been one by then
         QVERIFY(QFile::exists(cache));
         QVERIFY(m_world->startServer());
         QVERIFY(m_world->startTickets());
