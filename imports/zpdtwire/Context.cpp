@@ -20,19 +20,20 @@ constexpr std::size_t kBufferLimit = 192u << 20;
 struct Context::Private
 {
     explicit Private(unsigned diskThreads)
-        : io(1)
+        : budget(kBufferLimit)
+        , io(1)
         , work(asio::make_work_guard(io))
         , disk(std::clamp(diskThreads, 1u, 16u))
-        , budget(kBufferLimit)
         , thread([this] { io.run(); })
     {
     }
 
+    // First, so that they outlive the streams that handlers still hold when the loop and the pool go.
+    BufferBudget budget;
+    ActiveFiles activeFiles;
     asio::io_context io;
     asio::executor_work_guard<asio::io_context::executor_type> work;
     asio::thread_pool disk;
-    BufferBudget budget;
-    ActiveFiles activeFiles;
     std::thread thread;
 };
 
