@@ -188,7 +188,9 @@ void OrvCall::headersArrived()
     const QByteArray encoding = m_reply->rawHeader("Content-Encoding").trimmed().toLower();
     const qint64 length = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
     const bool toFile = m_operation.has(OrvOperation::ToFile) && isSuccess(status);
-    if (length > m_lanes->limits().bodySize && !(toFile && m_operation.has(OrvOperation::NoSizeLimit)))
+    if (toFile && !m_reply->hasRawHeader("Content-Length"))
+        finish(OrvClient::BrokenReply); // nothing else would tell a whole file from a torn one
+    else if (length > m_lanes->limits().bodySize && !(toFile && m_operation.has(OrvOperation::NoSizeLimit)))
         finish(OrvClient::OversizedReply);
     else if (encoding.isEmpty() || encoding == "identity")
         m_body.reserve(int(qMin(length, kLargestBodyReserve))); // a promise may be a lie, so only this much at once
@@ -266,6 +268,18 @@ int OrvCall::transportError() const
     }
 }
 
+// The network manager, when a service closes the connection in mid-body, sometimes takes that for the end.
+bool OrvCall::isTorn() const
+{
+    const bool toFile = m_operation.has(OrvOperation::ToFile) && isSuccess(replyStatus());
+    const qint64 got = toFile ? (m_file ? m_file->pos() : 0) : m_body.size();
+    if (m_reply->hasRawHeader("Content-Length"))
+        return got != m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
+    // Without a length the text itself has to show its end.
+    const QByteArray text = m_body.trimmed();
+    return isSuccess(replyStatus()) && replyStatus() != 204 && !text.endsWith('}') && !text.endsWith(']');
+}
+
 void OrvCall::dataFinished()
 {
     if (m_reply->bytesAvailable() > 0)
@@ -273,7 +287,7 @@ void OrvCall::dataFinished()
     if (m_done)
         return;
     int error = transportError();
-    if (!error && m_inflater && !m_inflater->complete())
+    if (!error && (m_inflater ? !m_inflater->complete() : isTorn()))
         error = OrvClient::BrokenReply;
     const QByteArray version = m_reply->rawHeader("Arkvale-Protocol");
     const bool foreign = !version.isEmpty() && version.split('.').first().trimmed() != "1";

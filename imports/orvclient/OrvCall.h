@@ -62,6 +62,7 @@ private:
     void saveFile();
     int transportError() const;
     int replyStatus() const;
+    bool isTorn() const;
     void finish(int code, const QByteArray &body = QByteArray());
 
     OrvClient *m_client;
