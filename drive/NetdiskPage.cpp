@@ -281,7 +281,7 @@ void NetdiskPage::GetFileInfo(QStringList paths)
 
 void NetdiskPage::SetIcons(QList<FileItem> items)
 {
-    m_view->model()->setIcons(items);
+    m_view->setIcons(items);
     emit IconChanged(items);
 }
 

@@ -7,7 +7,6 @@
 #include <QBuffer>
 #include <QImageReader>
 #include <QPixmap>
-#include <QPixmapCache>
 #include <QUrl>
 
 #include <algorithm>
@@ -19,21 +18,25 @@ constexpr int SortInline = 2000;
 /// More separate removals than this at once redraw the list instead of taking row by row.
 constexpr int ManyRanges = 100;
 
-/// The bytes come from the service, so a picture that claims an absurd size is not decoded.
-QPixmap pictureOf(const FileItem &item)
+/// What the decoded pictures of one model may take.
+constexpr int ThumbnailMemory = 48 * 1024 * 1024;
+/// Pictures of entries are small; one that claims more is not decoded.
+constexpr int LargestPicture = 1024;
+
+QString pictureKey(const FileItem &item)
 {
-    const QString key = QStringLiteral("drive:%1:%2:%3").arg(item.datetime).arg(item.iconData.size()).arg(item.path);
-    QPixmap picture;
-    if (QPixmapCache::find(key, &picture))
-        return picture;
+    return QString::number(item.datetime, 36) + item.path;
+}
+
+QImage decoded(const QByteArray &bytes)
+{
     QBuffer buffer;
-    buffer.setData(item.iconData);
+    buffer.setData(bytes);
     QImageReader reader(&buffer);
     const QSize size = reader.size();
-    if (size.isValid() && qMax(size.width(), size.height()) <= 1024)
-        picture = QPixmap::fromImage(reader.read());
-    QPixmapCache::insert(key, picture);
-    return picture;
+    if (!size.isValid() || qMax(size.width(), size.height()) > LargestPicture)
+        return {};
+    return reader.read();
 }
 
 } // namespace
@@ -41,6 +44,7 @@ QPixmap pictureOf(const FileItem &item)
 FileItemModel::FileItemModel(QObject *parent)
     : QAbstractTableModel(parent)
     , m_work(new OrderedWork(this))
+    , m_thumbnails(ThumbnailMemory)
 {
 }
 
@@ -206,15 +210,29 @@ void FileItemModel::renameNow(const QString &src, const QString &dest)
 
 void FileItemModel::setIcons(const QList<FileItem> &items)
 {
-    m_work->post([this, items] {
-        for (const FileItem &item : items) {
-            const int row = rowOf(item.path);
-            if (row < 0 || m_listing.items[row].datetime != item.datetime)
-                continue;
-            m_listing.items[row].iconData = item.iconData;
-            emit dataChanged(index(row, 0), index(row, 0), {Qt::DecorationRole});
-        }
+    m_work->run([this, items] {
+        QList<QImage> pictures;
+        for (const FileItem &item : items)
+            pictures.append(decoded(item.iconData));
+        return OrderedWork::Deliver([this, items, pictures] {
+            for (int i = 0; i < items.size(); ++i)
+                setThumbnail(items.at(i), pictures.at(i));
+        });
     });
+}
+
+void FileItemModel::setThumbnail(const FileItem &item, const QImage &picture)
+{
+    auto *pixmap = new QPixmap(QPixmap::fromImage(picture));
+    m_thumbnails.insert(pictureKey(item), pixmap, qMax<int>(64, int(picture.sizeInBytes())));
+    const int row = rowOf(item.path);
+    if (row >= 0 && m_listing.items.at(row).datetime == item.datetime)
+        emit dataChanged(index(row, NameColumn), index(row, NameColumn), {Qt::DecorationRole});
+}
+
+bool FileItemModel::hasThumbnail(const FileItem &item) const
+{
+    return m_thumbnails.contains(pictureKey(item));
 }
 
 void FileItemModel::setOrder(FileOrder::Type order)
@@ -361,10 +379,10 @@ QIcon FileItemModel::icon(int row) const
     };
     if (isUnfinished(row))
         return named(QStringLiteral("unfinished"));
-    if (!item.iconData.isEmpty()) {
-        const QPixmap picture = pictureOf(item);
-        if (!picture.isNull())
-            return QIcon(picture);
+    if (FileListing::isPicture(item)) {
+        const QPixmap *picture = m_thumbnails.object(pictureKey(item));
+        if (picture && !picture->isNull())
+            return QIcon(*picture);
     }
     return named(FileTexts::iconName(item));
 }

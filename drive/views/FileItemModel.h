@@ -3,6 +3,7 @@
 #include "FileListing.h"
 
 #include <QAbstractTableModel>
+#include <QCache>
 #include <QHash>
 #include <QIcon>
 
@@ -51,8 +52,14 @@ public:
     void remove(const QStringList &paths);
     /// The entry at @p src gets the path @p dest and its last component as name.
     void rename(const QString &src, const QString &dest);
-    /// Takes the pictures of @p items over.
+    /// Shows what the bytes of @p items picture, once they are decoded on a pool thread; the bytes are not kept.
     void setIcons(const QList<FileItem> &items);
+    /// Shows @p picture for the entry, if that is still there and has the same time. A null picture says that there is
+    /// none: the icon of its kind stays and nobody is asked again. Pictures take a bounded part of the memory; those
+    /// not shown for longest go first and are wanted again when they come into view.
+    void setThumbnail(const FileItem &item, const QImage &picture);
+    /// A picture was shown or is known not to be there.
+    bool hasThumbnail(const FileItem &item) const;
     void setOrder(FileOrder::Type order);
     FileOrder::Type order() const { return m_order; }
 
@@ -113,4 +120,5 @@ private:
     mutable QHash<QString, int> m_rows; ///< key to row, made anew when it is next asked for after a change
     mutable bool m_rowsValid = false;
     mutable QHash<QString, QIcon> m_icons;
+    QCache<QString, QPixmap> m_thumbnails; ///< by picture key; null: there is none
 };

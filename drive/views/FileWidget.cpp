@@ -20,6 +20,8 @@ namespace {
 
 /// A selection larger than this is not carried over when the list comes anew.
 constexpr int KeptSelection = 5000;
+/// Pictures are asked for once the view has not moved for so long.
+constexpr int RestTime = 60; // ms
 
 } // namespace
 
@@ -67,6 +69,13 @@ FileWidget::FileWidget(QWidget *parent)
             [this](const QMimeData *mime) { m_model->dropMimeData(mime, Qt::CopyAction, -1, -1, {}); });
     connect(m_empty, &QWidget::customContextMenuRequested, this,
             [this](const QPoint &pos) { emit menuAsked(m_empty->mapToGlobal(pos)); });
+    m_restTimer.setSingleShot(true);
+    m_restTimer.setInterval(RestTime);
+    connect(&m_restTimer, &QTimer::timeout, this, &FileWidget::tellVisiblePictures);
+    connect(m_model, &QAbstractItemModel::modelReset, &m_restTimer, QOverload<>::of(&QTimer::start));
+    connect(m_model, &QAbstractItemModel::rowsInserted, &m_restTimer, QOverload<>::of(&QTimer::start));
+    connect(m_model, &QAbstractItemModel::rowsRemoved, &m_restTimer, QOverload<>::of(&QTimer::start));
+    connect(m_model, &QAbstractItemModel::layoutChanged, &m_restTimer, QOverload<>::of(&QTimer::start));
     buildActions();
     updateActions();
 }
@@ -75,6 +84,7 @@ void FileWidget::setUpView(QAbstractItemView *view)
 {
     view->setItemDelegateForColumn(FileItemModel::NameColumn, m_delegate);
     connect(view, &QAbstractItemView::activated, this, &FileWidget::activate);
+    connect(view->verticalScrollBar(), &QScrollBar::valueChanged, &m_restTimer, QOverload<>::of(&QTimer::start));
     connect(view, &QWidget::customContextMenuRequested, this,
             [this, view](const QPoint &pos) { emit menuAsked(view->viewport()->mapToGlobal(pos)); });
 }
@@ -153,6 +163,52 @@ void FileWidget::changeEvent(QEvent *event)
     QStackedWidget::changeEvent(event);
 }
 
+void FileWidget::resizeEvent(QResizeEvent *event)
+{
+    QStackedWidget::resizeEvent(event);
+    m_restTimer.start();
+}
+
+QSize FileWidget::pictureSize() const
+{
+    return currentView()->iconSize() * devicePixelRatioF();
+}
+
+void FileWidget::setIcons(const QList<FileItem> &items)
+{
+    m_model->setIcons(items);
+    for (const FileItem &item : items) {
+        if (!item.iconData.isEmpty())
+            emit sigIconChanged(item, pictureSize());
+    }
+}
+
+void FileWidget::tellVisiblePictures()
+{
+    const QAbstractItemView *view = currentView();
+    if (!view->isVisible() || m_model->rowCount() == 0)
+        return;
+    const QRect area = view->viewport()->rect();
+    const QModelIndex top = view->indexAt(area.topLeft() + QPoint(12, 12));
+    const int first = top.isValid() ? top.row() : 0;
+    QModelIndex last = top;
+    // The ground may be under the corner; the rows of one screen are few.
+    for (int row = first; row < m_model->rowCount(); ++row) {
+        const QModelIndex index = m_model->index(row, FileItemModel::NameColumn);
+        if (view->visualRect(index).top() > area.bottom())
+            break;
+        last = index;
+    }
+    const int inView = last.isValid() ? last.row() - first + 1 : 0;
+    QList<FileItem> wanted;
+    for (int row = first; row < qMin(first + 2 * inView, m_model->rowCount()); ++row) {
+        const FileItem &item = m_model->item(row);
+        if (FileListing::isPicture(item) && !m_model->isUnfinished(row) && !m_model->hasThumbnail(item))
+            wanted.append(item);
+    }
+    emit sigVisiblePictures(wanted, pictureSize());
+}
+
 QMenu *FileWidget::createContextMenu(QWidget *parent)
 {
     updateActions();
@@ -207,6 +263,7 @@ void FileWidget::setShowMode(ShowMode mode)
 {
     m_mode = mode;
     setEmptyPanelVisible(m_emptyVisible);
+    m_restTimer.start();
 }
 
 void FileWidget::setEmptyPanelVisible(bool visible)

@@ -4,6 +4,7 @@
 
 #include <QMap>
 #include <QStackedWidget>
+#include <QTimer>
 
 class EmptyFolderPanel;
 class FileItemModel;
@@ -51,6 +52,10 @@ public:
     void setSearchResult(bool search);
     /// Offers "Preview" for pictures; not offered without a viewer.
     void setPreviewAvailable(bool available);
+    /// Size in device pixels in which the current view shows pictures.
+    QSize pictureSize() const;
+    /// Shows the pictures of those entries, see FileItemModel::setIcons.
+    void setIcons(const QList<FileItem> &items);
     QString sortType() const;
     void setSortType(const QString &type);
 
@@ -72,7 +77,13 @@ signals:
     void sigUpload(QStringList paths, QString folder);
     void sigMove(QStringList paths, QString folder);
     void sigGetIcons(QList<FileItem> items);
+    /// New picture bytes of an entry are shown in that size.
     void sigIconChanged(FileItem item, QSize size);
+    /// The picture entries in view that have no picture yet, in their order and with the next screenful behind them,
+    /// and the size in device pixels in which they are shown. Told when the view comes to rest after scrolling,
+    /// resizing, a new list or another mode; each telling replaces the one before: what is not in it is no longer
+    /// wanted.
+    void sigVisiblePictures(QList<FileItem> items, QSize size);
     void command(FileWidget::Command command);
     void nameCommitted(FileItem item, QString name);
     void sortTypeAsked(QString type);
@@ -82,6 +93,7 @@ signals:
 
 protected:
     void changeEvent(QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void buildActions();
@@ -90,6 +102,7 @@ private:
     void activate(const QModelIndex &index);
     void updateActions();
     int selectedCount() const;
+    void tellVisiblePictures();
     void keepPlace();
     void restorePlace();
     QAbstractItemView *currentView() const;
@@ -105,6 +118,7 @@ private:
     ShowMode m_mode = ListMode;
     bool m_emptyVisible = false;
     bool m_previewAvailable = false;
+    QTimer m_restTimer; ///< runs while the view moves
 
     // Where the person was, for a list that is asked for again.
     QString m_placeFolder;
