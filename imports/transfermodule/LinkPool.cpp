@@ -104,8 +104,8 @@ void LinkPool::applyRates(Link &link, const Rates &rates)
     if (!link.connection || (link.rates.upload == rates.upload && link.rates.download == rates.download))
         return;
     link.rates = rates;
-    link.connection->setRate(zpdt::Direction::Upload, rates.upload);
-    link.connection->setRate(zpdt::Direction::Download, rates.download);
+    link.connection->setGoal(zpdt::Direction::Upload, {rates.upload});
+    link.connection->setGoal(zpdt::Direction::Download, {rates.download});
 }
 
 void LinkPool::onState(const QString &key, quint64 serial, zpdt::ConnectionState state, const QString &text)

@@ -32,6 +32,8 @@ public:
     virtual std::size_t queuedBytes() const = 0;
     /// With false no further frames are delivered and the line fills up, which slows the other side down.
     virtual void setReading(bool reading) = 0;
+    /// How fast to send from now on. True when the carrier keeps to it by itself; with false whoever sends has to.
+    virtual bool setGoal(const RateGoal &) { return false; }
     /// Sends what is queued as long as that takes no more than a second, then ends the line.
     virtual void close() = 0;
     /// Carrier, congestion, round trip, retransmits and byte counts; the rates stay empty.

@@ -55,8 +55,8 @@ public:
         auto channel = TcpChannel::toServer(m_context, m_endpoint.host, m_endpoint.port, m_endpoint.fingerprint);
         m_session = std::make_shared<Session>(m_context, std::move(channel), Session::Role::Client,
                                               m_endpoint.clientVersion, std::move(handler));
-        m_session->setSendRate(m_sendRate);
-        m_session->setReceiveRate(m_receiveRate);
+        m_session->setSendGoal(m_sendGoal);
+        m_session->setReceiveGoal(m_receiveGoal);
         tell(ConnectionState::Connecting, Error::None, "");
         m_session->start();
     }
@@ -82,15 +82,15 @@ public:
             m_opening.push_back(std::move(opening));
     }
 
-    void setRate(Direction direction, std::uint64_t bytesPerSecond)
+    void setGoal(Direction direction, const RateGoal &goal)
     {
-        (direction == Direction::Upload ? m_sendRate : m_receiveRate) = bytesPerSecond;
+        (direction == Direction::Upload ? m_sendGoal : m_receiveGoal) = goal;
         if (!m_session)
             return;
         if (direction == Direction::Upload)
-            m_session->setSendRate(bytesPerSecond);
+            m_session->setSendGoal(goal);
         else
-            m_session->setReceiveRate(bytesPerSecond);
+            m_session->setReceiveGoal(goal);
     }
 
     Metrics metrics() const { return m_session && !m_session->isClosed() ? m_session->metrics() : Metrics(); }
@@ -149,8 +149,8 @@ private:
     StateHandler m_onState;
     std::shared_ptr<Session> m_session;
     std::vector<Opening> m_opening;
-    std::uint64_t m_sendRate = 0;
-    std::uint64_t m_receiveRate = 0;
+    RateGoal m_sendGoal;
+    RateGoal m_receiveGoal;
 };
 
 namespace {
@@ -273,9 +273,9 @@ std::shared_ptr<Stream> Connection::openDiscard(DiscardRequest request, StreamCa
     return handle;
 }
 
-void Connection::setRate(Direction direction, std::uint64_t bytesPerSecond)
+void Connection::setGoal(Direction direction, const RateGoal &goal)
 {
-    m_core->context().post([core = m_core, direction, bytesPerSecond] { core->setRate(direction, bytesPerSecond); });
+    m_core->context().post([core = m_core, direction, goal] { core->setGoal(direction, goal); });
 }
 
 void Connection::metrics(std::function<void(const Metrics &)> answer)

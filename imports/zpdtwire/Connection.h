@@ -67,9 +67,10 @@ public:
     /// gone.
     std::shared_ptr<Stream> openDiscard(DiscardRequest request, StreamCallbacks callbacks);
 
-    /// Fixed speed of everything this connection sends or receives in that direction.
-    /// @param bytesPerSecond 0: as fast as the line allows
-    void setRate(Direction direction, std::uint64_t bytesPerSecond);
+    /// How fast everything this connection sends or receives in that direction goes. Takes effect at once.
+    void setGoal(Direction direction, const RateGoal &goal);
+    /// A fair goal. @param bytesPerSecond 0: as fast as the line allows
+    void setRate(Direction direction, std::uint64_t bytesPerSecond) { setGoal(direction, {bytesPerSecond}); }
 
     /// Asks for the figures; @p answer is called on the I/O thread.
     void metrics(std::function<void(const Metrics &)> answer);

@@ -100,13 +100,20 @@ bool ByeMessage::decode(WireReader &r)
 
 void RateMessage::encode(WireWriter &w) const
 {
-    w.u64(bytesPerSecond);
+    w.u64(goal.bytesPerSecond);
+    w.u8(static_cast<std::uint8_t>(goal.mode));
+    w.u64(goal.startBytesPerSecond);
+    w.u64(goal.floorBytesPerSecond);
 }
 
 bool RateMessage::decode(WireReader &r)
 {
-    bytesPerSecond = r.u64();
-    return r.complete();
+    goal.bytesPerSecond = r.u64();
+    const std::uint8_t mode = r.u8();
+    goal.mode = static_cast<RateMode>(mode);
+    goal.startBytesPerSecond = r.u64();
+    goal.floorBytesPerSecond = r.u64();
+    return r.complete() && mode <= static_cast<std::uint8_t>(RateMode::Fixed);
 }
 
 void OpenMessage::encode(WireWriter &w) const

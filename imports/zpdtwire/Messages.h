@@ -87,7 +87,7 @@ struct ByeMessage
 struct RateMessage
 {
     static constexpr Msg kType = Msg::Rate;
-    std::uint64_t bytesPerSecond = 0;
+    RateGoal goal;
     void encode(WireWriter &w) const;
     bool decode(WireReader &r);
 };

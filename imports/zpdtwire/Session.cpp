@@ -96,21 +96,24 @@ Metrics Session::metrics() const
     return metrics;
 }
 
-void Session::setSendRate(std::uint64_t bytesPerSecond)
+void Session::setSendGoal(const RateGoal &goal)
 {
-    m_sendRate = bytesPerSecond;
-    const bool both = m_sendRate && m_peerRate;
-    m_limiter.setRate(both ? std::min(m_sendRate, m_peerRate) : std::max(m_sendRate, m_peerRate));
+    m_sendGoal = goal;
+    const bool own =
+        m_peerGoal.bytesPerSecond == 0 || (goal.bytesPerSecond > 0 && goal.bytesPerSecond < m_peerGoal.bytesPerSecond);
+    const RateGoal &both = own ? goal : m_peerGoal;
+    // A carrier that paces has to see what waits: held back here as well, it would never fill the line.
+    m_limiter.setRate(m_channel->setGoal(both) ? 0 : both.bytesPerSecond);
     wake();
 }
 
-void Session::setReceiveRate(std::uint64_t bytesPerSecond)
+void Session::setReceiveGoal(const RateGoal &goal)
 {
-    m_receiveRate = bytesPerSecond;
+    m_receiveGoal = goal;
     if (!m_greeted)
         return;
     RateMessage rate;
-    rate.bytesPerSecond = bytesPerSecond;
+    rate.goal = goal;
     send(frame(0, rate));
 }
 
@@ -236,8 +239,8 @@ void Session::channelReady()
     HelloMessage hello;
     hello.software = m_software;
     send(frame(0, hello));
-    if (m_receiveRate > 0)
-        setReceiveRate(m_receiveRate);
+    if (m_receiveGoal != RateGoal())
+        setReceiveGoal(m_receiveGoal);
     armTick();
 }
 
@@ -303,8 +306,8 @@ bool Session::connectionMessage(Msg type, WireReader &body)
         RateMessage rate;
         if (!rate.decode(body))
             return false;
-        m_peerRate = rate.bytesPerSecond;
-        setSendRate(m_sendRate);
+        m_peerGoal = rate.goal;
+        setSendGoal(RateGoal(m_sendGoal));
         return true;
     }
     default:

@@ -73,9 +73,10 @@ public:
     Metrics metrics() const;
     std::size_t streamCount() const { return m_streams.size(); }
 
-    /// Own limits of the two directions, bytes a second, 0 for none. The other side is asked to keep the second one.
-    void setSendRate(std::uint64_t bytesPerSecond);
-    void setReceiveRate(std::uint64_t bytesPerSecond);
+    /// Own goals of the two directions. The other side is asked to keep the second one; of two goals for the same
+    /// direction the slower holds.
+    void setSendGoal(const RateGoal &goal);
+    void setReceiveGoal(const RateGoal &goal);
 
     /// Client: takes a stream in under a new number.
     std::uint32_t add(std::shared_ptr<SessionStream> stream);
@@ -122,9 +123,9 @@ private:
     std::uint32_t m_lastTurn = 0;
 
     RateLimiter m_limiter;
-    std::uint64_t m_sendRate = 0;
-    std::uint64_t m_receiveRate = 0;
-    std::uint64_t m_peerRate = 0;
+    RateGoal m_sendGoal;
+    RateGoal m_receiveGoal;
+    RateGoal m_peerGoal;
     bool m_pumpPosted = false;
     asio::steady_timer m_pumpTimer;
     asio::steady_timer m_tickTimer;

@@ -1,5 +1,7 @@
 #include "WireTypes.h"
 
+#include <algorithm>
+
 namespace zpdt {
 
 const char *errorName(Error error)
@@ -27,6 +29,22 @@ const char *errorName(Error error)
         return "file access";
     }
     return "unknown";
+}
+
+RateGoal rateGoal(const std::string &mode, double pacingIntervalUs, double pacingLimitUs, double floor,
+                  std::uint32_t packetBytes, std::uint64_t targetBytesPerSecond)
+{
+    RateGoal goal;
+    goal.bytesPerSecond = targetBytesPerSecond;
+    if (mode != "fixed" || targetBytesPerSecond == 0)
+        return goal;
+    goal.mode = RateMode::Fixed;
+    const double target = double(targetBytesPerSecond);
+    const auto pace = [&](double intervalUs) { return intervalUs > 0.0 ? packetBytes * 1e6 / intervalUs : 0.0; };
+    goal.floorBytesPerSecond = std::uint64_t(std::clamp(std::max(floor, pace(pacingLimitUs)), 0.0, target));
+    goal.startBytesPerSecond =
+        std::uint64_t(std::clamp(pace(pacingIntervalUs), double(goal.floorBytesPerSecond), target));
+    return goal;
 }
 
 } // namespace zpdt

@@ -120,14 +120,51 @@ struct DownloadRequest
     std::function<std::uint64_t()> freeBytes;
 };
 
+/// How a sender fills the line.
+enum class RateMode : std::uint8_t
+{
+    Fair = 0, ///< as fast as the line carries without crowding others out, the target at most
+    Fixed = 1 ///< the target, whatever the line loses
+};
+
+/// How fast one direction of a connection may send. Counts the frames of the streams; what a carrier adds and what it
+/// sends again comes on top.
+struct RateGoal
+{
+    std::uint64_t bytesPerSecond = 0; ///< the target; 0: as fast as the line allows, which is always fair
+    RateMode mode = RateMode::Fair;
+    std::uint64_t startBytesPerSecond = 0; ///< fixed: the pace at the start; 0: the target
+    std::uint64_t floorBytesPerSecond = 0; ///< fixed: the lowest to which a congested line may bring it
+
+    bool operator==(const RateGoal &other) const
+    {
+        return bytesPerSecond == other.bytesPerSecond && mode == other.mode &&
+               startBytesPerSecond == other.startBytesPerSecond && floorBytesPerSecond == other.floorBytesPerSecond;
+    }
+    bool operator!=(const RateGoal &other) const { return !(*this == other); }
+};
+
+/// The goal of a rate control as the settings know it.
+/// @param mode "fixed"; everything else is fair
+/// @param pacingIntervalUs microseconds from one packet of @p packetBytes to the next when a fixed transfer starts
+/// @param pacingLimitUs longest interval to which a congested line may stretch it
+/// @param floor bytes a second that a fixed transfer never falls below; 0 or less: none
+/// @param targetBytesPerSecond 0: as fast as the line allows
+RateGoal rateGoal(const std::string &mode, double pacingIntervalUs, double pacingLimitUs, double floor,
+                  std::uint32_t packetBytes, std::uint64_t targetBytesPerSecond);
+
 /// Figures of one connection. Rates are of the last full second.
 struct Metrics
 {
-    std::string carrier = "TCP";
+    std::string carrier = "TCP";     ///< or "UDP"
     std::string congestion;          ///< congestion control that the system granted, empty when not known
     double roundTripMs = -1.0;       ///< -1: not known yet
     double retransmitPercent = -1.0; ///< segments sent again, -1: not known
-    std::uint64_t bytesIn = 0;       ///< on the carrier, since the connection was made
+    double lossPercent = -1.0;       ///< sent packets that did not arrive, of late; -1: not known
+    /// What the carrier paces at now, its own additions included; 0: it leaves that to the system.
+    double paceBytesPerSecond = 0.0;
+    std::uint32_t packetBytes = 0; ///< largest packet that the path is known to carry; 0: not known
+    std::uint64_t bytesIn = 0;     ///< on the carrier, since the connection was made
     std::uint64_t bytesOut = 0;
     double inBytesPerSecond = 0.0;
     double outBytesPerSecond = 0.0;

@@ -207,8 +207,8 @@ void TransferServer::Private::welcome(tcp::socket socket)
     auto channel = zpdt::TcpChannel::accepted(context, std::move(socket), identity.serverContext());
     peer->session = std::make_shared<zpdt::Session>(context, std::move(channel), zpdt::Session::Role::Server,
                                                     "arkvale-service", std::move(handler));
-    peer->session->setSendRate(options.maxSendBytesPerSecond);
-    peer->session->setReceiveRate(options.maxReceiveBytesPerSecond);
+    peer->session->setSendGoal({options.maxSendBytesPerSecond});
+    peer->session->setReceiveGoal({options.maxReceiveBytesPerSecond});
     peers[number] = peer;
     peer->proveTimer.expires_after(kProveTime);
     peer->proveTimer.async_wait([weak, number](std::error_code stopped) {
