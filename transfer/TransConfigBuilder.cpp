@@ -41,6 +41,7 @@ TransferFacts TransConfigBuilder::facts(const QString &subCenterId)
     facts.user = config->currentUser();
     facts.speed = unsetSpeed();
     config->targetSpeed(subCenterId, &facts.speed);
+    facts.speed = config->transferLimit().applied(facts.speed);
     return facts;
 }
 

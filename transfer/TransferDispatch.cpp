@@ -60,6 +60,15 @@ void TransferDispatch::applyConcurrence()
     m_engine->setMaxConcurrence(ZPDT_DOWNLOAD, zpdt.downloadLimitCount);
 }
 
+void TransferDispatch::applyLimits()
+{
+    const QList<SubCenter> centers = GlobalConfig::instance()->subCenters();
+    for (const SubCenter &center : centers) {
+        if (center.hasHome())
+            SetZpdtParams(center.id);
+    }
+}
+
 void TransferDispatch::updateStorageCapacity()
 {
     const QList<SubCenter> centers = GlobalConfig::instance()->subCenters();
@@ -202,4 +211,6 @@ void TransferDispatch::CancelAllTask(const QString &listName)
 void TransferDispatch::SetZpdtParams(const QString &subCenterId)
 {
     m_engine->setZpdtParams(configForTask(subCenterId));
+    if (subCenterId == kShareParameters)
+        m_engine->setZpdtParams(configForTask(kShare));
 }

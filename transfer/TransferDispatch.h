@@ -28,6 +28,8 @@ public:
 
     /// Tells the engine how many tasks may run at once, as configured.
     void applyConcurrence();
+    /// Tells the engine the parameters of every sub-center anew, once the service's limits are known.
+    void applyLimits();
     /// Tells the engine the free space of every sub-center whose figures are known.
     void updateStorageCapacity();
     ZpdtTransConfig configFor(const SubCenter &center) const;

@@ -77,6 +77,9 @@ TransferringWidget::TransferringWidget(QWidget *parent)
     m_dispatch->applyConcurrence();
     connectEngine();
     connectLists();
+    // A lower limit holds for what runs already.
+    connect(GlobalConfig::instance(), &GlobalConfig::handlerGetTransferLimitFinished, m_dispatch,
+            &TransferDispatch::applyLimits);
     retranslate();
 }
 
@@ -279,6 +282,11 @@ void TransferringWidget::CancelAllTask()
 void TransferringWidget::SetZpdtParams(QString subCenterId)
 {
     m_dispatch->SetZpdtParams(subCenterId);
+}
+
+void TransferringWidget::ApplyConcurrence()
+{
+    m_dispatch->applyConcurrence();
 }
 
 void TransferringWidget::UpdateStorageCapacity()

@@ -49,7 +49,10 @@ public slots:
     /// These two take the direction from the sending list.
     void PauseAllTask();
     void CancelAllTask();
+    /// Changed transfer parameters of a sub-center go to the engine: speeds hold at once.
     void SetZpdtParams(QString subCenterId);
+    /// The configured numbers of tasks that run at once go to the engine.
+    void ApplyConcurrence();
     /// Hands the free space of the sub-centers on to the engine; called when new figures are in the store.
     void UpdateStorageCapacity();
     void RefreshTaskCount();

@@ -70,6 +70,7 @@ public:
     quint16 wssPort() const;
     int previewFileMaxSize() const; ///< MB
     ZpdtSettings zpdt() const;
+    void setZpdt(const ZpdtSettings &settings); ///< kept by save()
     SettingsPageOptions settingsPage() const;
     /// Most recent first, at most 5.
     QList<KnownUser> knownUsers() const;

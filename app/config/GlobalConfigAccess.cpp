@@ -78,6 +78,12 @@ ZpdtSettings GlobalConfig::zpdt() const
     return m_data->settings.zpdt;
 }
 
+void GlobalConfig::setZpdt(const ZpdtSettings &settings)
+{
+    QMutexLocker lock(&m_mutex);
+    m_data->settings.zpdt = settings;
+}
+
 SettingsPageOptions GlobalConfig::settingsPage() const
 {
     QMutexLocker lock(&m_mutex);

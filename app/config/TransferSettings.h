@@ -60,6 +60,16 @@ struct TransferLimit
     bool available = false;
     qint64 upload = 0;   ///< KB/s; 0: no limit known
     qint64 download = 0; ///< KB/s; 0: no limit known
+
+    /// @p speed with target speeds that are not above the limits.
+    TargetSpeed applied(TargetSpeed speed) const
+    {
+        if (upload > 0)
+            speed.uploadTargetSpeed = qMin(speed.uploadTargetSpeed, upload);
+        if (download > 0)
+            speed.downloadTargetSpeed = qMin(speed.downloadTargetSpeed, download);
+        return speed;
+    }
 };
 
 /// One user who logged in on this machine.

@@ -166,6 +166,10 @@
         <source>You cannot access this server!</source>
         <translation>您无权访问此服务器！</translation>
     </message>
+    <message>
+        <source>Setting</source>
+        <translation>设置</translation>
+    </message>
 </context>
 <context>
     <name>ArkvaleTray</name>
@@ -262,6 +266,33 @@
     <message>
         <source>Not found in &quot;%1&quot;:</source>
         <translation>在“%1”中未找到：</translation>
+    </message>
+</context>
+<context>
+    <name>ConcurrenceSettings</name>
+    <message>
+        <source>Holds at once, for all sub-centers. Tasks above the number go back to the front of the queue and lose nothing; small files travel together and do not count.</source>
+        <translation>立即生效，适用于所有分中心。超出数量的任务回到队列前端，不会丢失任何进度；小文件合并传输，不计入数量。</translation>
+    </message>
+    <message>
+        <source>Apply</source>
+        <translation>应用</translation>
+    </message>
+    <message>
+        <source>Uploads at the same time</source>
+        <translation>同时上传的任务数</translation>
+    </message>
+    <message>
+        <source>Downloads at the same time</source>
+        <translation>同时下载的任务数</translation>
+    </message>
+    <message>
+        <source>Saved.</source>
+        <translation>已保存。</translation>
+    </message>
+    <message>
+        <source>The settings could not be saved and hold until the program ends.</source>
+        <translation>设置未能保存，在程序结束前有效。</translation>
     </message>
 </context>
 <context>
@@ -967,6 +998,52 @@
     </message>
 </context>
 <context>
+    <name>Settings</name>
+    <message>
+        <source>Transfer Settings</source>
+        <translation>传输设置</translation>
+    </message>
+    <message>
+        <source>Transfer</source>
+        <translation>传输</translation>
+    </message>
+    <message>
+        <source>Tasks</source>
+        <translation>任务</translation>
+    </message>
+</context>
+<context>
+    <name>SpeedGroup</name>
+    <message>
+        <source>Smart</source>
+        <translation>智能</translation>
+    </message>
+    <message>
+        <source>High-speed</source>
+        <translation>高速</translation>
+    </message>
+    <message>
+        <source>Target-speed</source>
+        <translation>目标速度</translation>
+    </message>
+    <message>
+        <source>the target speed is the upper limit of the speed</source>
+        <translation>目标速度是速度的上限</translation>
+    </message>
+    <message>
+        <source>According to the network situation, the smart mode adjusts the transmission speed dynamically</source>
+        <translation>智能模式根据网络状况动态调整传输速度</translation>
+    </message>
+    <message>
+        <source>High speed mode will seize the network to send data, in some network conditions can effectively enhance the transmission rate of 5-10 times</source>
+        <translation>高速模式会抢占网络发送数据，在某些网络条件下可将传输速率有效提升 5-10 倍</translation>
+    </message>
+    <message>
+        <source>( Max Target-speed: %1 Mbps )</source>
+        <translation>( 最大目标速度：%1 Mbps )</translation>
+    </message>
+</context>
+<context>
     <name>TabWidget</name>
     <message>
         <source>New tab</source>
@@ -1202,6 +1279,105 @@
     <message>
         <source>Connecting to %1...</source>
         <translation>正在连接 %1...</translation>
+    </message>
+</context>
+<context>
+    <name>UdtSettings</name>
+    <message>
+        <source>Upload</source>
+        <translation>上传</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation>下载</translation>
+    </message>
+    <message>
+        <source>Always ask before starting</source>
+        <translation>开始前总是询问</translation>
+    </message>
+    <message>
+        <source>Always use the same path</source>
+        <translation>总是使用同一路径</translation>
+    </message>
+    <message>
+        <source>Browse...</source>
+        <translation>浏览...</translation>
+    </message>
+    <message>
+        <source>Apply</source>
+        <translation>应用</translation>
+    </message>
+    <message>
+        <source>1Mbps = 125KB/s</source>
+        <translation>1Mbps = 125KB/s</translation>
+    </message>
+    <message>
+        <source>Target speeds hold at once, also for what is being transferred. Modes hold from the next start of a task.</source>
+        <translation>目标速度立即生效，对正在传输的任务同样有效。模式从任务下次开始时生效。</translation>
+    </message>
+    <message>
+        <source>Sub-center</source>
+        <translation>分中心</translation>
+    </message>
+    <message>
+        <source>Each sub-center has settings of its own.</source>
+        <translation>每个分中心有各自的设置。</translation>
+    </message>
+    <message>
+        <source>Transfer type</source>
+        <translation>传输类型</translation>
+    </message>
+    <message>
+        <source>Holds from the next start of a task.</source>
+        <translation>从任务下次开始时生效。</translation>
+    </message>
+    <message>
+        <source>FileVerify</source>
+        <translation>文件校验</translation>
+    </message>
+    <message>
+        <source>Method. For all sub-centers, from the next start of a task.</source>
+        <translation>方式。适用于所有分中心，从任务下次开始时生效。</translation>
+    </message>
+    <message>
+        <source>Method</source>
+        <translation>方式</translation>
+    </message>
+    <message>
+        <source>Download Path</source>
+        <translation>下载路径</translation>
+    </message>
+    <message>
+        <source>Specified a default path for downloading</source>
+        <translation>指定默认下载路径</translation>
+    </message>
+    <message>
+        <source>Are you sure to switch transfer type?</source>
+        <translation>确定要切换传输类型吗？</translation>
+    </message>
+    <message>
+        <source>To switch transfer type for ongoing jobs, please pause then resume them.</source>
+        <translation>要切换正在进行的任务的传输类型，请先暂停再继续。</translation>
+    </message>
+    <message>
+        <source>Files will be transferred from BEGINNING after switching transfer type.</source>
+        <translation>切换传输类型后，文件将从头开始传输。</translation>
+    </message>
+    <message>
+        <source>Select target folder</source>
+        <translation>选择目标文件夹</translation>
+    </message>
+    <message>
+        <source>The download path is no folder of this computer.</source>
+        <translation>下载路径不是本机上的文件夹。</translation>
+    </message>
+    <message>
+        <source>Saved.</source>
+        <translation>已保存。</translation>
+    </message>
+    <message>
+        <source>The settings could not be saved and hold until the program ends.</source>
+        <translation>设置未能保存，在程序结束前有效。</translation>
     </message>
 </context>
 </TS>

@@ -166,6 +166,10 @@
         <source>You cannot access this server!</source>
         <translation>您無權存取此伺服器！</translation>
     </message>
+    <message>
+        <source>Setting</source>
+        <translation>設定</translation>
+    </message>
 </context>
 <context>
     <name>ArkvaleTray</name>
@@ -262,6 +266,33 @@
     <message>
         <source>Not found in &quot;%1&quot;:</source>
         <translation>在「%1」中找不到：</translation>
+    </message>
+</context>
+<context>
+    <name>ConcurrenceSettings</name>
+    <message>
+        <source>Holds at once, for all sub-centers. Tasks above the number go back to the front of the queue and lose nothing; small files travel together and do not count.</source>
+        <translation>立即生效，適用於所有分中心。超出數量的任務回到佇列前端，不會遺失任何進度；小檔案合併傳輸，不計入數量。</translation>
+    </message>
+    <message>
+        <source>Apply</source>
+        <translation>套用</translation>
+    </message>
+    <message>
+        <source>Uploads at the same time</source>
+        <translation>同時上傳的任務數</translation>
+    </message>
+    <message>
+        <source>Downloads at the same time</source>
+        <translation>同時下載的任務數</translation>
+    </message>
+    <message>
+        <source>Saved.</source>
+        <translation>已儲存。</translation>
+    </message>
+    <message>
+        <source>The settings could not be saved and hold until the program ends.</source>
+        <translation>設定未能儲存，在程式結束前有效。</translation>
     </message>
 </context>
 <context>
@@ -967,6 +998,52 @@
     </message>
 </context>
 <context>
+    <name>Settings</name>
+    <message>
+        <source>Transfer Settings</source>
+        <translation>傳輸設定</translation>
+    </message>
+    <message>
+        <source>Transfer</source>
+        <translation>傳輸</translation>
+    </message>
+    <message>
+        <source>Tasks</source>
+        <translation>任務</translation>
+    </message>
+</context>
+<context>
+    <name>SpeedGroup</name>
+    <message>
+        <source>Smart</source>
+        <translation>智慧</translation>
+    </message>
+    <message>
+        <source>High-speed</source>
+        <translation>高速</translation>
+    </message>
+    <message>
+        <source>Target-speed</source>
+        <translation>目標速度</translation>
+    </message>
+    <message>
+        <source>the target speed is the upper limit of the speed</source>
+        <translation>目標速度是速度的上限</translation>
+    </message>
+    <message>
+        <source>According to the network situation, the smart mode adjusts the transmission speed dynamically</source>
+        <translation>智慧模式依網路狀況動態調整傳輸速度</translation>
+    </message>
+    <message>
+        <source>High speed mode will seize the network to send data, in some network conditions can effectively enhance the transmission rate of 5-10 times</source>
+        <translation>高速模式會搶佔網路傳送資料，在某些網路條件下可將傳輸速率有效提升 5-10 倍</translation>
+    </message>
+    <message>
+        <source>( Max Target-speed: %1 Mbps )</source>
+        <translation>( 最大目標速度：%1 Mbps )</translation>
+    </message>
+</context>
+<context>
     <name>TabWidget</name>
     <message>
         <source>New tab</source>
@@ -1202,6 +1279,105 @@
     <message>
         <source>Connecting to %1...</source>
         <translation>正在連線至 %1...</translation>
+    </message>
+</context>
+<context>
+    <name>UdtSettings</name>
+    <message>
+        <source>Upload</source>
+        <translation>上傳</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation>下載</translation>
+    </message>
+    <message>
+        <source>Always ask before starting</source>
+        <translation>開始前總是詢問</translation>
+    </message>
+    <message>
+        <source>Always use the same path</source>
+        <translation>總是使用同一路徑</translation>
+    </message>
+    <message>
+        <source>Browse...</source>
+        <translation>瀏覽...</translation>
+    </message>
+    <message>
+        <source>Apply</source>
+        <translation>套用</translation>
+    </message>
+    <message>
+        <source>1Mbps = 125KB/s</source>
+        <translation>1Mbps = 125KB/s</translation>
+    </message>
+    <message>
+        <source>Target speeds hold at once, also for what is being transferred. Modes hold from the next start of a task.</source>
+        <translation>目標速度立即生效，對正在傳輸的任務同樣有效。模式從任務下次開始時生效。</translation>
+    </message>
+    <message>
+        <source>Sub-center</source>
+        <translation>分中心</translation>
+    </message>
+    <message>
+        <source>Each sub-center has settings of its own.</source>
+        <translation>每個分中心有各自的設定。</translation>
+    </message>
+    <message>
+        <source>Transfer type</source>
+        <translation>傳輸類型</translation>
+    </message>
+    <message>
+        <source>Holds from the next start of a task.</source>
+        <translation>從任務下次開始時生效。</translation>
+    </message>
+    <message>
+        <source>FileVerify</source>
+        <translation>檔案校驗</translation>
+    </message>
+    <message>
+        <source>Method. For all sub-centers, from the next start of a task.</source>
+        <translation>方式。適用於所有分中心，從任務下次開始時生效。</translation>
+    </message>
+    <message>
+        <source>Method</source>
+        <translation>方式</translation>
+    </message>
+    <message>
+        <source>Download Path</source>
+        <translation>下載路徑</translation>
+    </message>
+    <message>
+        <source>Specified a default path for downloading</source>
+        <translation>指定預設下載路徑</translation>
+    </message>
+    <message>
+        <source>Are you sure to switch transfer type?</source>
+        <translation>確定要切換傳輸類型嗎？</translation>
+    </message>
+    <message>
+        <source>To switch transfer type for ongoing jobs, please pause then resume them.</source>
+        <translation>要切換正在進行的任務的傳輸類型，請先暫停再繼續。</translation>
+    </message>
+    <message>
+        <source>Files will be transferred from BEGINNING after switching transfer type.</source>
+        <translation>切換傳輸類型後，檔案將從頭開始傳輸。</translation>
+    </message>
+    <message>
+        <source>Select target folder</source>
+        <translation>選擇目標資料夾</translation>
+    </message>
+    <message>
+        <source>The download path is no folder of this computer.</source>
+        <translation>下載路徑不是本機上的資料夾。</translation>
+    </message>
+    <message>
+        <source>Saved.</source>
+        <translation>已儲存。</translation>
+    </message>
+    <message>
+        <source>The settings could not be saved and hold until the program ends.</source>
+        <translation>設定未能儲存，在程式結束前有效。</translation>
     </message>
 </context>
 </TS>

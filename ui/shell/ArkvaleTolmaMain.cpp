@@ -7,6 +7,7 @@
 #include "LoginService.h"
 #include "NetdiskPage.h"
 #include "OrderedWork.h"
+#include "Settings.h"
 #include "SizeText.h"
 #include "TransferListWidget.h"
 #include "TransferringWidget.h"
@@ -151,6 +152,12 @@ void ArkvaleTolmaMain::buildTitleBar()
         connect(button, SIGNAL(clicked()), this, SLOT(changePage()));
     }
     m_diskButton->setChecked(true);
+    m_settingButton = new QPushButton;
+    m_settingButton->setObjectName(QStringLiteral("btn_setting"));
+    m_settingButton->setIcon(QIcon(iconPath("settings.svg")));
+    m_settingButton->setProperty("pageButton", true);
+    m_settingButton->setVisible(Settings::offered());
+    connect(m_settingButton, SIGNAL(clicked()), this, SLOT(onShowSetting()));
     m_newTab = toolButton("btn_new_tab", "plus.svg");
     connect(m_newTab, SIGNAL(clicked()), this, SLOT(openTab()));
 
@@ -179,6 +186,7 @@ void ArkvaleTolmaMain::buildTitleBar()
     layout->addSpacing(8);
     layout->addWidget(m_diskButton);
     layout->addWidget(m_transferButton);
+    layout->addWidget(m_settingButton);
     layout->addWidget(m_newTab);
     layout->addStretch(1);
     layout->addWidget(m_ads);
@@ -237,6 +245,7 @@ void ArkvaleTolmaMain::connectStore()
         {Qt::CTRL + Qt::Key_T, SLOT(openTab())}, {Qt::CTRL + Qt::Key_Q, SLOT(Exit())}, {Qt::Key_F1, SLOT(Help())}};
     for (const auto &entry : shortcuts)
         connect(new QShortcut(entry.keys, this), SIGNAL(activated()), this, entry.slot);
+    connect(new QShortcut(Qt::CTRL + Qt::Key_Comma, this), SIGNAL(activated()), this, SLOT(onShowSetting()));
     connect(new QShortcut(Qt::CTRL + Qt::Key_1, this), SIGNAL(activated()), m_diskButton, SLOT(click()));
     connect(new QShortcut(Qt::CTRL + Qt::Key_2, this), SIGNAL(activated()), m_transferButton, SLOT(click()));
 }
@@ -262,6 +271,7 @@ void ArkvaleTolmaMain::connectTransfers()
 void ArkvaleTolmaMain::retranslate()
 {
     m_diskButton->setText(tr("My Disk"));
+    m_settingButton->setText(tr("Setting"));
     m_newTab->setToolTip(tr("Open another sub-center (Ctrl+T)"));
     m_toTray->setToolTip(tr("Minimize to tray"));
     m_menuButton->setToolTip(tr("Menu"));
@@ -335,6 +345,11 @@ void ArkvaleTolmaMain::checkStorage()
 void ArkvaleTolmaMain::refreshAD()
 {
     m_ads->setAdvertisements(m_config->advertisements());
+}
+
+void ArkvaleTolmaMain::RefreshConfig(QString subCenterId)
+{
+    m_transfers->SetZpdtParams(subCenterId);
 }
 
 void ArkvaleTolmaMain::RefreshVipParam()

@@ -91,7 +91,7 @@ public slots:
     void onRaise();
     /// Brings the window forward, with the transfer page when @p bSwith is true.
     void onShowTransfering(bool bSwith = true);
-    /// Brings the window forward; there is nothing more to set than the menu offers.
+    /// Brings the window forward and opens the settings.
     void onShowSetting();
     void StartSocketServer();
     void StopSocketServer();
@@ -101,6 +101,8 @@ public slots:
     void initSubCenter();
     void refreshSubCenter();
     void UpdateSubcenterPaths();
+    /// Settings of that sub-center were changed.
+    void RefreshConfig(QString subCenterId);
     void RefreshVipParam();
 
 protected:
@@ -161,6 +163,7 @@ private:
     QButtonGroup *m_pageButtons = nullptr;
     QPushButton *m_diskButton = nullptr;
     QPushButton *m_transferButton = nullptr;
+    QPushButton *m_settingButton = nullptr;
     QToolButton *m_newTab = nullptr;
     QToolButton *m_toTray = nullptr;
     QToolButton *m_menuButton = nullptr;

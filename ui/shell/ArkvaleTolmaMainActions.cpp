@@ -5,6 +5,7 @@
 #include "MsgBox.h"
 #include "MsgDlg.h"
 #include "OrderedWork.h"
+#include "Settings.h"
 #include "SystemBrowser.h"
 #include "TransferringWidget.h"
 
@@ -134,7 +135,14 @@ void ArkvaleTolmaMain::onShowTransfering(bool bSwith)
 void ArkvaleTolmaMain::onShowSetting()
 {
     bringForward();
-    showMenu();
+    // An open dialog of another kind keeps the keyboard; the settings would open below it.
+    if (QApplication::activeModalWidget() || !Settings::offered())
+        return;
+    auto *settings = new Settings(this);
+    settings->setAttribute(Qt::WA_DeleteOnClose);
+    connect(settings, SIGNAL(SettingChanged(QString)), this, SLOT(RefreshConfig(QString)));
+    connect(settings, SIGNAL(concurrenceChanged()), m_transfers, SLOT(ApplyConcurrence()));
+    settings->open();
 }
 
 void ArkvaleTolmaMain::showMaximizedOrNormal()
