@@ -7,6 +7,7 @@
 #include "MsgDlg.h"
 #include "TransferDispatch.h"
 #include "TransferListWidget.h"
+#include "TransferManager.h"
 #include "TransferTaskModel.h"
 #include "TransferTexts.h"
 
@@ -45,6 +46,16 @@ QString titleWithCount(const QString &name, qint64 count)
     return count < 1 ? name : QStringLiteral("%1 (%2)").arg(name).arg(count);
 }
 
+std::unique_ptr<TransferManager> openStore()
+{
+    const GlobalConfig *config = GlobalConfig::instance();
+    QStringList centers;
+    for (const SubCenter &center : config->subCenters())
+        centers << center.id;
+    const QString user = config->currentUser().username;
+    return std::make_unique<TransferManager>(user.isEmpty() ? QString() : config->userDatabase(user), centers);
+}
+
 QPushButton *button(const QString &name)
 {
     auto *made = new QPushButton;
@@ -59,6 +70,7 @@ TransferringWidget::TransferringWidget(QWidget *parent)
 {
     setObjectName(QStringLiteral("wid_transferring"));
     registerTypes();
+    m_store = openStore();
     m_engine = std::make_unique<TransferModule>(GlobalConfig::instance()->currentUser().authentication);
     m_port = std::make_unique<TransferModulePort>(m_engine.get());
     m_dispatch = new TransferDispatch(m_port.get(), this);
@@ -77,6 +89,7 @@ TransferringWidget::TransferringWidget(QWidget *parent)
     m_dispatch->applyConcurrence();
     connectEngine();
     connectLists();
+    connectStore();
     // A lower limit holds for what runs already.
     connect(GlobalConfig::instance(), &GlobalConfig::handlerGetTransferLimitFinished, m_dispatch,
             &TransferDispatch::applyLimits);
@@ -91,6 +104,10 @@ TransferringWidget::~TransferringWidget()
     m_engine->disconnect(this);
     m_port.reset();
     m_engine.reset();
+    // What the lists know last goes into the store, which writes it before it ends.
+    for (TransferListWidget *list : {m_uploads, m_downloads})
+        list->handOverProgress();
+    m_store.reset();
 }
 
 TransferringWidget *TransferringWidget::instance()
@@ -201,6 +218,45 @@ void TransferringWidget::connectLists()
     connect(m_finished, SIGNAL(sigFinishTaskCountChanged(qint64)), this, SLOT(FinishTaskCountChanged(qint64)));
 }
 
+void TransferringWidget::connectStore()
+{
+    const TransferManager *store = m_store.get();
+    const auto join = [](const QObject *sender, const char *signal, const QObject *receiver, const char *slot) {
+        connect(sender, signal, receiver, slot, Qt::QueuedConnection);
+    };
+    join(m_engine.get(), SIGNAL(TaskFinished(QList<TaskRecord>, ZPDTCMDTYPE)), store,
+         SLOT(OnDelTransferRecord(QList<TaskRecord>, ZPDTCMDTYPE)));
+    join(m_engine.get(), SIGNAL(TaskFinished(QList<TaskRecord>, ZPDTCMDTYPE)), store,
+         SLOT(OnAddFinishedRecord(QList<TaskRecord>, ZPDTCMDTYPE)));
+    join(m_engine.get(), SIGNAL(TaskCancelEnd(QList<TaskRecord>, ZPDTCMDTYPE)), store,
+         SLOT(OnDelTransferRecord(QList<TaskRecord>, ZPDTCMDTYPE)));
+    for (TransferListWidget *list : {m_uploads, m_downloads}) {
+        join(list, SIGNAL(sigAddFinishedTaskRecord(QList<TaskRecord>, ZPDTCMDTYPE)), store,
+             SLOT(OnAddTransferRecord(QList<TaskRecord>, ZPDTCMDTYPE)));
+        join(list, SIGNAL(sigUpdateTransferRecord(QList<TaskRecord>, ZPDTCMDTYPE)), store,
+             SLOT(OnUpdateTransferRecord(QList<TaskRecord>, ZPDTCMDTYPE)));
+        join(list, SIGNAL(sigClearTransferTaskRecord(ZPDTCMDTYPE)), store,
+             SLOT(OnClearTransferTaskRecord(ZPDTCMDTYPE)));
+        join(list, SIGNAL(sigLoadTransferTaskRecord(ZPDTCMDTYPE)), store, SLOT(OnLoadTransferTaskRecord(ZPDTCMDTYPE)));
+    }
+    join(store, SIGNAL(sigLoadUploadTaskRecord(QList<TaskRecord>)), m_uploads,
+         SLOT(HandlerLoadTransferTaskRecord(QList<TaskRecord>)));
+    join(store, SIGNAL(sigLoadDownloadTaskRecord(QList<TaskRecord>)), m_downloads,
+         SLOT(HandlerLoadTransferTaskRecord(QList<TaskRecord>)));
+    join(m_finished, SIGNAL(sigDelFinishedTaskRecord(QList<TaskRecord>)), store,
+         SLOT(OnDelFinishedRecord(QList<TaskRecord>)));
+    join(m_finished, SIGNAL(sigClearFinishedTaskRecord()), store, SLOT(OnClearFinishedTaskRecord()));
+    join(m_finished, SIGNAL(sigLoadFinishedTaskRecord(TaskRecord, int)), store,
+         SLOT(OnLoadFinishedTaskRecord(TaskRecord, int)));
+    join(store, SIGNAL(sigLoadFinishedTaskRecord(QList<TaskRecord>)), m_finished,
+         SLOT(HandlerLoadFinishedTaskRecord(QList<TaskRecord>)));
+    join(store, SIGNAL(sigInitTaskCount(qint64, qint64, qint64)), this, SLOT(InitCount(qint64, qint64, qint64)));
+    emit m_store->sigInit();
+    m_uploads->Load();
+    m_downloads->Load();
+    m_finished->Load();
+}
+
 void TransferringWidget::retranslate()
 {
     for (int i = 0; i < m_startAll.size(); ++i) {
@@ -303,9 +359,10 @@ void TransferringWidget::RefreshTaskCount()
 
 void TransferringWidget::InitCount(qint64 uploads, qint64 downloads, qint64 finished)
 {
-    m_uploadCount = uploads;
-    m_downloadCount = downloads;
-    m_finishedCount = finished;
+    // Tasks may have come before the store's answer.
+    m_uploadCount = qMax<qint64>(uploads, m_uploads->model()->rowCount());
+    m_downloadCount = qMax<qint64>(downloads, m_downloads->model()->rowCount());
+    m_finished->setStoredCount(finished);
 }
 
 void TransferringWidget::TransferTaskCountChanged(qint64 count, ZPDTCMDTYPE type)

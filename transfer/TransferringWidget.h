@@ -15,11 +15,12 @@ class QPushButton;
 class QTabWidget;
 class TransferDispatch;
 class TransferListWidget;
+class TransferManager;
 class TransferModulePort;
 
-/// The transfer page: owns the transfer engine, its dispatch and the lists of running and ended transfers. Requests
-/// come in by the slots, reports of the engine go on to the lists and leave as signals for the window. Pages learn by
-/// ChangeTransferStatus whether tasks are being added (1), run (2) or rest (0). GUI thread only.
+/// The transfer page: owns the record store, the transfer engine, its dispatch and the lists of running and ended
+/// transfers. Requests come in by the slots, reports of the engine go on to the lists and leave as signals for the
+/// window. Pages learn by ChangeTransferStatus whether tasks are being added (1), run (2) or rest (0). GUI thread only.
 class TransferringWidget : public QWidget
 {
     Q_OBJECT
@@ -89,10 +90,12 @@ private:
     QWidget *buildTab(const QString &name, QWidget *list, const QList<QPushButton *> &buttons);
     void connectEngine();
     void connectLists();
+    void connectStore();
     void retranslate();
     TransferListWidget *listOf(ZPDTCMDTYPE type) const;
     void showStorageExhausted();
 
+    std::unique_ptr<TransferManager> m_store;
     std::unique_ptr<TransferModule> m_engine;
     std::unique_ptr<TransferModulePort> m_port;
     TransferDispatch *m_dispatch;

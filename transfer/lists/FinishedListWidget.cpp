@@ -13,6 +13,7 @@
 #include <QProcess>
 #include <QScrollBar>
 #include <QShortcut>
+#include <QTimer>
 #include <QTreeView>
 #include <QUrl>
 #include <QVBoxLayout>
@@ -78,23 +79,42 @@ void FinishedListWidget::add(const TaskRecord &task, ZpdtError error, const QStr
 
 void FinishedListWidget::Withdraw(QList<TaskRecord> tasks)
 {
-    if (m_model->rowCount() == 0)
-        return;
-    for (const TaskRecord &task : qAsConst(tasks))
-        m_model->remove(task);
+    QList<TaskRecord> known;
+    for (const TaskRecord &task : qAsConst(tasks)) {
+        if (m_model->find(task) >= 0)
+            known << task;
+    }
+    remove(known);
+}
+
+void FinishedListWidget::Load()
+{
+    m_loading = true;
+    emit sigLoadFinishedTaskRecord(TaskRecord(), kPage);
+}
+
+void FinishedListWidget::setStoredCount(qint64 count)
+{
+    m_notShown = m_complete ? 0 : count;
     reportCount();
 }
 
 void FinishedListWidget::HandlerLoadFinishedTaskRecord(QList<TaskRecord> tasks)
 {
     m_loading = false;
+    m_complete = tasks.size() < kPage;
+    const int before = m_model->rowCount();
     m_model->addOlder(tasks);
+    m_notShown = m_complete ? 0 : qMax<qint64>(0, m_notShown - (m_model->rowCount() - before));
     reportCount();
+    // A list that is not filled yet has nothing to scroll.
+    if (m_model->rowCount() > before)
+        QTimer::singleShot(0, this, [this] { Scroll(m_view->verticalScrollBar()->value()); });
 }
 
 void FinishedListWidget::Scroll(int value)
 {
-    if (m_loading || value < m_view->verticalScrollBar()->maximum())
+    if (m_loading || m_complete || value < m_view->verticalScrollBar()->maximum())
         return;
     m_loading = true;
     const int count = m_model->rowCount();
@@ -103,7 +123,7 @@ void FinishedListWidget::Scroll(int value)
 
 void FinishedListWidget::reportCount()
 {
-    emit sigFinishTaskCountChanged(m_model->rowCount());
+    emit sigFinishTaskCountChanged(m_model->rowCount() + m_notShown);
 }
 
 QList<TaskRecord> FinishedListWidget::selected() const
@@ -132,7 +152,7 @@ void FinishedListWidget::RemoveFinishedTaskRecord()
 
 void FinishedListWidget::RemoveAllFinishedTaskRecord()
 {
-    if (m_model->rowCount() == 0)
+    if (m_model->rowCount() + m_notShown == 0)
         return;
     const QPointer<FinishedListWidget> alive(this);
     MsgDlg question(window());
@@ -141,6 +161,8 @@ void FinishedListWidget::RemoveAllFinishedTaskRecord()
     if (question.exec() != QDialog::Accepted || !alive)
         return;
     m_model->clear();
+    m_notShown = 0;
+    m_complete = true;
     emit sigClearFinishedTaskRecord();
     reportCount();
 }

@@ -19,6 +19,10 @@ public:
     FinishedTaskModel *model() const { return m_model; }
     QTreeView *view() const { return m_view; }
     void add(const TaskRecord &task, ZpdtError error, const QString &detail);
+    /// Asks the store for the newest records of earlier runs.
+    void Load();
+    /// How many records the store holds, of which the list shows as many as were asked for.
+    void setStoredCount(qint64 count);
 
 public slots:
     /// A task that runs again is no longer an ended one.
@@ -57,4 +61,6 @@ private:
     FinishedTaskModel *m_model;
     QTreeView *m_view;
     bool m_loading = false;
+    bool m_complete = false; ///< there are no older records than those shown
+    qint64 m_notShown = 0;   ///< records of the store that are not in the list yet
 };

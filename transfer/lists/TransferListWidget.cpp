@@ -13,6 +13,14 @@
 
 namespace {
 
+/// How far behind the store's figures may be, in milliseconds.
+constexpr int kHandOverPause = 2000;
+
+bool isPaused(const TaskRecord &task)
+{
+    return task.Status == ZPDT_PAUSED || task.Status == ZPDT_PAUSING;
+}
+
 QVector<TransferRowDelegate::Action> actionsFor(qint32 status)
 {
     const bool paused = status == ZPDT_PAUSED;
@@ -50,6 +58,9 @@ TransferListWidget::TransferListWidget(ZPDTCMDTYPE type, QWidget *parent)
 
     connect(delegate, &TransferRowDelegate::triggered, this, &TransferListWidget::trigger);
     connect(m_view, &QWidget::customContextMenuRequested, this, &TransferListWidget::showMenu);
+    m_handOver.setSingleShot(true);
+    m_handOver.setInterval(kHandOverPause);
+    connect(&m_handOver, &QTimer::timeout, this, &TransferListWidget::handOverProgress);
     // Shortcuts and not key events: the view takes the blank for its own selection.
     auto *toggle = new QShortcut(Qt::Key_Space, this, nullptr, nullptr, Qt::WidgetWithChildrenShortcut);
     connect(toggle, &QShortcut::activated, this, &TransferListWidget::ToggleSelected);
@@ -79,13 +90,41 @@ void TransferListWidget::CreateEnd(QList<TaskRecord> tasks)
 
 void TransferListWidget::StartEnd(QList<TaskRecord> tasks)
 {
-    m_model->put(ofOwnType(tasks));
+    QList<TaskRecord> fresh;
+    QList<TaskRecord> changed;
+    tasks = ofOwnType(tasks);
+    for (const TaskRecord &task : qAsConst(tasks)) {
+        const int row = m_model->find(task);
+        if (row < 0)
+            fresh << task;
+        else if (isPaused(m_model->record(row)))
+            changed << task;
+    }
+    m_model->put(tasks);
+    if (!fresh.isEmpty())
+        emit sigAddFinishedTaskRecord(fresh, m_type);
+    if (!changed.isEmpty())
+        emit sigUpdateTransferRecord(changed, m_type);
     reportCounts();
+}
+
+/// Changes that a restart has to know about go to the store at once.
+void TransferListWidget::setStatus(const QList<TaskRecord> &tasks, qint32 status)
+{
+    QList<TaskRecord> changed;
+    m_model->setStatus(tasks, status);
+    for (const TaskRecord &task : tasks) {
+        const int row = m_model->find(task);
+        if (row >= 0)
+            changed << m_model->record(row);
+    }
+    if (!changed.isEmpty())
+        emit sigUpdateTransferRecord(changed, m_type);
 }
 
 void TransferListWidget::PauseEnd(QList<TaskRecord> tasks)
 {
-    m_model->setStatus(ofOwnType(tasks), ZPDT_PAUSED);
+    setStatus(ofOwnType(tasks), ZPDT_PAUSED);
     reportCounts();
 }
 
@@ -107,8 +146,7 @@ void TransferListWidget::Finish(QList<TaskRecord> tasks)
 
 void TransferListWidget::Retrans(QList<TaskRecord> tasks)
 {
-    m_model->put(ofOwnType(tasks));
-    reportCounts();
+    StartEnd(tasks);
 }
 
 void TransferListWidget::CreateCount(qint64 count, ZPDTCMDTYPE type)
@@ -123,16 +161,48 @@ void TransferListWidget::OnProgressChanged(TaskRecord task, ZpdtProgress progres
     if (task.Type != m_type)
         return;
     m_model->setProgress(task, progress);
+    if (!m_handOver.isActive())
+        m_handOver.start();
     reportCounts();
+}
+
+void TransferListWidget::handOverProgress()
+{
+    const QList<TaskRecord> tasks = m_model->takeUnsaved();
+    if (!tasks.isEmpty())
+        emit sigUpdateTransferRecord(tasks, m_type);
+}
+
+void TransferListWidget::Load()
+{
+    emit sigLoadTransferTaskRecord(m_type);
 }
 
 void TransferListWidget::HandlerLoadTransferTaskRecord(QList<TaskRecord> tasks)
 {
+    QList<TaskRecord> all;
+    QList<TaskRecord> paused;
+    QList<TaskRecord> running;
+    QList<TaskRecord> canceling;
     tasks = ofOwnType(tasks);
-    for (TaskRecord &task : tasks)
-        task.Status = ZPDT_PAUSED;
-    m_model->put(tasks);
-    emit sigRegisterPausedTask(tasks);
+    for (TaskRecord &task : tasks) {
+        // What the engine told meanwhile is newer than the store.
+        if (m_model->find(task) >= 0)
+            continue;
+        const bool gone = task.Status == ZPDT_CANCELING;
+        const bool rests = isPaused(task);
+        if (!gone)
+            task.Status = rests ? ZPDT_PAUSED : ZPDT_WAITING;
+        (gone ? canceling : rests ? paused : running) << task;
+        all << task;
+    }
+    m_model->put(all);
+    if (!paused.isEmpty())
+        emit sigRegisterPausedTask(paused);
+    if (!running.isEmpty())
+        emit sigStartAllTask(running);
+    for (const TaskRecord &task : qAsConst(canceling))
+        emit sigCancelTask(task);
     reportCounts();
 }
 
@@ -218,13 +288,13 @@ void TransferListWidget::ClickStart(const TaskRecord &task)
 
 void TransferListWidget::ClickPause(const TaskRecord &task)
 {
-    m_model->setStatus({task}, ZPDT_PAUSING);
+    setStatus({task}, ZPDT_PAUSING);
     emit sigPauseTask(task);
 }
 
 void TransferListWidget::ClickCancel(const TaskRecord &task)
 {
-    m_model->setStatus({task}, ZPDT_CANCELING);
+    setStatus({task}, ZPDT_CANCELING);
     emit sigCancelTask(task);
 }
 

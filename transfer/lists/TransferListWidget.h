@@ -2,6 +2,7 @@
 
 #include "TransferModule.h"
 
+#include <QTimer>
 #include <QWidget>
 
 class QTreeView;
@@ -21,6 +22,10 @@ public:
     TransferTaskModel *model() const { return m_model; }
     QTreeView *view() const { return m_view; }
     int selectedCount() const;
+    /// Asks the store for the tasks of an earlier run.
+    void Load();
+    /// Gives the store the progress that it does not have yet.
+    void handOverProgress();
 
 public slots:
     void CreateEnd(QList<TaskRecord> tasks);
@@ -33,7 +38,7 @@ public slots:
     /// Tasks that a request is about to add.
     void CreateCount(qint64 count, ZPDTCMDTYPE type);
     void OnProgressChanged(TaskRecord task, ZpdtProgress progress);
-    /// Takes in tasks of an earlier run.
+    /// Takes in tasks of an earlier run: those that ran go on, those that were paused stay so.
     void HandlerLoadTransferTaskRecord(QList<TaskRecord> tasks);
 
     void StartAllTask();
@@ -55,6 +60,8 @@ signals:
     void sigUnRegisterPausedTask(QList<TaskRecord> tasks);
     void sigLoadTransferTaskRecord(ZPDTCMDTYPE type);
     void sigAddFinishedTaskRecord(QList<TaskRecord> tasks, ZPDTCMDTYPE type);
+    /// Size, progress and status of tasks that the store knows.
+    void sigUpdateTransferRecord(QList<TaskRecord> tasks, ZPDTCMDTYPE type);
     void sigClearTransferTaskRecord(ZPDTCMDTYPE type);
     void sigTransferTaskCountChanged(qint64 count, ZPDTCMDTYPE type);
     /// @param running whether any task of the list goes on
@@ -74,10 +81,12 @@ private:
     void ClickCancel(const TaskRecord &task);
     void showMenu(const QPoint &position);
     void reportCounts();
+    void setStatus(const QList<TaskRecord> &tasks, qint32 status);
 
     ZPDTCMDTYPE m_type;
     TransferTaskModel *m_model;
     QTreeView *m_view;
     qint64 m_lastCount = 0;
     bool m_lastRunning = false;
+    QTimer m_handOver;
 };

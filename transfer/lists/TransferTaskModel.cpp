@@ -141,7 +141,7 @@ void TransferTaskModel::put(const QList<TaskRecord> &tasks)
         return;
     beginInsertRows(QModelIndex(), m_rows.count(), m_rows.count() + fresh.size() - 1);
     for (const TaskRecord &task : qAsConst(fresh)) {
-        m_rows.append(TransferTexts::taskKey(task), Row{task, ZpdtProgress()});
+        m_rows.append(TransferTexts::taskKey(task), Row{task, ZpdtProgress(), false});
         m_active += int(isActive(task.Status));
     }
     endInsertRows();
@@ -186,6 +186,7 @@ void TransferTaskModel::clear()
 {
     beginResetModel();
     m_rows.clear();
+    m_unsaved.clear();
     m_active = 0;
     endResetModel();
 }
@@ -210,12 +211,29 @@ void TransferTaskModel::setProgress(const TaskRecord &task, const ZpdtProgress &
     row.progress = progress;
     row.record.FileSize = progress.total;
     row.record.Offset = progress.offset;
+    if (!row.unsaved)
+        m_unsaved.push_back(TransferTexts::taskKey(task));
+    row.unsaved = true;
     // A report that was under way when the task was told to stop does not make it run again.
     const bool stopping =
         row.record.Status == ZPDT_PAUSED || row.record.Status == ZPDT_PAUSING || row.record.Status == ZPDT_CANCELING;
     if (!stopping || task.Status == ZPDT_PAUSING || task.Status == ZPDT_CANCELING)
         changeStatus(row, task.Status);
     emit dataChanged(index(place, 0), index(place, ColumnCount - 1));
+}
+
+QList<TaskRecord> TransferTaskModel::takeUnsaved()
+{
+    QList<TaskRecord> tasks;
+    for (const QString &key : m_unsaved) {
+        const int place = m_rows.find(key);
+        if (place < 0)
+            continue;
+        m_rows.at(place).unsaved = false;
+        tasks << m_rows.at(place).record;
+    }
+    m_unsaved.clear();
+    return tasks;
 }
 
 QList<TaskRecord> TransferTaskModel::records() const

@@ -4,6 +4,8 @@
 
 #include <QAbstractTableModel>
 
+#include <vector>
+
 /// The tasks of one direction that are not finished, in the order of their arrival. Rows are keyed by the identity of
 /// their task; reports about tasks that are not held change nothing. GUI thread only.
 class TransferTaskModel : public QAbstractTableModel
@@ -40,6 +42,9 @@ public:
     void setStatus(const QList<TaskRecord> &tasks, qint32 status);
     void setProgress(const TaskRecord &task, const ZpdtProgress &progress);
 
+    /// The tasks whose progress changed since the last call.
+    QList<TaskRecord> takeUnsaved();
+
     const TaskRecord &record(int row) const { return m_rows.at(row).record; }
     QList<TaskRecord> records() const;
     /// The last progress of a task; a default one when it is not held.
@@ -53,11 +58,13 @@ private:
     {
         TaskRecord record;
         ZpdtProgress progress;
+        bool unsaved = false;
     };
     static bool isActive(qint32 status);
     QString toolTip(const Row &row) const;
     void changeStatus(Row &row, qint32 status);
 
     TaskRows<Row> m_rows;
+    std::vector<QString> m_unsaved; ///< keys
     int m_active = 0;
 };
