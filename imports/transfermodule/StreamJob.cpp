@@ -26,6 +26,7 @@ ZpdtError fromWire(zpdt::Error error)
     case zpdt::Error::Cancelled:
         return ZpdtError::Cancelled;
     case zpdt::Error::LocalFile:
+    case zpdt::Error::Skipped:
         return ZpdtError::LocalFile;
     }
     return ZpdtError::Integrity;
@@ -56,7 +57,10 @@ ZpdtProgress StreamJob::figures(qint64 now) const
     if (!figures.scanning && figures.speed > 0.0)
         figures.secondsLeft =
             static_cast<qint64>(static_cast<double>(figures.total - figures.offset) * 8.0 / 1048576.0 / figures.speed);
+    figures.filesSkipped = skipped;
     figures.error = error;
     figures.errorText = errorText;
+    if (error == ZpdtError::None && skipped > 0)
+        figures.errorText = QStringLiteral("links and special files that were left out: %1").arg(skippedNames);
     return figures;
 }

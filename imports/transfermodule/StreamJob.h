@@ -58,6 +58,8 @@ struct StreamJob
     double lastSpeed = 0.0;
     ZpdtError error = ZpdtError::None; ///< first failure of an item, or why it waits
     QString errorText;
+    qint64 skipped = 0; ///< links and special files in the folder
+    QString skippedNames;
 
     /// The stream's own figures, at @p now milliseconds of the clock of the meter.
     ZpdtProgress figures(qint64 now) const;

@@ -13,6 +13,8 @@ namespace {
 constexpr int kTick = 250;
 /// A fresh ticket is refused when the service was started anew in between; more often means that it is meant so.
 constexpr int kRefusals = 3;
+/// Links and special files that a task names; of more it gives the number alone.
+constexpr qint64 kNamedSkips = 5;
 
 } // namespace
 
@@ -188,6 +190,8 @@ void StreamRunnerPrivate::open(Job &job, const TicketAnswer &answer)
     job.totals = {};
     job.progress = {};
     job.bytesOver = 0;
+    job.skipped = 0;
+    job.skippedNames.clear();
     job.meter.reset();
     job.error = ZpdtError::None;
     job.errorText.clear();
@@ -209,6 +213,7 @@ void StreamRunnerPrivate::open(Job &job, const TicketAnswer &answer)
         request.names = std::move(names);
         request.excludedSuffixes = excludedSuffixes(m_verified);
         request.resumed = job.resumed;
+        request.verify = job.config->beVerify != 0;
         job.stream = connection.openUpload(std::move(request), callbacks(job));
     } else {
         zpdt::DownloadRequest request;
@@ -217,6 +222,7 @@ void StreamRunnerPrivate::open(Job &job, const TicketAnswer &answer)
         request.names = std::move(names);
         request.excludedSuffixes = excludedSuffixes(m_verified);
         request.resumed = job.resumed;
+        request.verify = job.config->beVerify != 0;
         job.stream = connection.openDownload(std::move(request), callbacks(job));
     }
     // Whatever becomes of this try, the next one finds something of it at the destination.
@@ -258,6 +264,9 @@ zpdt::StreamCallbacks StreamRunnerPrivate::callbacks(const Job &job)
             post([this, item](Job &now) { onLargeItem(now, item); });
         };
     all.onItemFailed = [this, post](const zpdt::ItemInfo &item, zpdt::Error error, const std::string &text) {
+        // Asked for by its own name a link is a failure; in a folder it is left out.
+        if (error == zpdt::Error::Skipped && item.path.find('/') != std::string::npos)
+            return post([this, path = item.path](Job &now) { onItemSkipped(now, QString::fromStdString(path)); });
         post([this, item, error, text](Job &now) {
             onItemFailed(now, item, fromWire(error), QString::fromStdString(text));
         });
@@ -312,7 +321,8 @@ void StreamRunnerPrivate::onProgress(Job &job, const zpdt::StreamProgress &progr
         wakeOthers(job);
     }
     job.progress = progress;
-    job.meter.sample(m_clock.elapsed(), static_cast<qint64>(progress.bytes));
+    // What an earlier stream brought is no speed.
+    job.meter.sample(m_clock.elapsed(), static_cast<qint64>(progress.bytes) - static_cast<qint64>(progress.held));
     job.changed = true;
     if (job.type == ZPDT_UPLOAD && moved > 0) {
         // Until the service tells the new figure, what arrived there is taken off the old one.
@@ -346,6 +356,15 @@ void StreamRunnerPrivate::onItemDone(Job &job, const zpdt::ItemInfo &item)
     endMember(job, member, true, static_cast<qint64>(item.size));
 }
 
+void StreamRunnerPrivate::onItemSkipped(Job &job, const QString &path)
+{
+    if (++job.skipped <= kNamedSkips)
+        job.skippedNames += (job.skipped > 1 ? QStringLiteral(", ") : QString()) + path;
+    else if (job.skipped == kNamedSkips + 1)
+        job.skippedNames += QStringLiteral(" ...");
+    job.changed = true;
+}
+
 void StreamRunnerPrivate::onItemFailed(Job &job, const zpdt::ItemInfo &item, ZpdtError error, const QString &text)
 {
     const QString path = QString::fromStdString(item.path);
@@ -375,6 +394,8 @@ void StreamRunnerPrivate::onEnd(Job &job, const zpdt::StreamResult &result)
     if (error == ZpdtError::None) {
         const bool clean = job.error == ZpdtError::None && result.progress.filesFailed == 0;
         if (clean) {
+            if (job.skipped > 0)
+                tellProgress(job);
             for (JobMember &member : job.members) {
                 if (!member.over)
                     endMember(job, member, true, job.whole ? static_cast<qint64>(result.progress.bytes) : -1);

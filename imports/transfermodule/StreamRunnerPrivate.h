@@ -54,6 +54,7 @@ private:
     void onProgress(Job &job, const zpdt::StreamProgress &progress);
     void onLargeItem(Job &job, const zpdt::ItemInfo &item);
     void onItemDone(Job &job, const zpdt::ItemInfo &item);
+    void onItemSkipped(Job &job, const QString &path);
     void onItemFailed(Job &job, const zpdt::ItemInfo &item, ZpdtError error, const QString &text);
     void onEnd(Job &job, const zpdt::StreamResult &result);
 

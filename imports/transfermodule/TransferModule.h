@@ -130,11 +130,12 @@ struct ZpdtProgress
     qint64 filesTotal = 0;
     qint64 filesDone = 0;
     qint64 filesFailed = 0;
+    qint64 filesSkipped = 0; ///< links and special files in a folder, left out without making it fail
     double speed = 0.0;      ///< megabits a second over the last few seconds
     qint64 secondsLeft = -1; ///< -1: not known
     bool scanning = false;   ///< totals still grow
     ZpdtError error = ZpdtError::None;
-    QString errorText; ///< English detail for a log or a tool tip, such as the file concerned
+    QString errorText; ///< English detail for a log or a tool tip, such as the file concerned or what was left out
 };
 
 /// State of one connection of the engine.

@@ -3,8 +3,9 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <mutex>
-#include <set>
 #include <string>
 
 namespace zpdt {
@@ -33,11 +34,21 @@ private:
 class ActiveFiles
 {
 public:
-    /// False when another stream has the file.
-    bool take(const std::string &key)
+    /// False when another stream has the file. That one is asked to give it up, if it gave a @p yield of its own; it
+    /// is called on the thread that asks.
+    bool take(const std::string &key, std::function<void()> yield = {})
     {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return m_keys.insert(key).second;
+        std::function<void()> ask;
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            const auto taken = m_keys.emplace(key, std::move(yield));
+            if (taken.second)
+                return true;
+            ask = taken.first->second;
+        }
+        if (ask)
+            ask();
+        return false;
     }
     void release(const std::string &key)
     {
@@ -47,7 +58,7 @@ public:
 
 private:
     std::mutex m_mutex;
-    std::set<std::string> m_keys;
+    std::map<std::string, std::function<void()>> m_keys;
 };
 
 } // namespace zpdt

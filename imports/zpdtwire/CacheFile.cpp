@@ -30,9 +30,10 @@ Bytes &diskBuffer()
 
 } // namespace
 
-CacheFile::CacheFile(std::shared_ptr<TargetTree> tree, const ItemMessage &item)
+CacheFile::CacheFile(std::shared_ptr<TargetTree> tree, const ItemMessage &item, bool verify)
     : m_tree(std::move(tree))
     , m_item(item)
+    , m_verify(verify)
     , m_blocks(blockCount(item.info.size, item.blockSize))
 {
     m_have.assign(m_blocks / 8 + 1, 0);
@@ -322,12 +323,12 @@ void CacheFile::finish(Outcome &outcome)
     BlockHash whole;
     bool complete = true;
     for (std::uint32_t block = 0; block < m_blocks && !m_broken; ++block) {
-        Digest digest{};
-        if (readSlot(block, digest)) {
+        Digest digest{}, stored{};
+        if (readSlot(block, digest) && (!m_verify || (hashBlock(block, stored) && stored == digest))) {
             whole.add(digest.data(), digest.size());
             continue;
         }
-        // The journal was damaged meanwhile.
+        // The journal, or what is read back, was damaged meanwhile.
         complete = false;
         setHas(block, false);
         outcome.confirmed -= sizeOf(block);

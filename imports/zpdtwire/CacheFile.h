@@ -46,7 +46,8 @@ public:
         ItemOutcome item;
     };
 
-    CacheFile(std::shared_ptr<TargetTree> tree, const ItemMessage &item);
+    /// @param verify reads everything back from the disk before the file gets its name
+    CacheFile(std::shared_ptr<TargetTree> tree, const ItemMessage &item, bool verify = false);
     ~CacheFile();
 
     /// Opens the partial file, or makes it and reserves its space.
@@ -87,6 +88,7 @@ private:
     std::shared_ptr<TargetTree> m_tree;
     std::mutex m_mutex;
     const ItemMessage m_item;
+    const bool m_verify;
     const std::uint32_t m_blocks;
     SafeFolder m_folder;
     std::string m_leaf;

@@ -217,6 +217,7 @@ std::shared_ptr<Stream> Connection::openUpload(UploadRequest request, StreamCall
             message.ticket = std::move(request.ticket);
             message.direction = Direction::Upload;
             message.resumed = request.resumed;
+            message.verify = request.verify;
             message.priority = request.priority;
             StreamSender::Source source;
             source.open = [path = std::move(request.localFolder)](SafeFolder &folder) {
@@ -241,6 +242,7 @@ std::shared_ptr<Stream> Connection::openDownload(DownloadRequest request, Stream
         message.ticket = std::move(request.ticket);
         message.direction = Direction::Download;
         message.resumed = request.resumed;
+        message.verify = request.verify;
         message.priority = request.priority;
         message.excludedSuffixes = std::move(request.excludedSuffixes);
         StreamReceiver::Target target;
@@ -249,6 +251,7 @@ std::shared_ptr<Stream> Connection::openDownload(DownloadRequest request, Stream
         target.names = request.names;
         target.limits.freeBytes = std::move(request.freeBytes);
         target.resumed = request.resumed;
+        target.verify = request.verify;
         auto stream = std::make_shared<StreamReceiver>(*core->session(), std::move(target), std::move(callbacks));
         handle->attach(stream);
         core->open(stream, std::move(message), std::move(request.names));

@@ -17,7 +17,7 @@ bool readError(WireReader &r, Error &error)
 {
     const std::uint8_t v = r.u8();
     error = static_cast<Error>(v);
-    return v <= static_cast<std::uint8_t>(Error::LocalFile);
+    return v <= static_cast<std::uint8_t>(Error::Skipped);
 }
 
 void writeInfo(WireWriter &w, const ItemInfo &info)
@@ -121,6 +121,7 @@ void OpenMessage::encode(WireWriter &w) const
     w.text(ticket);
     w.u8(static_cast<std::uint8_t>(direction));
     w.u8(resumed);
+    w.u8(verify);
     w.i32(priority);
     w.u16(static_cast<std::uint16_t>(excludedSuffixes.size()));
     for (const std::string &suffix : excludedSuffixes)
@@ -132,7 +133,7 @@ bool OpenMessage::decode(WireReader &r)
     ticket = r.text(kMaxTicket);
     const std::uint8_t way = r.u8();
     direction = static_cast<Direction>(way);
-    bool good = way >= 1 && way <= 3 && readBool(r, resumed);
+    bool good = way >= 1 && way <= 3 && readBool(r, resumed) && readBool(r, verify);
     priority = r.i32();
     const std::size_t count = r.u16();
     if (count > kMaxSuffixes)
@@ -374,6 +375,7 @@ bool DoneMessage::decode(WireReader &r)
 void ProgressMessage::encode(WireWriter &w) const
 {
     w.u64(progress.bytes);
+    w.u64(progress.held);
     w.u64(progress.filesDone);
     w.u64(progress.filesFailed);
 }
@@ -381,6 +383,7 @@ void ProgressMessage::encode(WireWriter &w) const
 bool ProgressMessage::decode(WireReader &r)
 {
     progress.bytes = r.u64();
+    progress.held = r.u64();
     progress.filesDone = r.u64();
     progress.filesFailed = r.u64();
     return r.complete();

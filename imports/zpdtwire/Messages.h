@@ -98,6 +98,7 @@ struct OpenMessage
     std::string ticket;
     Direction direction = Direction::Upload;
     bool resumed = false;
+    bool verify = false;
     std::int32_t priority = 0;
     std::vector<std::string> excludedSuffixes;
     void encode(WireWriter &w) const;

@@ -45,6 +45,7 @@ private:
 class Session : public std::enable_shared_from_this<Session>, private Channel::Listener
 {
 public:
+    using Clock = std::chrono::steady_clock;
     enum class Role
     {
         Client,
@@ -71,6 +72,8 @@ public:
     std::string peer() const { return m_channel->peer(); }
     const std::string &peerSoftware() const { return m_peerSoftware; }
     Metrics metrics() const;
+    /// Time since anything arrived, to a tenth of a second.
+    std::chrono::steady_clock::duration silence() const { return Clock::now() - m_lastHeard; }
     std::size_t streamCount() const { return m_streams.size(); }
 
     /// Own goals of the two directions. The other side is asked to keep the second one; of two goals for the same
@@ -133,7 +136,6 @@ private:
     std::size_t m_pending = 0;
     bool m_readingStopped = false;
 
-    using Clock = std::chrono::steady_clock;
     Clock::time_point m_lastHeard;
     Clock::time_point m_lastPing;
     Clock::time_point m_lastSent; ///< when the line last took something, or had nothing to take

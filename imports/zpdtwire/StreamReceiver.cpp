@@ -17,6 +17,7 @@ constexpr std::uint64_t kSyncBytes = 16u << 20;
 constexpr auto kSyncTime = std::chrono::seconds(1);
 /// A stream whose line broke holds its files until this side noticed that.
 constexpr auto kWaitForFile = std::chrono::seconds(20);
+constexpr auto kSilent = std::chrono::milliseconds(3000);
 
 using Clock = std::chrono::steady_clock;
 
@@ -68,7 +69,11 @@ void StreamReceiver::startItem(const ItemPtr &item)
         return makeFolder(item);
     const std::string key = m_target.key + '/' + cachePathOf(info.path);
     if (item->activeKey.empty()) {
-        if (!m_context.activeFiles().take(key)) {
+        const auto yield = [weak = weak_from_this()] {
+            if (const auto self = std::static_pointer_cast<StreamReceiver>(weak.lock()))
+                self->yieldIfSilent();
+        };
+        if (!m_context.activeFiles().take(key, yield)) {
             if (!item->waiting)
                 item->waitingSince = Clock::now();
             item->waiting = true;
@@ -159,7 +164,7 @@ void StreamReceiver::lookForExisting(const ItemPtr &item)
 
 void StreamReceiver::prepareCache(const ItemPtr &item)
 {
-    item->cache = std::make_shared<CacheFile>(m_tree, item->message);
+    item->cache = std::make_shared<CacheFile>(m_tree, item->message, m_target.verify);
     item->lastSync = Clock::now();
     item->busy = true;
     ++m_openCaches;
@@ -184,6 +189,7 @@ void StreamReceiver::verifyCache(const ItemPtr &item)
             if (m_closing)
                 return;
             m_progress.bytes += static_cast<std::uint64_t>(verified.second.confirmed);
+            m_progress.held += static_cast<std::uint64_t>(verified.second.confirmed);
             if (!verified.first)
                 return verifyCache(item);
             item->busy = false;
@@ -462,6 +468,14 @@ void StreamReceiver::tick()
         if (m_closing)
             return;
     }
+}
+
+/// Another stream waits for a file that this one has. A line on which nothing arrives any more is most likely one that
+/// its client has given up: the client pings every two seconds.
+void StreamReceiver::yieldIfSilent()
+{
+    if (m_session && m_session->silence() > kSilent)
+        stop(Error::Network, "a newer stream goes on with the file", false);
 }
 
 void StreamReceiver::lost(Error error, const std::string &text)

@@ -22,6 +22,7 @@ public:
         std::vector<std::string> names;               ///< when not empty: only these, and what is in them, may come
         TargetTree::Limits limits;
         bool resumed = false; ///< finished files may be there already
+        bool verify = false;  ///< read each file back before it gets its name
     };
 
     StreamReceiver(Session &session, Target target, StreamCallbacks callbacks);
@@ -87,6 +88,7 @@ private:
     void forget(const ItemPtr &item);
     void need(std::uint32_t no, std::uint32_t block);
     void close(Error error, const std::string &text, bool discard);
+    void yieldIfSilent();
     void idle();
     template <typename Work, typename Done>
     void job(Work work, Done done);

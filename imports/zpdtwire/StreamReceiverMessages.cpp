@@ -97,7 +97,7 @@ bool StreamReceiver::itemErrorMessage(WireReader &body)
     ItemErrorMessage message;
     if (!message.decode(body))
         return false;
-    ++m_progress.filesFailed;
+    m_progress.filesFailed += message.error == Error::Skipped ? 0 : 1;
     if (m_callbacks.onItemFailed)
         m_callbacks.onItemFailed(message.info, message.error, message.text);
     return true;
@@ -193,6 +193,7 @@ bool StreamReceiver::endMessage(WireReader &body)
         if (!m_target.resumed || !item->message.ask || item->cache || item->stored)
             return false;
         m_progress.bytes += item->message.info.size;
+        m_progress.held += item->message.info.size;
         ItemOutcome outcome;
         outcome.same = true;
         done(item, outcome);

@@ -95,6 +95,7 @@ bool StreamSender::message(Msg type, WireReader &body)
             return false;
         // Failures of this side's own are not known over there.
         m_progress.bytes = progress.progress.bytes;
+        m_progress.held = progress.progress.held;
         return true;
     }
     case Msg::Close: {
@@ -530,7 +531,7 @@ void StreamSender::reportUnsendable(const ItemInfo &info, Error error, const std
     message.error = error;
     message.text = text;
     queue(frame(m_id, message));
-    ++m_progress.filesFailed;
+    m_progress.filesFailed += error == Error::Skipped ? 0 : 1;
     if (m_callbacks.onItemFailed)
         m_callbacks.onItemFailed(info, error, text);
 }

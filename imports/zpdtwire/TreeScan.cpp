@@ -135,7 +135,7 @@ void TreeScan::add(const std::string &path, std::uint32_t root, unsigned depth, 
             entry.text = "file is too large";
         }
     } else {
-        entry.error = Error::LocalFile;
+        entry.error = Error::Skipped;
         entry.text = "links and special files are not transferred";
     }
     entries.push_back(std::move(entry));

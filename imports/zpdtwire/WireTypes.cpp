@@ -27,6 +27,8 @@ const char *errorName(Error error)
         return "cancelled";
     case Error::LocalFile:
         return "file access";
+    case Error::Skipped:
+        return "left out";
     }
     return "unknown";
 }

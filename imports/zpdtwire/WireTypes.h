@@ -19,7 +19,8 @@ enum class Error : std::uint8_t
     BadName = 6,       ///< the receiver cannot store the item under its own name
     Integrity = 7,     ///< data or message does not match its digest or its rules
     Cancelled = 8,     ///< closed on purpose
-    LocalFile = 9      ///< the disk of the side that reports could not be read or written
+    LocalFile = 9,     ///< the disk of the side that reports could not be read or written
+    Skipped = 10       ///< a link or a special file, which is left out; no failure of what surrounds it
 };
 
 /// English word for logs, such as "no space".
@@ -66,6 +67,7 @@ struct Totals
 struct StreamProgress
 {
     std::uint64_t bytes = 0;     ///< confirmed by the receiver with their digest; never falls except after damage
+    std::uint64_t held = 0;      ///< of them found at the receiver, from an earlier stream
     std::uint64_t filesDone = 0; ///< folders not counted
     std::uint64_t filesFailed = 0;
 };
@@ -98,6 +100,7 @@ struct UploadRequest
     std::vector<std::string> names;            ///< files and folders in it, one name each; folders go whole
     std::vector<std::string> excludedSuffixes; ///< such as ".mp4", case counts: files inside folders that are left out
     bool resumed = false;                      ///< an earlier stream moved some of it: look before sending
+    bool verify = false;                       ///< the receiver reads each file back before it gets its name
     int priority = 0;                          ///< streams of a higher one go first
 };
 
@@ -115,6 +118,7 @@ struct DownloadRequest
     std::string localFolder;        ///< folder of this machine, made when it is missing
     std::vector<std::string> excludedSuffixes;
     bool resumed = false;
+    bool verify = false; ///< read each file back before it gets its name
     int priority = 0;
     /// Free bytes that the receiver may still fill besides what the disk allows; empty: no limit.
     std::function<std::uint64_t()> freeBytes;

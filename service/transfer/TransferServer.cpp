@@ -307,6 +307,7 @@ std::shared_ptr<zpdt::StreamBase> TransferServer::Private::makeStream(zpdt::Sess
     target.limits.reservations = runtime.reservationsOf(grant.homeRoot);
     target.limits.lookUp = lookUp;
     target.resumed = message.resumed;
+    target.verify = message.verify;
     auto receiver = std::make_shared<zpdt::StreamReceiver>(session, std::move(target), zpdt::StreamCallbacks());
     receiver->begin();
     return receiver;

@@ -97,7 +97,7 @@ void MessagesTest::roundTrip_data()
     row("existing", HaveMessage{9, false, true, kDigest, {}});
     row("need", NeedMessage{9, 8});
     row("done", DoneMessage{9, {true, false}});
-    row("progress", ProgressMessage{{1, 2, 3}});
+    row("progress", ProgressMessage{{1, 4, 2, 3}});
 }
 
 void MessagesTest::roundTrip()
