@@ -1,6 +1,8 @@
 #include "NetdiskPage.h"
 
 #include "AddressBar.h"
+#include "FileCacheAssistant.h"
+#include "FileIconAssistant.h"
 #include "FileInfoAssistant.h"
 #include "FileItemModel.h"
 #include "FileListing.h"
@@ -31,6 +33,8 @@ NetdiskPage::NetdiskPage(const SubCenter &center, const QString &initPath, QWidg
     , m_center(center)
     , m_server(new NetDiskServer(center.address, this))
     , m_info(new FileInfoAssistant(center.address, this))
+    , m_cache(new FileCacheAssistant(center.id, this))
+    , m_icons(new FileIconAssistant(center.address, m_cache->folders(), this))
     , m_work(new OrderedWork(this))
 {
     setObjectName(QStringLiteral("NetdiskPage"));
@@ -40,6 +44,7 @@ NetdiskPage::NetdiskPage(const SubCenter &center, const QString &initPath, QWidg
     m_view->model()->setSubCenterId(center.id);
     connectServer();
     connectViews();
+    connectCaches();
     RefreshItemCount();
     SetStorage();
     ChangeButtonStatus();
@@ -103,6 +108,22 @@ void NetdiskPage::connectViews()
     });
     connect(model, &FileItemModel::added, this, &NetdiskPage::AddItemCount);
     connect(model, &FileItemModel::removed, this, &NetdiskPage::RemoveItemCount);
+}
+
+void NetdiskPage::connectCaches()
+{
+    connect(m_icons, SIGNAL(checkFileIconCache(FileItem, QSize)), m_cache, SLOT(checkThumbnailCache(FileItem, QSize)));
+    connect(m_cache, SIGNAL(thumbnailCacheVaild(FileItem, QSize)), m_icons, SLOT(getLocalIcon(FileItem, QSize)));
+    connect(m_cache, SIGNAL(thumbnailCacheInvaild(FileItem, QSize)), m_icons, SLOT(getRemoteIcon(FileItem)));
+    connect(m_cache, SIGNAL(finished()), m_icons, SLOT(stop()));
+    connect(m_icons, SIGNAL(handlerGetFileIconFinished(QList<FileItem>)), this, SLOT(SetIcons(QList<FileItem>)));
+    connect(m_view, SIGNAL(sigIconChanged(FileItem, QSize)), m_cache, SLOT(writeThumbnailCache(FileItem, QSize)));
+    connect(m_view, SIGNAL(sigGetIcons(QList<FileItem>)), m_icons, SLOT(getIcon(QList<FileItem>)));
+    m_icons->setThumbnailSize(m_view->pictureSize());
+    connect(m_view, &FileWidget::sigVisiblePictures, m_icons, [this](const QList<FileItem> &items, const QSize &size) {
+        m_icons->setThumbnailSize(size);
+        m_icons->getVisibleIcons(items);
+    });
 }
 
 // Places

@@ -8,6 +8,8 @@
 #include <QWidget>
 
 class AddressBar;
+class FileCacheAssistant;
+class FileIconAssistant;
 class FileInfoAssistant;
 class FileWidget;
 class NetDiskServer;
@@ -128,6 +130,7 @@ private:
     void buildLayout();
     void connectServer();
     void connectViews();
+    void connectCaches();
     void addShortcuts();
     void retranslate();
     void showMode();
@@ -148,6 +151,8 @@ private:
     QString m_lastTarget; ///< folder of the last download
     NetDiskServer *m_server;
     FileInfoAssistant *m_info;
+    FileCacheAssistant *m_cache;
+    FileIconAssistant *m_icons;
     OrderedWork *m_work;
     FileWidget *m_view = nullptr;
     AddressBar *m_address = nullptr;

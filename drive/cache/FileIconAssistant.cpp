@@ -2,11 +2,10 @@
 
 #include "GlobalConfig.h"
 
-#include <QBuffer>
-#include <QImageReader>
+#include <QFile>
 #include <QRunnable>
 
-#include <algorithm>
+#include <functional>
 
 namespace {
 
@@ -15,24 +14,14 @@ constexpr int MostWaiting = 1000; // wishes
 constexpr int MostBusy = 24;      // wishes looked after at once
 constexpr int MostFetches = 4;    // requests on their way; the lane has room for more, which previews need
 constexpr int MostRemembered = 20000;
-constexpr qint64 LargestIcon = 4 * 1024 * 1024; // bytes
 constexpr int LargestSide = 1024;               // pixels
+constexpr qint64 LargestIcon = 4 * 1024 * 1024; // bytes
 
-/// The bytes may come from anywhere: only two well-tried decoders see them, and only for a modest size.
-QImage imageOf(const QByteArray &data)
+/// A whole image of one of the two formats that thumbnails come in; no other decoder is to see bytes of the network.
+bool isPicture(const QByteArray &data)
 {
-    const bool png = data.startsWith("\x89PNG");
-    if (data.size() > LargestIcon || (!png && !data.startsWith("\xff\xd8\xff")))
-        return {};
-    QBuffer buffer;
-    buffer.setData(data);
-    QImageReader reader(&buffer, png ? "png" : "jpg");
-    reader.setAutoDetectImageFormat(false);
-    const QSize size = reader.size();
-    if (!size.isValid() || qMax(size.width(), size.height()) > LargestSide)
-        return {};
-    const QImage image = reader.read();
-    return image.isNull() ? image : image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    return (data.startsWith("\x89PNG") && data.endsWith(QByteArray("IEND\xae\x42\x60\x82", 8))) ||
+           (data.startsWith("\xff\xd8\xff") && data.endsWith("\xff\xd9"));
 }
 
 class Task : public QRunnable
@@ -72,7 +61,16 @@ FileIconAssistant::~FileIconAssistant()
 
 void FileIconAssistant::setThumbnailSize(const QSize &size)
 {
-    m_size = size.expandedTo(QSize(16, 16)).boundedTo(QSize(LargestSide, LargestSide));
+    const QSize held = size.expandedTo(QSize(16, 16)).boundedTo(QSize(LargestSide, LargestSide));
+    if (held == m_size)
+        return;
+    // Pictures of the old size would be taken for new ones.
+    for (const QString &key : m_jobs.keys())
+        drop(key);
+    m_waiting.clear();
+    m_toFetch.clear();
+    m_ready.clear();
+    m_size = held;
 }
 
 QString FileIconAssistant::keyOf(const FileItem &item)
@@ -198,7 +196,13 @@ void FileIconAssistant::getLocalIcon(FileItem item, QSize size)
         return;
     job->stage = Job::Reading;
     const QString path = m_folders.thumbnail(item, size);
-    decode(keyOf(item), true, [path] { return CacheFolders::read(path, LargestIcon); });
+    m_pool.start(new Task([this, key = keyOf(item), path] {
+        const QByteArray data = CacheFolders::read(path, LargestIcon);
+        if (!isPicture(data))
+            QFile::remove(path);
+        QMetaObject::invokeMethod(
+            this, [this, key, data] { read(key, data); }, Qt::QueuedConnection);
+    }));
 }
 
 void FileIconAssistant::getRemoteIcon(FileItem item)
@@ -243,12 +247,10 @@ void FileIconAssistant::handlerGetFileIcon(qint64 id, int code, QByteArray body)
     if (job == m_jobs.end())
         return;
     endFetch(*job);
-    if (code == 200 && !body.isEmpty()) {
-        job->stage = Job::Reading;
-        decode(key, false, [body] { return body; });
-    } else {
+    if (code == 200 && isPicture(body) && body.size() <= LargestIcon)
+        ready(*job, body);
+    else
         failed(key, code);
-    }
     fetchNext();
 }
 
@@ -262,51 +264,35 @@ void FileIconAssistant::failed(const QString &key, int code)
     startNext();
 }
 
-template <typename Bytes>
-void FileIconAssistant::decode(const QString &key, bool fromDisk, Bytes bytes)
-{
-    m_pool.start(new Task([this, key, fromDisk, bytes] {
-        const QByteArray data = bytes();
-        const QImage image = imageOf(data);
-        QMetaObject::invokeMethod(
-            this, [this, key, data, image, fromDisk] { decoded(key, data, image, fromDisk); }, Qt::QueuedConnection);
-    }));
-}
-
-void FileIconAssistant::decoded(const QString &key, const QByteArray &data, const QImage &image, bool fromDisk)
+void FileIconAssistant::read(const QString &key, const QByteArray &data)
 {
     const auto job = m_jobs.find(key);
     if (job == m_jobs.end() || job->stage != Job::Reading)
         return;
-    if (image.isNull() && fromDisk) {
-        // A broken entry of the cache is no more than a miss. Taken away, so that the new one is written.
-        QFile::remove(m_folders.thumbnail(job->item, job->size));
-        job->stage = Job::WaitingForFetch;
-        m_toFetch.append(key);
-        fetchNext();
-        return;
-    }
-    if (image.isNull())
-        return failed(key, 200);
-    Thumbnail ready{job->item, image, fromDisk};
-    ready.item.iconData = data;
-    m_ready.append(ready);
-    drop(key);
+    if (isPicture(data))
+        return ready(*job, data);
+    // A broken entry of the cache is no more than a miss.
+    job->stage = Job::WaitingForFetch;
+    m_toFetch.append(key);
+    fetchNext();
+}
+
+void FileIconAssistant::ready(const Job &job, const QByteArray &data)
+{
+    m_ready.append(job.item);
+    m_ready.last().iconData = data;
+    drop(keyOf(job.item)); // and with it the record
     startNext();
 }
 
 void FileIconAssistant::onTimer()
 {
-    if (m_jobs.isEmpty() && m_users.isEmpty())
+    if (m_jobs.isEmpty())
         m_timer.stop();
     if (m_ready.isEmpty())
         return;
-    QVector<Thumbnail> ready;
-    ready.swap(m_ready);
     QList<FileItem> items;
-    for (const Thumbnail &thumbnail : qAsConst(ready))
-        items.append(thumbnail.item);
-    emit thumbnailsReady(ready);
+    items.swap(m_ready);
     emit handlerGetFileIconFinished(items);
 }
 

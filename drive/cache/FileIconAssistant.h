@@ -7,7 +7,6 @@
 #include "OrvClient.h"
 
 #include <QHash>
-#include <QImage>
 #include <QObject>
 #include <QPointer>
 #include <QSet>
@@ -16,19 +15,9 @@
 #include <QThreadPool>
 #include <QTimer>
 
-/// One picture made ready for a view.
-struct Thumbnail
-{
-    FileItem item; ///< as it was asked for, with iconData
-    QImage image;
-    bool fromDisk = false; ///< it came out of the cache and need not be written to it
-};
-
-Q_DECLARE_METATYPE(Thumbnail)
-
 /// Fetches the pictures of files and users: from the disk's cache where it has them, else through copies of the
-/// session's client, a few at a time, the newest wishes first. Files are read and pictures decoded on pool threads of
-/// its own. Answers come in batches; those after stop(), a cancelled wish or destruction are dropped. GUI thread only.
+/// session's client, a few at a time, what is seen first. Files are read on pool threads of its own. Answers come in
+/// batches; those after stop(), a cancelled wish or destruction are dropped. GUI thread only.
 class FileIconAssistant : public QObject
 {
     Q_OBJECT
@@ -60,8 +49,6 @@ signals:
     void checkFileIconCache(FileItem item, QSize size);
     /// With iconData filled. A file without a picture is not answered for.
     void handlerGetFileIconFinished(QList<FileItem> items);
-    /// The same, decoded; fires right before it.
-    void thumbnailsReady(QVector<Thumbnail> thumbnails);
     void handlerGetUserIconFinished(QList<UserInfo> users);
 
 private slots:
@@ -93,10 +80,8 @@ private:
     void endFetch(Job &job);
     void drop(const QString &key);
     void failed(const QString &key, int code);
-    /// Decodes on a pool thread what @p bytes returns there.
-    template <typename Bytes>
-    void decode(const QString &key, bool fromDisk, Bytes bytes);
-    void decoded(const QString &key, const QByteArray &data, const QImage &image, bool fromDisk);
+    void read(const QString &key, const QByteArray &data);
+    void ready(const Job &job, const QByteArray &data);
     void userIconRead(const QString &address, const QByteArray &data);
     void tellUsers(const QString &address, const QByteArray &data);
 
@@ -110,7 +95,7 @@ private:
     int m_busy = 0;             ///< jobs past Waiting
     QHash<qint64, QString> m_fetches;
     QSet<QString> m_without; ///< the service makes no picture of these
-    QVector<Thumbnail> m_ready;
+    QList<FileItem> m_ready;
     QHash<QString, QList<UserInfo>> m_users; ///< that wait for the icon of an address
     QHash<qint64, QString> m_userRequests;
     QThreadPool m_pool; ///< last: its threads end before the rest goes

@@ -171,7 +171,8 @@ void FileWidget::resizeEvent(QResizeEvent *event)
 
 QSize FileWidget::pictureSize() const
 {
-    return currentView()->iconSize() * devicePixelRatioF();
+    // One size for both views: a picture fetched for the small icons would be a blur in the grid.
+    return m_list->iconSize() * devicePixelRatioF();
 }
 
 void FileWidget::setIcons(const QList<FileItem> &items)

@@ -52,7 +52,7 @@ public:
     void setSearchResult(bool search);
     /// Offers "Preview" for pictures; not offered without a viewer.
     void setPreviewAvailable(bool available);
-    /// Size in device pixels in which the current view shows pictures.
+    /// Size in device pixels in which pictures are wanted.
     QSize pictureSize() const;
     /// Shows the pictures of those entries, see FileItemModel::setIcons.
     void setIcons(const QList<FileItem> &items);

@@ -1,6 +1,7 @@
 #include "DemoDrive.h"
 
 #include "AccountStore.h"
+#include "DemoBrightPictures.h"
 #include "DemoPictures.h"
 #include "Service.h"
 #include "Site.h"
@@ -75,19 +76,20 @@ bool makeImages(const fs::path &folder)
         unsigned seed;
     };
     static constexpr Picture pictures[] = {
-        {"sunrise.png", 1280, 720, 6.5, 1},   {"noon over the valley.jpg", 1920, 1080, 12, 2},
-        {"evening.tiff", 1024, 768, 18, 3},   {"night.webp", 1280, 720, 22, 4},
-        {"morning mist.bmp", 640, 360, 8, 5}, {"panorama.jpg", 6000, 1500, 15, 6},
-        {"portrait.png", 720, 1280, 17.5, 7}, {"tiny.png", 16, 16, 10, 8},
-        {"light probe.hdr", 512, 256, 13, 9}, {"plate.exr", 640, 360, 19, 10},
+        {"sunrise.png", 1280, 720, 6.5, 1},    {"noon over the valley.jpg", 1920, 1080, 12, 2},
+        {"evening.tiff", 1024, 768, 18, 3},    {"night.webp", 1280, 720, 22, 4},
+        {"morning mist.bmp", 640, 360, 8, 5},  {"panorama.jpg", 6000, 1500, 15, 6},
+        {"portrait.png", 720, 1280, 17.5, 7},  {"tiny.png", 16, 16, 10, 8},
+        {"light probe.hdr", 1024, 512, 13, 9}, {"plate.exr", 960, 540, 17.2, 10},
         {"风景 山谷.png", 800, 450, 9, 11},
     };
     fs::create_directories(folder);
     for (const Picture &picture : pictures) {
         const fs::path file = folder / picture.file;
-        // Which formats there are depends on the plug-ins of the machine.
-        if (canWritePicture(file.extension().string().substr(1)) &&
-            !savePicture(demoLandscape(picture.width, picture.height, picture.hour, picture.seed), file.string()))
+        const QImage image = demoLandscape(picture.width, picture.height, picture.hour, picture.seed);
+        // Which of the other formats there are depends on the plug-ins of the machine.
+        if (!saveBrightPicture(image, file.string()) && canWritePicture(file.extension().string().substr(1)) &&
+            !savePicture(image, file.string()))
             return false;
     }
     return writeText(folder / "logo.svg",
