@@ -120,6 +120,10 @@ qint64 OrvClient::getFileInfo(const QString &path)
 {
     return record(this, "getFileInfo", path);
 }
+qint64 OrvClient::getThumbnail(const QString &path, const QSize &size)
+{
+    return record(this, "getThumbnail", path, size.width(), size.height());
+}
 qint64 OrvClient::listFile(const QString &path, int mode)
 {
     return record(this, "listFile", path, mode);
