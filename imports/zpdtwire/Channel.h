@@ -30,6 +30,9 @@ public:
     /// Queues one or several whole frames. Never refuses: whoever sends much looks at queuedBytes() first.
     virtual void send(Bytes frames) = 0;
     virtual std::size_t queuedBytes() const = 0;
+    /// Inside channelFrame(): keeps the body of that frame where it is for as long as the answer lives. Null where
+    /// the channel cannot; the body then has to be copied. What is held may pin some times its size.
+    virtual std::shared_ptr<const void> holdFrame() { return nullptr; }
     /// With false no further frames are delivered and the line fills up, which slows the other side down.
     virtual void setReading(bool reading) = 0;
     /// How fast to send from now on. True when the carrier keeps to it by itself; with false whoever sends has to.

@@ -1,6 +1,7 @@
 #include "TcpChannel.h"
 
 #include "Context.h"
+#include "FramePool.h"
 #include "TcpTuning.h"
 #include "TlsIdentity.h"
 
@@ -8,8 +9,9 @@
 #include <asio/post.hpp>
 #include <asio/write.hpp>
 
-#include <algorithm>
 #include <chrono>
+#include <cstring>
+#include <utility>
 
 namespace zpdt {
 
@@ -17,9 +19,14 @@ namespace {
 
 constexpr auto kConnectTime = std::chrono::seconds(10);
 constexpr auto kFlushTime = std::chrono::seconds(1);
-constexpr std::size_t kInBuffer = 2 * kMaxFrame;
-/// Small frames are sent together up to this size.
-constexpr std::size_t kGather = 64 * 1024;
+/// One TLS record.
+constexpr std::size_t kRecord = 16 * 1024;
+/// For a connection on which little comes.
+constexpr std::size_t kFirstBuffer = 2 * kRecord;
+/// Small frames share records up to this size.
+constexpr std::size_t kGather = 4 * kRecord;
+/// Cipher text that is given to the socket at a time.
+constexpr std::size_t kBatch = 192 * 1024;
 
 using asio::ip::tcp;
 
@@ -28,7 +35,7 @@ using asio::ip::tcp;
 std::shared_ptr<TcpChannel> TcpChannel::toServer(Context &context, const std::string &host, std::uint16_t port,
                                                  const std::string &fingerprint)
 {
-    std::shared_ptr<TcpChannel> channel(new TcpChannel(tcp::socket(context.io()), TlsIdentity::clientContext()));
+    std::shared_ptr<TcpChannel> channel(new TcpChannel(tcp::socket(context.io()), TlsIdentity::clientContext(), false));
     channel->m_host = host;
     channel->m_port = port;
     channel->m_fingerprint = fingerprint;
@@ -37,16 +44,16 @@ std::shared_ptr<TcpChannel> TcpChannel::toServer(Context &context, const std::st
 
 std::shared_ptr<TcpChannel> TcpChannel::accepted(Context &, tcp::socket socket, std::shared_ptr<asio::ssl::context> tls)
 {
-    std::shared_ptr<TcpChannel> channel(new TcpChannel(std::move(socket), std::move(tls)));
-    channel->m_server = true;
+    std::shared_ptr<TcpChannel> channel(new TcpChannel(std::move(socket), std::move(tls), true));
     return channel;
 }
 
-TcpChannel::TcpChannel(tcp::socket socket, std::shared_ptr<asio::ssl::context> tls)
-    : m_tls(std::move(tls))
-    , m_stream(std::move(socket), *m_tls)
-    , m_resolver(m_stream.get_executor())
-    , m_timer(m_stream.get_executor())
+TcpChannel::TcpChannel(tcp::socket socket, std::shared_ptr<asio::ssl::context> tls, bool server)
+    : m_socket(std::move(socket))
+    , m_codec(std::move(tls), server)
+    , m_resolver(m_socket.get_executor())
+    , m_timer(m_socket.get_executor())
+    , m_server(server)
 {
 }
 
@@ -59,7 +66,7 @@ void TcpChannel::start(Listener *listener)
             self->fail(Error::Network, "no connection within 10 s");
     });
     // Never answers from inside this call.
-    asio::post(m_stream.get_executor(), [self = shared_from_this()] {
+    asio::post(m_socket.get_executor(), [self = shared_from_this()] {
         if (self->m_closed)
             return;
         if (self->m_server)
@@ -90,92 +97,135 @@ void TcpChannel::resolve()
 
 void TcpChannel::connect(const std::vector<tcp::endpoint> &endpoints)
 {
-    asio::async_connect(m_stream.next_layer(), endpoints,
-                        [self = shared_from_this()](std::error_code error, const tcp::endpoint &) {
-                            if (self->m_closed)
-                                return;
-                            if (error)
-                                return self->fail(Error::Network, "cannot connect: " + error.message());
-                            self->handshake();
-                        });
+    asio::async_connect(m_socket, endpoints, [self = shared_from_this()](std::error_code error, const tcp::endpoint &) {
+        if (self->m_closed)
+            return;
+        if (error)
+            return self->fail(Error::Network, "cannot connect: " + error.message());
+        self->handshake();
+    });
 }
 
 void TcpChannel::handshake()
 {
-    auto &socket = m_stream.next_layer();
     std::error_code ignored;
-    socket.set_option(tcp::no_delay(true), ignored);
-    m_metrics.congestion = tuneTcp(static_cast<NativeSocket>(socket.native_handle()));
-    m_stream.async_handshake(m_server ? asio::ssl::stream_base::server : asio::ssl::stream_base::client,
-                             [self = shared_from_this()](std::error_code error) {
-                                 if (self->m_closed)
-                                     return;
-                                 if (error)
-                                     return self->fail(Error::Network, "no encrypted connection: " + error.message());
-                                 self->ready();
-                             });
+    m_socket.set_option(tcp::no_delay(true), ignored);
+    m_metrics.congestion = tuneTcp(static_cast<NativeSocket>(m_socket.native_handle()));
+    decode();
 }
 
 void TcpChannel::ready()
 {
-    if (!m_server && TlsIdentity::peerFingerprint(m_stream.native_handle()) != m_fingerprint)
+    if (!m_server && m_codec.peerFingerprint() != m_fingerprint)
         return fail(Error::Refused, "the server showed a certificate that is not the expected one");
     m_ready = true;
     m_timer.cancel();
-    m_in.resize(kInBuffer);
+    m_in = FramePool::share(kFirstBuffer);
     m_listener->channelReady();
-    if (m_closed)
-        return;
-    read();
-    write();
 }
 
 void TcpChannel::read()
 {
-    if (m_reading || m_closed || !m_ready || (!m_readingWanted && !m_closing))
+    const bool wanted = m_readingWanted || m_closing || !m_ready;
+    if (m_reading || m_closed || !wanted || m_codec.hasInput())
         return;
-    if (m_inBegin > 0) {
-        std::copy(m_in.begin() + std::ptrdiff_t(m_inBegin), m_in.begin() + std::ptrdiff_t(m_inEnd), m_in.begin());
-        m_inEnd -= m_inBegin;
-        m_inBegin = 0;
-    }
     m_reading = true;
-    m_stream.async_read_some(asio::buffer(m_in.data() + m_inEnd, m_in.size() - m_inEnd),
-                             [self = shared_from_this()](std::error_code error, std::size_t got) {
-                                 self->m_reading = false;
-                                 if (self->m_closed)
-                                     return;
-                                 if (error)
-                                     return self->fail(Error::Network, "connection lost: " + error.message());
-                                 self->m_metrics.bytesIn += got;
-                                 if (!self->m_closing)
-                                     self->m_inEnd += got;
-                                 self->parse();
-                             });
+    std::size_t size = 0;
+    std::uint8_t *space = m_codec.space(size);
+    m_socket.async_read_some(asio::buffer(space, size), [self = shared_from_this()](std::error_code error,
+                                                                                    std::size_t got) {
+        self->m_reading = false;
+        if (self->m_closed)
+            return;
+        if (error)
+            return self->fail(Error::Network,
+                              (self->m_ready ? "connection lost: " : "no encrypted connection: ") + error.message());
+        self->m_metrics.bytesIn += got;
+        self->m_codec.received(got);
+        self->decode();
+    });
 }
 
-void TcpChannel::parse()
+/// Goes on with what came from the line as far as it reaches.
+void TcpChannel::decode()
 {
-    if (m_parsing)
+    if (m_decoding || m_closed)
         return;
-    m_parsing = true;
-    while (!m_closed && !m_closing && m_readingWanted && m_inEnd - m_inBegin >= kFrameHeader) {
-        WireReader header(m_in.data() + m_inBegin, kFrameHeader);
+    m_decoding = true;
+    while (!m_closed) {
+        if (m_closing)
+            break;
+        TlsCodec::Step step = TlsCodec::Step::Done;
+        if (!m_ready) {
+            step = m_codec.handshake();
+            if (step == TlsCodec::Step::Done)
+                ready();
+        } else if (parse()) {
+            makeRoom();
+            std::size_t got = 0;
+            step = m_codec.read(m_in->data() + m_inEnd, m_in->size() - m_inEnd, got);
+            m_inEnd += got;
+        } else {
+            break;
+        }
+        if (step == TlsCodec::Step::Failed)
+            fail(Error::Network, (m_ready ? "connection lost: " : "no encrypted connection: ") + m_codec.error());
+        if (step != TlsCodec::Step::Done)
+            break;
+    }
+    m_decoding = false;
+    if (m_closing)
+        m_codec.dropInput();
+    write();
+    read();
+}
+
+/// Delivers the whole frames that are there. False when no more are wanted now.
+bool TcpChannel::parse()
+{
+    while (!m_closed && !m_closing && m_readingWanted) {
+        if (m_inEnd - m_inBegin < kFrameHeader)
+            return true;
+        WireReader header(m_in->data() + m_inBegin, kFrameHeader);
         const std::size_t length = header.u32();
         const std::uint8_t type = header.u8();
         const std::uint32_t stream = header.u32();
         if (length < kFrameHeader - 4 || length + 4 > kMaxFrame) {
             fail(Error::Integrity, "frame of impossible length");
-            break;
+            return false;
         }
         if (m_inEnd - m_inBegin < length + 4)
-            break;
-        const std::uint8_t *body = m_in.data() + m_inBegin + kFrameHeader;
+            return true;
+        const std::uint8_t *body = m_in->data() + m_inBegin + kFrameHeader;
         m_inBegin += length + 4;
         m_listener->channelFrame(type, stream, body, length + 4 - kFrameHeader);
     }
-    m_parsing = false;
-    read();
+    return false;
+}
+
+/// Room for a record at least, behind the beginning of the frame that is not whole yet.
+void TcpChannel::makeRoom()
+{
+    if (m_inBegin == m_inEnd && !m_inHeld)
+        m_inBegin = m_inEnd = 0;
+    if (m_in->size() - m_inEnd >= kRecord)
+        return;
+    const std::size_t rest = m_inEnd - m_inBegin;
+    if (!m_inHeld && m_inBegin >= kRecord) {
+        std::memmove(m_in->data(), m_in->data() + m_inBegin, rest);
+    } else {
+        const std::shared_ptr<Bytes> full = std::exchange(m_in, FramePool::share(FramePool::kSlab));
+        std::memcpy(m_in->data(), full->data() + m_inBegin, rest);
+        m_inHeld = false;
+    }
+    m_inBegin = 0;
+    m_inEnd = rest;
+}
+
+std::shared_ptr<const void> TcpChannel::holdFrame()
+{
+    m_inHeld = true;
+    return m_in;
 }
 
 void TcpChannel::setReading(bool reading)
@@ -184,10 +234,7 @@ void TcpChannel::setReading(bool reading)
         return;
     m_readingWanted = reading;
     if (reading && m_ready && !m_closed)
-        asio::post(m_stream.get_executor(), [self = shared_from_this()] {
-            if (!self->m_closed && !self->m_reading)
-                self->parse();
-        });
+        asio::post(m_socket.get_executor(), [self = shared_from_this()] { self->decode(); });
 }
 
 void TcpChannel::send(Bytes frames)
@@ -199,24 +246,51 @@ void TcpChannel::send(Bytes frames)
     write();
 }
 
+/// Encrypts about a batch of what is queued.
+void TcpChannel::encode()
+{
+    while (!m_out.empty() && m_codec.output().size() < kBatch) {
+        Bytes frames = std::move(m_out.front());
+        m_out.pop_front();
+        m_gathered.clear();
+        while (!m_out.empty() && m_gathered.size() + frames.size() + m_out.front().size() <= kGather) {
+            m_gathered.insert(m_gathered.end(), frames.begin(), frames.end());
+            frames = std::move(m_out.front());
+            m_out.pop_front();
+        }
+        if (!m_gathered.empty()) {
+            m_gathered.insert(m_gathered.end(), frames.begin(), frames.end());
+            frames.swap(m_gathered);
+        }
+        m_writingPlain += frames.size();
+        if (!m_codec.write(frames.data(), frames.size()))
+            return fail(Error::Network, "connection lost: " + m_codec.error());
+        if (m_gathered.empty())
+            FramePool::give(std::move(frames));
+        else
+            frames.swap(m_gathered);
+    }
+}
+
 void TcpChannel::write()
 {
-    if (!m_ready || m_closed || !m_writing.empty())
+    if (m_closed || m_sending)
         return;
-    if (m_out.empty()) {
+    if (m_ready)
+        encode();
+    if (m_closed)
+        return;
+    if (m_codec.output().empty()) {
         if (m_closing)
             flushed();
         return;
     }
-    m_writing = std::move(m_out.front());
-    m_out.pop_front();
-    while (!m_out.empty() && m_writing.size() + m_out.front().size() <= kGather) {
-        m_writing.insert(m_writing.end(), m_out.front().begin(), m_out.front().end());
-        m_out.pop_front();
-    }
-    asio::async_write(m_stream, asio::buffer(m_writing),
+    m_sending = true;
+    m_writing.swap(m_codec.output());
+    asio::async_write(m_socket, asio::buffer(m_writing),
                       [self = shared_from_this()](std::error_code error, std::size_t sent) {
-                          self->m_queued -= self->m_writing.size();
+                          self->m_sending = false;
+                          self->m_queued -= std::exchange(self->m_writingPlain, 0);
                           self->m_writing.clear();
                           if (self->m_closed)
                               return;
@@ -224,7 +298,7 @@ void TcpChannel::write()
                           if (error)
                               return self->fail(Error::Network, "connection lost: " + error.message());
                           self->write();
-                          if (!self->m_closed && !self->m_closing)
+                          if (!self->m_closed && !self->m_closing && self->m_ready)
                               self->m_listener->channelWritable();
                       });
 }
@@ -237,7 +311,6 @@ void TcpChannel::close()
     if (!m_ready)
         return drop();
     m_closing = true;
-    m_inBegin = m_inEnd = 0;
     m_timer.expires_after(kFlushTime);
     m_timer.async_wait([self = shared_from_this()](std::error_code stopped) {
         if (!stopped)
@@ -252,7 +325,7 @@ void TcpChannel::flushed()
     // The other side closes when it saw the end. Closing at once, with bytes of it unread, would take back what is
     // still on its way.
     std::error_code ignored;
-    m_stream.next_layer().shutdown(tcp::socket::shutdown_send, ignored);
+    m_socket.shutdown(tcp::socket::shutdown_send, ignored);
 }
 
 void TcpChannel::fail(Error error, const std::string &text)
@@ -272,8 +345,8 @@ void TcpChannel::drop()
     m_timer.cancel();
     m_resolver.cancel();
     std::error_code ignored;
-    m_stream.next_layer().close(ignored);
-    m_queued -= m_queued - m_writing.size();
+    m_socket.close(ignored);
+    m_queued = m_writingPlain;
     m_out.clear();
 }
 
@@ -281,7 +354,7 @@ Metrics TcpChannel::metrics() const
 {
     Metrics metrics = m_metrics;
     if (m_ready && !m_closed) {
-        const auto socket = const_cast<TcpChannel *>(this)->m_stream.next_layer().native_handle();
+        const auto socket = const_cast<TcpChannel *>(this)->m_socket.native_handle();
         tcpFigures(static_cast<NativeSocket>(socket), metrics.roundTripMs, metrics.retransmitPercent);
     }
     return metrics;
@@ -290,7 +363,7 @@ Metrics TcpChannel::metrics() const
 std::string TcpChannel::peer() const
 {
     std::error_code failed;
-    const auto endpoint = m_stream.next_layer().remote_endpoint(failed);
+    const auto endpoint = m_socket.remote_endpoint(failed);
     return failed ? m_host : endpoint.address().to_string();
 }
 

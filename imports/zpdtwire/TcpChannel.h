@@ -1,10 +1,9 @@
 #pragma once
 
 #include "Channel.h"
+#include "TlsCodec.h"
 
 #include <asio/ip/tcp.hpp>
-#include <asio/ssl/context.hpp>
-#include <asio/ssl/stream.hpp>
 #include <asio/steady_timer.hpp>
 
 #include <deque>
@@ -31,43 +30,51 @@ public:
     Metrics metrics() const override;
     std::uint64_t bytesReceived() const override { return m_metrics.bytesIn; }
     std::string peer() const override;
+    std::shared_ptr<const void> holdFrame() override;
 
 private:
-    TcpChannel(asio::ip::tcp::socket socket, std::shared_ptr<asio::ssl::context> tls);
+    TcpChannel(asio::ip::tcp::socket socket, std::shared_ptr<asio::ssl::context> tls, bool server);
 
     void resolve();
     void connect(const std::vector<asio::ip::tcp::endpoint> &endpoints);
     void handshake();
     void ready();
     void read();
-    void parse();
+    void decode();
+    bool parse();
+    void makeRoom();
     void write();
+    void encode();
     void flushed();
     void fail(Error error, const std::string &text);
     void drop();
 
-    std::shared_ptr<asio::ssl::context> m_tls;
-    asio::ssl::stream<asio::ip::tcp::socket> m_stream;
+    asio::ip::tcp::socket m_socket;
+    TlsCodec m_codec;
     asio::ip::tcp::resolver m_resolver;
     asio::steady_timer m_timer;
     Listener *m_listener = nullptr;
     std::string m_host;
     std::uint16_t m_port = 0;
     std::string m_fingerprint;
-    bool m_server = false;
+    const bool m_server;
     bool m_ready = false;
     bool m_closing = false;
     bool m_closed = false;
     bool m_readingWanted = true;
     bool m_reading = false;
-    bool m_parsing = false;
+    bool m_decoding = false;
 
-    Bytes m_in;
+    std::shared_ptr<Bytes> m_in; ///< plain bytes; frames that were held stay in it
+    bool m_inHeld = false;
     std::size_t m_inBegin = 0;
     std::size_t m_inEnd = 0;
     std::deque<Bytes> m_out;
-    Bytes m_writing;
-    std::size_t m_queued = 0; ///< m_out and m_writing
+    Bytes m_gathered;               ///< small frames on their way into one record
+    Bytes m_writing;                ///< cipher text that the socket is taking
+    std::size_t m_writingPlain = 0; ///< what m_writing holds
+    bool m_sending = false;
+    std::size_t m_queued = 0; ///< plain bytes of m_out and m_writing
 
     Metrics m_metrics;
 };
