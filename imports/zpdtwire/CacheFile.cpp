@@ -254,8 +254,8 @@ CacheFile::Outcome CacheFile::process(std::vector<Op> ops)
 
 void CacheFile::piece(const Op &op, Outcome &outcome)
 {
-    if (op.block >= m_blocks || op.offset > sizeOf(op.block) || op.data.size() > sizeOf(op.block) - op.offset ||
-        op.last != (op.offset + op.data.size() == sizeOf(op.block)))
+    if (op.block >= m_blocks || op.offset > sizeOf(op.block) || op.size > sizeOf(op.block) - op.offset ||
+        op.last != (op.offset + op.size == sizeOf(op.block)))
         return fail(Error::Integrity, "data outside the file", outcome);
     if (op.offset == 0) {
         m_open = op.block;
@@ -264,13 +264,12 @@ void CacheFile::piece(const Op &op, Outcome &outcome)
     }
     if (op.block != m_open || op.offset != m_openAt)
         return fail(Error::Integrity, "data out of order", outcome);
-    const FileResult written =
-        m_file.writeAt(std::uint64_t(op.block) * m_item.blockSize + op.offset, op.data.data(), op.data.size());
+    const FileResult written = m_file.writeAt(std::uint64_t(op.block) * m_item.blockSize + op.offset, op.data, op.size);
     if (!written.ok())
         return fail(written, outcome);
-    m_openHash.add(op.data.data(), op.data.size());
-    m_openAt += static_cast<std::uint32_t>(op.data.size());
-    m_unwritten += op.data.size();
+    m_openHash.add(op.data, op.size);
+    m_openAt += static_cast<std::uint32_t>(op.size);
+    m_unwritten += op.size;
     if (m_unwritten >= kWriteback) {
         m_unwritten = 0;
         startWriteback(m_file);

@@ -33,7 +33,9 @@ public:
         std::uint32_t offset = 0;
         bool last = false;
         Digest digest{};
-        Bytes data;
+        const std::uint8_t *data = nullptr;
+        std::size_t size = 0;
+        std::shared_ptr<const void> owner; ///< of the data
         std::vector<Digest> sums;
     };
     struct Outcome

@@ -27,9 +27,10 @@ public:
         u8(type);
         u32(stream);
     }
-    void end()
+    /// @param following bytes of the frame that the caller puts behind it
+    void end(std::size_t following = 0)
     {
-        const auto length = static_cast<std::uint32_t>(m_out.size() - m_start - 4);
+        const auto length = static_cast<std::uint32_t>(m_out.size() - m_start - 4 + following);
         for (int i = 0; i < 4; ++i)
             m_out[m_start + std::size_t(i)] = static_cast<std::uint8_t>(length >> (8 * i));
     }

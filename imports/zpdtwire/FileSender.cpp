@@ -1,5 +1,6 @@
 #include "FileSender.h"
 
+#include "FramePool.h"
 #include "TreeScan.h"
 
 #include <algorithm>
@@ -10,6 +11,9 @@ namespace {
 constexpr std::size_t kReadSize = 1u << 20;
 /// Blocks that are only read, to compare their digests, cost no line; more of them at a time.
 constexpr std::size_t kHashSize = 8u << 20;
+/// Data of one frame: whole pages of the disk, and the frame fits a little more than three TLS records.
+constexpr std::size_t kPiece = 15 * 4096;
+static_assert(kPiece <= kMaxPiece);
 
 /// One for each disk thread: thousands of files may be open, few are read at the same time.
 Bytes &readBuffer()
@@ -81,16 +85,17 @@ FileSender::Chunk FileSender::next()
     while (m_block < m_blocks && left > 0 && leftToHash > 0) {
         const bool held = isHeld(m_block);
         const std::uint32_t blockSize = sizeOf(m_block);
-        const std::size_t part = std::min<std::size_t>(blockSize - m_offset, std::min(left, kReadSize));
-        if (!read(std::uint64_t(m_block) * m_blockSize + m_offset, part, chunk))
-            return chunk;
-        m_blockHash.add(readBuffer().data(), part);
+        std::size_t part = std::min<std::size_t>(blockSize - m_offset, held ? kReadSize : kPiece);
         if (held) {
+            if (!read(m_block, m_offset, readBuffer().data(), part, chunk))
+                return chunk;
+            m_blockHash.add(readBuffer().data(), part);
             leftToHash -= std::min(leftToHash, part);
         } else {
             flushSums(chunk);
-            sendPart(m_block, m_offset, part, chunk);
-            left -= part;
+            if (!sendPart(m_block, m_offset, part, m_blockHash, chunk))
+                return chunk;
+            left -= std::min(left, part);
         }
         m_offset += static_cast<std::uint32_t>(part);
         if (m_offset < blockSize)
@@ -137,20 +142,14 @@ FileSender::Chunk FileSender::again(std::uint32_t block)
     }
     if (!open(chunk))
         return chunk;
-    // The running hash belongs to the block that is being sent now.
-    BlockHash current = std::move(m_blockHash);
-    m_blockHash = BlockHash();
+    BlockHash hash;
     const std::uint32_t size = sizeOf(block);
-    std::uint32_t at = 0;
-    while (at < size) {
-        const std::size_t part = std::min<std::size_t>(size - at, kReadSize);
-        if (!read(std::uint64_t(block) * m_blockSize + at, part, chunk))
+    for (std::uint32_t at = 0; at < size;) {
+        const std::size_t part = std::min<std::size_t>(size - at, kPiece);
+        if (!sendPart(block, at, part, hash, chunk))
             break;
-        m_blockHash.add(readBuffer().data(), part);
-        sendPart(block, at, part, chunk);
         at += static_cast<std::uint32_t>(part);
     }
-    m_blockHash = std::move(current);
     if (chunk.error == Error::None)
         (void)unchanged(chunk);
     return chunk;
@@ -161,7 +160,7 @@ void FileSender::compare(Chunk &chunk)
     std::size_t left = kHashSize;
     while (m_block < m_blocks && left > 0) {
         const std::size_t part = std::min<std::size_t>(sizeOf(m_block) - m_offset, kReadSize);
-        if (!read(std::uint64_t(m_block) * m_blockSize + m_offset, part, chunk))
+        if (!read(m_block, m_offset, readBuffer().data(), part, chunk))
             return;
         m_blockHash.add(readBuffer().data(), part);
         left -= std::min(left, part);
@@ -232,10 +231,10 @@ void FileSender::changed(Chunk &chunk)
     m_file.close();
 }
 
-bool FileSender::read(std::uint64_t offset, std::size_t size, Chunk &chunk)
+bool FileSender::read(std::uint32_t block, std::uint32_t offset, void *data, std::size_t size, Chunk &chunk)
 {
     std::size_t got = 0;
-    const FileResult result = m_file.readAt(offset, readBuffer().data(), size, got);
+    const FileResult result = m_file.readAt(std::uint64_t(block) * m_blockSize + offset, data, size, got);
     if (!result.ok()) {
         chunk.error = errorOf(result);
         chunk.text = result.message();
@@ -249,23 +248,32 @@ bool FileSender::read(std::uint64_t offset, std::size_t size, Chunk &chunk)
     return true;
 }
 
-void FileSender::sendPart(std::uint32_t block, std::uint32_t offset, std::size_t size, Chunk &chunk)
+/// Reads a piece straight into its frame; the digest goes in front of it afterwards.
+bool FileSender::sendPart(std::uint32_t block, std::uint32_t offset, std::size_t size, BlockHash &hash, Chunk &chunk)
 {
-    for (std::size_t at = 0; at < size; at += kMaxPiece) {
-        DataMessage data;
-        data.no = m_no;
-        data.block = block;
-        data.offset = offset + static_cast<std::uint32_t>(at);
-        data.data = readBuffer().data() + at;
-        data.size = std::min(size - at, kMaxPiece);
-        data.last = data.offset + data.size == sizeOf(block);
-        if (data.last)
-            data.digest = m_blockHash.digest();
-        WireWriter w;
-        w.reserve(data.size + 128);
-        append(w, m_stream, data);
-        chunk.frames.push_back(w.take());
+    DataMessage data;
+    data.no = m_no;
+    data.block = block;
+    data.offset = offset;
+    data.last = offset + size == sizeOf(block);
+    const std::size_t before = kFrameHeader + DataMessage::headSize(data.last);
+    Bytes whole = FramePool::take(before + size);
+    std::uint8_t *piece = whole.data() + before;
+    if (!read(block, offset, piece, size, chunk)) {
+        FramePool::give(std::move(whole));
+        return false;
     }
+    hash.add(piece, size);
+    if (data.last)
+        data.digest = hash.digest();
+    WireWriter head;
+    head.begin(static_cast<std::uint8_t>(DataMessage::kType), m_stream);
+    data.encode(head);
+    head.end(size);
+    const Bytes front = head.take();
+    std::copy(front.begin(), front.end(), whole.begin());
+    chunk.frames.push_back(std::move(whole));
+    return true;
 }
 
 void FileSender::flushSums(Chunk &chunk)

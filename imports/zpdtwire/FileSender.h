@@ -36,8 +36,8 @@ private:
     bool open(Chunk &chunk);
     bool unchanged(Chunk &chunk);
     void changed(Chunk &chunk);
-    bool read(std::uint64_t offset, std::size_t size, Chunk &chunk);
-    void sendPart(std::uint32_t block, std::uint32_t offset, std::size_t size, Chunk &chunk);
+    bool read(std::uint32_t block, std::uint32_t offset, void *data, std::size_t size, Chunk &chunk);
+    bool sendPart(std::uint32_t block, std::uint32_t offset, std::size_t size, BlockHash &hash, Chunk &chunk);
     void flushSums(Chunk &chunk);
     bool isHeld(std::uint32_t block);
     std::uint32_t sizeOf(std::uint32_t block) const;

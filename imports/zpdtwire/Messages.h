@@ -175,6 +175,8 @@ struct DataMessage
     Digest digest{};
     const std::uint8_t *data = nullptr;
     std::size_t size = 0;
+    /// Bytes of the body before the data.
+    static std::size_t headSize(bool last) { return last ? 13 + sizeof(Digest) : 13; }
     void encode(WireWriter &w) const;
     bool decode(WireReader &r);
 };

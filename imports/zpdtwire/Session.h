@@ -91,6 +91,8 @@ public:
     void send(Bytes frame);
     /// A stream has data, or its priority changed.
     void wake();
+    /// Inside SessionStream::message(): see Channel.
+    std::shared_ptr<const void> holdFrame() { return m_channel->holdFrame(); }
     /// Received bytes that wait for the disk.
     void addPending(std::size_t bytes);
     void removePending(std::size_t bytes);

@@ -1,5 +1,6 @@
 #include "StreamReceiver.h"
 
+#include "FramePool.h"
 #include "NameRules.h"
 #include "TreeScan.h"
 
@@ -14,6 +15,7 @@ namespace {
 constexpr std::size_t kMostItems = 8192; ///< in flight; the sender keeps to half of it
 constexpr std::size_t kMostCaches = 64;
 constexpr std::size_t kMostWholeBytes = 1u << 20;
+constexpr std::size_t kHoldFrom = 48 * 1024;
 
 } // namespace
 
@@ -149,7 +151,17 @@ bool StreamReceiver::dataMessage(WireReader &body)
     op.offset = data.offset;
     op.last = data.last;
     op.digest = data.digest;
-    op.data.assign(data.data, data.data + data.size);
+    op.size = data.size;
+    op.data = data.data;
+    // Held where it lies when it fills most of what is held with it.
+    if (data.size >= kHoldFrom)
+        op.owner = m_session->holdFrame();
+    if (!op.owner) {
+        auto copy = FramePool::share(data.size);
+        std::copy(data.data, data.data + data.size, copy->begin());
+        op.data = copy->data();
+        op.owner = std::move(copy);
+    }
     item->ops.push_back(std::move(op));
     item->opBytes += data.size;
     m_held += data.size;

@@ -287,7 +287,9 @@ void TcpChannel::write()
     }
     m_sending = true;
     m_writing.swap(m_codec.output());
-    asio::async_write(m_socket, asio::buffer(m_writing),
+    // The library's own condition hands over 64 KiB at a time.
+    const auto all = [](std::error_code error, std::size_t) { return error ? 0 : kBatch * 2; };
+    asio::async_write(m_socket, asio::buffer(m_writing), all,
                       [self = shared_from_this()](std::error_code error, std::size_t sent) {
                           self->m_sending = false;
                           self->m_queued -= std::exchange(self->m_writingPlain, 0);
