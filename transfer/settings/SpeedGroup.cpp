@@ -86,7 +86,7 @@ double SpeedGroup::toMegabits(qint64 kilobytes)
     return static_cast<double>(kilobytes) * (1.0 / 1024.0) * 8.0;
 }
 
-void SpeedGroup::show(const QString &mode, qint64 speed)
+void SpeedGroup::setSpeed(const QString &mode, qint64 speed)
 {
     for (QRadioButton *button : {m_smart, m_highSpeed}) {
         button->setAutoExclusive(false);

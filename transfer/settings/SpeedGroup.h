@@ -17,7 +17,7 @@ public:
 
     /// @param mode "fair" or "fixed"; with any other text neither button is checked
     /// @param speed KB/s, shown as the limit where it is above it
-    void show(const QString &mode, qint64 speed);
+    void setSpeed(const QString &mode, qint64 speed);
     /// @param limit KB/s; 0: no limit known
     void setLimit(qint64 limit);
 

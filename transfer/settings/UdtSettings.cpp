@@ -180,8 +180,8 @@ void UdtSettings::load()
 
     const QSignalBlocker quiet(m_type);
     m_type->setCurrentIndex(qMax(0, transferTypes().indexOf(m_stored.transferType)));
-    m_upload->show(m_stored.upMode, m_stored.uploadTargetSpeed);
-    m_download->show(m_stored.downMode, m_stored.downloadTargetSpeed);
+    m_upload->setSpeed(m_stored.upMode, m_stored.uploadTargetSpeed);
+    m_download->setSpeed(m_stored.downMode, m_stored.downloadTargetSpeed);
     m_verify->setCurrentIndex(m_verify->findData(config->zpdt().beVerify == 0 ? 0 : 1));
 
     const DownloadPathSetting path = config->downloadPath(id);

@@ -1,0 +1,54 @@
+#include "TransferCost.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr double kMegabyte = 1048576.0;
+constexpr double kLeastFile = 0.00005; // seconds
+constexpr double kLeastMegabyte = 0.0002;
+/// How far the costs may wander in a second, relative to themselves, and how noisy a second is.
+constexpr double kDrift = 0.03;
+constexpr double kNoise = 0.1;
+constexpr double kEnough = 2.0;    // seconds seen before anything is foretold
+constexpr double kStandstill = 15; // seconds after which nothing is foretold any more
+
+} // namespace
+
+void TransferCost::observe(double seconds, qint64 files, qint64 bytes)
+{
+    if (!(seconds > 0.0))
+        return;
+    m_still += seconds;
+    // A pause belongs to what comes after it: by itself it says nothing of files or bytes.
+    if (files <= 0 && bytes <= 0)
+        return;
+    const double y = m_still;
+    m_still = 0.0;
+    m_seen += y;
+
+    const double drift = kDrift * kDrift * std::min(y, 30.0);
+    m_ff += drift * m_file * m_file;
+    m_mm += drift * m_megabyte * m_megabyte;
+
+    const double f = static_cast<double>(std::max<qint64>(0, files));
+    const double m = static_cast<double>(std::max<qint64>(0, bytes)) / kMegabyte;
+    const double pf = m_ff * f + m_fm * m;
+    const double pm = m_fm * f + m_mm * m;
+    const double variance = f * pf + m * pm + kNoise * y;
+    const double gf = pf / variance;
+    const double gm = pm / variance;
+    const double surprise = y - (f * m_file + m * m_megabyte);
+    m_file = std::max(kLeastFile, m_file + gf * surprise);
+    m_megabyte = std::max(kLeastMegabyte, m_megabyte + gm * surprise);
+    m_ff -= gf * pf;
+    m_fm -= gf * pm;
+    m_mm -= gm * pm;
+}
+
+double TransferCost::estimate(qint64 files, qint64 bytes) const
+{
+    if (m_seen < kEnough || m_still > kStandstill)
+        return -1.0;
+    return static_cast<double>(files) * m_file + static_cast<double>(bytes) / kMegabyte * m_megabyte;
+}
