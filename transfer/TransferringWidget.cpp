@@ -8,13 +8,14 @@
 #include "TransferDispatch.h"
 #include "TransferListWidget.h"
 #include "TransferManager.h"
+#include "TransferStatusDockWidget.h"
+#include "TransferSummaryBar.h"
 #include "TransferTaskModel.h"
 #include "TransferTexts.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QLabel>
 #include <QPushButton>
 #include <QTabBar>
 #include <QTabWidget>
@@ -157,16 +158,34 @@ void TransferringWidget::buildTabs()
     connect(m_clearAll, SIGNAL(clicked()), m_finished, SLOT(RemoveAllFinishedTaskRecord()));
     m_tabs->addTab(buildTab(QStringLiteral("tab_finished"), m_finished, {m_clearAll}), QString());
 
-    m_connectionNotice = new QLabel;
-    m_connectionNotice->setObjectName(QStringLiteral("label_connection"));
-    m_connectionNotice->setTextFormat(Qt::PlainText);
-    m_connectionNotice->setContentsMargins(0, 0, 12, 0);
-    m_connectionNotice->hide();
-    m_tabs->setCornerWidget(m_connectionNotice);
-
+    buildStatus();
+    auto *columns = new QHBoxLayout;
+    columns->setSpacing(0);
+    columns->addWidget(m_tabs, 1);
+    columns->addWidget(m_dock);
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(m_tabs);
+    layout->setSpacing(0);
+    layout->addLayout(columns, 1);
+    layout->addWidget(m_summary);
+}
+
+void TransferringWidget::buildStatus()
+{
+    m_clock.start();
+    m_dock = new TransferStatusDockWidget([this](const QString &id) { return m_totals.tasksOf(id); });
+    m_dock->hide();
+    m_summary = new TransferSummaryBar;
+    connect(m_summary->statusButton(), SIGNAL(clicked()), this, SLOT(OnClickNetStatus()));
+    connect(m_dock, &TransferStatusDockWidget::closed, this, &TransferringWidget::OnClickNetStatus);
+    connect(m_dock, &TransferStatusDockWidget::worstChanged, this, [this] { m_summary->setHealth(m_dock->worst()); });
+}
+
+void TransferringWidget::OnClickNetStatus()
+{
+    const bool shown = m_dock->isHidden();
+    m_dock->setVisible(shown);
+    m_summary->statusButton()->setChecked(shown);
 }
 
 void TransferringWidget::connectEngine()
@@ -190,10 +209,14 @@ void TransferringWidget::connectEngine()
             SLOT(TransferTaskCountChanged(qint64, ZPDTCMDTYPE)));
     connect(engine, SIGNAL(ConnectionInfoChanged(QList<ZpdtConnectionInfo>)), this,
             SLOT(OnConnectionInfoChanged(QList<ZpdtConnectionInfo>)));
+    connect(engine, &TransferModule::TaskProgressChanged, this,
+            [this](const TaskRecord &task, const ZpdtProgress &progress) { m_totals.progress(task, progress); });
     for (TransferListWidget *list : {m_uploads, m_downloads}) {
         connect(engine, SIGNAL(TaskCreateCount(qint64, ZPDTCMDTYPE)), list, SLOT(CreateCount(qint64, ZPDTCMDTYPE)));
         connect(engine, SIGNAL(TaskProgressChanged(TaskRecord, ZpdtProgress)), list,
                 SLOT(OnProgressChanged(TaskRecord, ZpdtProgress)));
+        connect(list, &TransferListWidget::sigRegisterPausedTask, this,
+                [this](const QList<TaskRecord> &tasks) { m_totals.put(tasks); });
         connect(list, SIGNAL(sigRegisterPausedTask(QList<TaskRecord>)), engine,
                 SIGNAL(SigRegisterPausedTask(QList<TaskRecord>)));
         connect(list, SIGNAL(sigUnRegisterPausedTask(QList<TaskRecord>)), engine,
@@ -266,7 +289,6 @@ void TransferringWidget::retranslate()
     }
     m_clearAll->setText(tr("Clear All"));
     RefreshTaskCount();
-    OnConnectionInfoChanged(m_connections);
     // Rows and column heads take their words anew when they are painted.
     for (QTreeView *view : findChildren<QTreeView *>()) {
         view->header()->viewport()->update();
@@ -355,6 +377,10 @@ void TransferringWidget::RefreshTaskCount()
     m_tabs->setTabText(0, titleWithCount(tr("Uploading"), m_uploadCount));
     m_tabs->setTabText(1, titleWithCount(tr("Downloading"), m_downloadCount));
     m_tabs->setTabText(2, titleWithCount(tr("Finished"), m_finishedCount));
+    // Costs are learned by the second.
+    if (++m_ticks % 2 == 0)
+        m_totals.tick(m_clock.elapsed());
+    m_summary->setFigures(m_totals.figures(ZPDT_UPLOAD), m_totals.figures(ZPDT_DOWNLOAD), m_totals.figures());
 }
 
 void TransferringWidget::InitCount(qint64 uploads, qint64 downloads, qint64 finished)
@@ -377,6 +403,7 @@ void TransferringWidget::FinishTaskCountChanged(qint64 count)
 
 void TransferringWidget::OnFileTaskCreate(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
 {
+    m_totals.put(tasks);
     m_finished->Withdraw(tasks);
     listOf(type)->CreateEnd(tasks);
     emit FileTransferringTaskCreated(type);
@@ -385,12 +412,14 @@ void TransferringWidget::OnFileTaskCreate(QList<TaskRecord> tasks, ZPDTCMDTYPE t
 
 void TransferringWidget::OnFileTaskStart(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
 {
+    m_totals.put(tasks);
     m_finished->Withdraw(tasks);
     listOf(type)->StartEnd(tasks);
 }
 
 void TransferringWidget::OnFileTaskRetrans(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
 {
+    m_totals.put(tasks);
     m_finished->Withdraw(tasks);
     listOf(type)->Retrans(tasks);
     OnButtonStateChanged(true);
@@ -398,6 +427,7 @@ void TransferringWidget::OnFileTaskRetrans(QList<TaskRecord> tasks, ZPDTCMDTYPE 
 
 void TransferringWidget::OnFileTaskFinished(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
 {
+    m_totals.finish(tasks);
     TransferListWidget *list = listOf(type);
     QStringList names;
     QStringList uploaded;
@@ -438,11 +468,13 @@ void TransferringWidget::OnFolderUploadFinished(QStringList folders)
 
 void TransferringWidget::OnPauseEnd(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
 {
+    m_totals.pause(tasks);
     listOf(type)->PauseEnd(tasks);
 }
 
 void TransferringWidget::OnCancelEnd(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
 {
+    m_totals.cancel(tasks);
     listOf(type)->CancelEnd(tasks);
 }
 
@@ -487,23 +519,8 @@ void TransferringWidget::showStorageExhausted()
 
 void TransferringWidget::OnConnectionInfoChanged(QList<ZpdtConnectionInfo> connections)
 {
-    QStringList lost;
-    QString reasons;
-    m_connections = connections;
-    for (const ZpdtConnectionInfo &connection : qAsConst(connections)) {
-        if (connection.state == ZpdtConnectionInfo::Connected)
-            continue;
-        const QString name = GlobalConfig::instance()->subCenter(connection.subCenterId).name;
-        lost << (name.isEmpty() ? connection.subCenterId : name);
-        if (reasons.isEmpty())
-            reasons = connection.reason;
-    }
-    lost.removeDuplicates();
-    // An idle engine keeps no connection; only one that transfers wait for is worth a word.
-    const bool shown = !lost.isEmpty() && runningCount() > 0;
-    m_connectionNotice->setText(shown ? tr("Connecting to %1...").arg(lost.join(QStringLiteral(", "))) : QString());
-    m_connectionNotice->setToolTip(QStringLiteral("<qt>%1</qt>").arg(reasons.toHtmlEscaped()));
-    m_connectionNotice->setVisible(shown);
+    m_totals.lines(connections);
+    m_dock->OnConnectionInfoChanged(connections);
 }
 
 void TransferringWidget::OnButtonStateChanged(bool)

@@ -3,20 +3,23 @@
 #include "FileItem.h"
 #include "SubCenter.h"
 #include "TransferModule.h"
+#include "TransferTotals.h"
 
+#include <QElapsedTimer>
 #include <QWidget>
 
 #include <memory>
 
 class FinishedListWidget;
 class MsgDlg;
-class QLabel;
 class QPushButton;
 class QTabWidget;
 class TransferDispatch;
 class TransferListWidget;
 class TransferManager;
 class TransferModulePort;
+class TransferStatusDockWidget;
+class TransferSummaryBar;
 
 /// The transfer page: owns the record store, the transfer engine, its dispatch and the lists of running and ended
 /// transfers. Requests come in by the slots, reports of the engine go on to the lists and leave as signals for the
@@ -39,6 +42,8 @@ public:
     QTabWidget *tabs() const { return m_tabs; }
     /// Transfers that would be interrupted by an end of the program: those that neither pause nor wait to end.
     int runningCount() const;
+    /// How far the transfers of both directions are.
+    TransferFigures figures() const { return m_totals.figures(); }
 
 public slots:
     void Upload(QStringList files, QStringList folders, SubCenter center, QString remoteDir);
@@ -71,6 +76,8 @@ public slots:
     void OnTaskExist(QList<TaskRecord> tasks);
     void OnConnectionInfoChanged(QList<ZpdtConnectionInfo> connections);
     void OnButtonStateChanged(bool running);
+    /// Opens or closes the state of the connections.
+    void OnClickNetStatus();
 
 signals:
     /// Remote paths of uploaded files and folders.
@@ -87,6 +94,7 @@ protected:
 
 private:
     void buildTabs();
+    void buildStatus();
     QWidget *buildTab(const QString &name, QWidget *list, const QList<QPushButton *> &buttons);
     void connectEngine();
     void connectLists();
@@ -107,8 +115,11 @@ private:
     QList<QPushButton *> m_pauseAll;
     QList<QPushButton *> m_cancelAll;
     QPushButton *m_clearAll = nullptr;
-    QLabel *m_connectionNotice = nullptr;
-    QList<ZpdtConnectionInfo> m_connections;
+    TransferStatusDockWidget *m_dock = nullptr;
+    TransferSummaryBar *m_summary = nullptr;
+    TransferTotals m_totals;
+    QElapsedTimer m_clock;
+    int m_ticks = 0;
     MsgDlg *m_storageNotice = nullptr;
     MsgDlg *m_existNotice = nullptr;
     qint64 m_uploadCount = 0;

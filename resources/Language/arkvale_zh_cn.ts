@@ -1059,6 +1059,69 @@
     </message>
 </context>
 <context>
+    <name>TaskDetailInfoWidget</name>
+    <message>
+        <source>task :</source>
+        <translation>任务：</translation>
+    </message>
+    <message>
+        <source>connect times :</source>
+        <translation>连接次数：</translation>
+    </message>
+    <message>
+        <source>loss :</source>
+        <translation>丢包：</translation>
+    </message>
+    <message>
+        <source>ack :</source>
+        <translation>确认时延：</translation>
+    </message>
+    <message>
+        <source>sending :</source>
+        <translation>发送：</translation>
+    </message>
+    <message>
+        <source>receiving :</source>
+        <translation>接收：</translation>
+    </message>
+    <message>
+        <source>sent again :</source>
+        <translation>重传：</translation>
+    </message>
+    <message>
+        <source>carrier :</source>
+        <translation>承载：</translation>
+    </message>
+    <message>
+        <source>reason :</source>
+        <translation>原因：</translation>
+    </message>
+    <message>
+        <source>connected</source>
+        <translation>已连接</translation>
+    </message>
+    <message>
+        <source>connecting</source>
+        <translation>正在连接</translation>
+    </message>
+    <message>
+        <source>not connected</source>
+        <translation>未连接</translation>
+    </message>
+    <message>
+        <source>The network is not good, please check the local network or parameter settings</source>
+        <translation>网络状况不佳，请检查本地网络或参数设置</translation>
+    </message>
+    <message>
+        <source>please check your network or firewall settings</source>
+        <translation>请检查您的网络或防火墙设置</translation>
+    </message>
+    <message>
+        <source>nothing to transfer</source>
+        <translation>没有需要传输的内容</translation>
+    </message>
+</context>
+<context>
     <name>TransferDispatch</name>
     <message>
         <source>real name authentication</source>
@@ -1094,6 +1157,88 @@
     <message>
         <source>Are you sure to cancel all transmission?</source>
         <translation>确定要取消所有传输吗？</translation>
+    </message>
+</context>
+<context>
+    <name>TransferStatusDockWidget</name>
+    <message>
+        <source>Transfer Status Info</source>
+        <translation>传输状态信息</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
+    <message>
+        <source>sub-center</source>
+        <translation>分中心</translation>
+    </message>
+    <message>
+        <source>No connection yet. One is made with the first transfer.</source>
+        <translation>尚无连接。首次传输时将建立连接。</translation>
+    </message>
+</context>
+<context>
+    <name>TransferSummaryBar</name>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 秒</translation>
+    </message>
+    <message>
+        <source>%1 min %2 s</source>
+        <translation>%1 分 %2 秒</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 分钟</translation>
+    </message>
+    <message>
+        <source>%1 h %2 min</source>
+        <translation>%1 小时 %2 分</translation>
+    </message>
+    <message>
+        <source>%1 d %2 h</source>
+        <translation>%1 天 %2 小时</translation>
+    </message>
+    <message>
+        <source>%1 of %2 files</source>
+        <translation>%1 / %2 个文件</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 / %2</translation>
+    </message>
+    <message>
+        <source>still counting</source>
+        <translation>仍在统计</translation>
+    </message>
+    <message>
+        <source>about %1 left</source>
+        <translation>约剩 %1</translation>
+    </message>
+    <message>
+        <source>%1 files done</source>
+        <translation>已完成 %1 个文件</translation>
+    </message>
+    <message>
+        <source>%1 paused</source>
+        <translation>%1 个已暂停</translation>
+    </message>
+    <message>
+        <source>%1 failed</source>
+        <translation>%1 个失败</translation>
+    </message>
+    <message>
+        <source>Upload: %1</source>
+        <translation>上传：%1</translation>
+    </message>
+    <message>
+        <source>Download: %1</source>
+        <translation>下载：%1</translation>
+    </message>
+    <message>
+        <source>Transfer Status</source>
+        <translation>传输状态</translation>
     </message>
 </context>
 <context>
@@ -1275,10 +1420,6 @@
     <message>
         <source>cancel</source>
         <translation>取消</translation>
-    </message>
-    <message>
-        <source>Connecting to %1...</source>
-        <translation>正在连接 %1...</translation>
     </message>
 </context>
 <context>

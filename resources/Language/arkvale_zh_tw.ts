@@ -1059,6 +1059,69 @@
     </message>
 </context>
 <context>
+    <name>TaskDetailInfoWidget</name>
+    <message>
+        <source>task :</source>
+        <translation>任務：</translation>
+    </message>
+    <message>
+        <source>connect times :</source>
+        <translation>連線次數：</translation>
+    </message>
+    <message>
+        <source>loss :</source>
+        <translation>封包遺失：</translation>
+    </message>
+    <message>
+        <source>ack :</source>
+        <translation>確認時延：</translation>
+    </message>
+    <message>
+        <source>sending :</source>
+        <translation>傳送：</translation>
+    </message>
+    <message>
+        <source>receiving :</source>
+        <translation>接收：</translation>
+    </message>
+    <message>
+        <source>sent again :</source>
+        <translation>重傳：</translation>
+    </message>
+    <message>
+        <source>carrier :</source>
+        <translation>承載：</translation>
+    </message>
+    <message>
+        <source>reason :</source>
+        <translation>原因：</translation>
+    </message>
+    <message>
+        <source>connected</source>
+        <translation>已連線</translation>
+    </message>
+    <message>
+        <source>connecting</source>
+        <translation>正在連線</translation>
+    </message>
+    <message>
+        <source>not connected</source>
+        <translation>未連線</translation>
+    </message>
+    <message>
+        <source>The network is not good, please check the local network or parameter settings</source>
+        <translation>網路狀況不佳，請檢查本地網路或參數設定</translation>
+    </message>
+    <message>
+        <source>please check your network or firewall settings</source>
+        <translation>請檢查您的網路或防火牆設定</translation>
+    </message>
+    <message>
+        <source>nothing to transfer</source>
+        <translation>沒有需要傳輸的內容</translation>
+    </message>
+</context>
+<context>
     <name>TransferDispatch</name>
     <message>
         <source>real name authentication</source>
@@ -1094,6 +1157,88 @@
     <message>
         <source>Are you sure to cancel all transmission?</source>
         <translation>確定要取消所有傳輸嗎？</translation>
+    </message>
+</context>
+<context>
+    <name>TransferStatusDockWidget</name>
+    <message>
+        <source>Transfer Status Info</source>
+        <translation>傳輸狀態資訊</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>關閉</translation>
+    </message>
+    <message>
+        <source>sub-center</source>
+        <translation>分中心</translation>
+    </message>
+    <message>
+        <source>No connection yet. One is made with the first transfer.</source>
+        <translation>尚無連線。首次傳輸時將建立連線。</translation>
+    </message>
+</context>
+<context>
+    <name>TransferSummaryBar</name>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 秒</translation>
+    </message>
+    <message>
+        <source>%1 min %2 s</source>
+        <translation>%1 分 %2 秒</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 分鐘</translation>
+    </message>
+    <message>
+        <source>%1 h %2 min</source>
+        <translation>%1 小時 %2 分</translation>
+    </message>
+    <message>
+        <source>%1 d %2 h</source>
+        <translation>%1 天 %2 小時</translation>
+    </message>
+    <message>
+        <source>%1 of %2 files</source>
+        <translation>%1 / %2 個檔案</translation>
+    </message>
+    <message>
+        <source>%1 of %2</source>
+        <translation>%1 / %2</translation>
+    </message>
+    <message>
+        <source>still counting</source>
+        <translation>仍在統計</translation>
+    </message>
+    <message>
+        <source>about %1 left</source>
+        <translation>約剩 %1</translation>
+    </message>
+    <message>
+        <source>%1 files done</source>
+        <translation>已完成 %1 個檔案</translation>
+    </message>
+    <message>
+        <source>%1 paused</source>
+        <translation>%1 個已暫停</translation>
+    </message>
+    <message>
+        <source>%1 failed</source>
+        <translation>%1 個失敗</translation>
+    </message>
+    <message>
+        <source>Upload: %1</source>
+        <translation>上傳：%1</translation>
+    </message>
+    <message>
+        <source>Download: %1</source>
+        <translation>下載：%1</translation>
+    </message>
+    <message>
+        <source>Transfer Status</source>
+        <translation>傳輸狀態</translation>
     </message>
 </context>
 <context>
@@ -1275,10 +1420,6 @@
     <message>
         <source>cancel</source>
         <translation>取消</translation>
-    </message>
-    <message>
-        <source>Connecting to %1...</source>
-        <translation>正在連線至 %1...</translation>
     </message>
 </context>
 <context>

@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QToolButton>
+#include <QVariant>
 
 #include <algorithm>
 

@@ -16,7 +16,7 @@ constexpr qint64 kMinute = 60;
 constexpr qint64 kHour = 60 * kMinute;
 constexpr qint64 kDay = 24 * kHour;
 
-QString size(qint64 bytes)
+QString sizeOf(qint64 bytes)
 {
     return sizeText(static_cast<quint64>(qMax<qint64>(0, bytes)));
 }
@@ -69,14 +69,14 @@ QString TransferSummaryBar::describe(const TransferFigures &figures)
     QStringList parts;
     if (figures.tasks > 0) {
         parts << tr("%1 of %2 files").arg(figures.filesDone).arg(figures.filesTotal);
-        parts << tr("%1 of %2").arg(size(figures.bytesDone), size(figures.bytesTotal));
+        parts << tr("%1 of %2").arg(sizeOf(figures.bytesDone), sizeOf(figures.bytesTotal));
         parts << TransferTexts::speed(figures.speed);
         if (figures.counting)
             parts << tr("still counting");
         else if (figures.secondsLeft >= 0)
             parts << tr("about %1 left").arg(duration(figures.secondsLeft));
     } else if (figures.filesDone > 0) {
-        parts << tr("%1 files done").arg(figures.filesDone) << size(figures.bytesDone);
+        parts << tr("%1 files done").arg(figures.filesDone) << sizeOf(figures.bytesDone);
     }
     if (figures.paused > 0)
         parts << tr("%1 paused").arg(figures.paused);
