@@ -378,8 +378,11 @@ void TransferringWidget::RefreshTaskCount()
     m_tabs->setTabText(1, titleWithCount(tr("Downloading"), m_downloadCount));
     m_tabs->setTabText(2, titleWithCount(tr("Finished"), m_finishedCount));
     // Costs are learned by the second.
-    if (++m_ticks % 2 == 0)
+    if (++m_ticks % 2 == 0) {
         m_totals.tick(m_clock.elapsed());
+        if (m_dock->isVisible())
+            m_dock->refresh();
+    }
     m_summary->setFigures(m_totals.figures(ZPDT_UPLOAD), m_totals.figures(ZPDT_DOWNLOAD), m_totals.figures());
 }
 

@@ -81,6 +81,20 @@ private slots:
         QVERIFY(cost.estimate(1, 1) < 0.0); // a line that stands still promises nothing
     }
 
+    /// Large and small files side by side on a line of a fixed speed. The large ones are told by the megabyte.
+    void lumpsOfBytesAreNoChance()
+    {
+        TransferCost cost;
+        double large = 0.0;
+        for (int second = 0; second < 90; ++second) {
+            const qint64 before = qint64(large);
+            large += 1.83;
+            cost.observe(1.0, 9, ((qint64(large) - before) << 20) + 9 * 2100);
+        }
+        const double told = cost.estimate(2658, qint64(842) << 20);
+        QVERIFY2(told > 380 && told < 500, qPrintable(QString::number(told))); // 842 MB at 1.85 MB a second
+    }
+
     /// Random reports; after each the sums are what a plain recount gives.
     void sumsAreExact()
     {

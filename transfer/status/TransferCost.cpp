@@ -1,6 +1,7 @@
 #include "TransferCost.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -10,8 +11,10 @@ constexpr double kLeastMegabyte = 0.0002;
 /// How far the costs may wander in a second, relative to themselves, and how noisy a second is.
 constexpr double kDrift = 0.03;
 constexpr double kNoise = 0.1;
-constexpr double kEnough = 2.0;    // seconds seen before anything is foretold
-constexpr double kStandstill = 15; // seconds after which nothing is foretold any more
+/// Bytes are told in lumps and files one by one. In short stretches the lumps would make the bytes look like chance,
+/// and the files like the cause.
+constexpr double kWindow = 4.0;      // seconds
+constexpr double kStandstill = 15.0; // seconds after which nothing is foretold any more
 
 } // namespace
 
@@ -19,20 +22,22 @@ void TransferCost::observe(double seconds, qint64 files, qint64 bytes)
 {
     if (!(seconds > 0.0))
         return;
-    m_still += seconds;
+    m_seconds += seconds;
+    m_still = files > 0 || bytes > 0 ? 0.0 : m_still + seconds;
+    m_files += static_cast<double>(std::max<qint64>(0, files));
+    m_megabytes += static_cast<double>(std::max<qint64>(0, bytes)) / kMegabyte;
     // A pause belongs to what comes after it: by itself it says nothing of files or bytes.
-    if (files <= 0 && bytes <= 0)
+    if (m_seconds < kWindow || (m_files <= 0.0 && m_megabytes <= 0.0))
         return;
-    const double y = m_still;
-    m_still = 0.0;
+    const double y = std::exchange(m_seconds, 0.0);
+    const double f = std::exchange(m_files, 0.0);
+    const double m = std::exchange(m_megabytes, 0.0);
     m_seen += y;
 
     const double drift = kDrift * kDrift * std::min(y, 30.0);
     m_ff += drift * m_file * m_file;
     m_mm += drift * m_megabyte * m_megabyte;
 
-    const double f = static_cast<double>(std::max<qint64>(0, files));
-    const double m = static_cast<double>(std::max<qint64>(0, bytes)) / kMegabyte;
     const double pf = m_ff * f + m_fm * m;
     const double pm = m_fm * f + m_mm * m;
     const double variance = f * pf + m * pm + kNoise * y;
@@ -48,7 +53,7 @@ void TransferCost::observe(double seconds, qint64 files, qint64 bytes)
 
 double TransferCost::estimate(qint64 files, qint64 bytes) const
 {
-    if (m_seen < kEnough || m_still > kStandstill)
+    if (m_seen <= 0.0 || m_still > kStandstill)
         return -1.0;
     return static_cast<double>(files) * m_file + static_cast<double>(bytes) / kMegabyte * m_megabyte;
 }

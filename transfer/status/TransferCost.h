@@ -26,6 +26,10 @@ private:
     double m_ff = 0.005 * 0.005 * 16;
     double m_fm = 0.0;
     double m_mm = 0.1 * 0.1 * 16;
-    double m_seen = 0.0;  ///< seconds in which something was done
-    double m_still = 0.0; ///< seconds since then
+    double m_seen = 0.0;  ///< seconds that were learned from
+    double m_still = 0.0; ///< seconds since something was done
+    // What was gathered since.
+    double m_seconds = 0.0;
+    double m_files = 0.0;
+    double m_megabytes = 0.0;
 };

@@ -14,6 +14,13 @@
 
 #include <algorithm>
 
+namespace {
+
+constexpr int kWidth = 360;
+constexpr int kAroundText = 68; ///< margins, icon and padding of a line
+
+} // namespace
+
 TransferStatusDockWidget::TransferStatusDockWidget(const TaskCount &tasks, QWidget *parent)
     : QFrame(parent)
     , m_taskCount(tasks)
@@ -47,8 +54,9 @@ TransferStatusDockWidget::TransferStatusDockWidget(const TaskCount &tasks, QWidg
     layout->addLayout(head);
     layout->addLayout(m_row);
     layout->addWidget(m_none);
-    layout->addWidget(m_detail, 1);
-    setFixedWidth(300);
+    layout->addWidget(m_detail);
+    layout->addStretch(1);
+    setFixedWidth(kWidth);
 
     connect(m_close, &QToolButton::clicked, this, &TransferStatusDockWidget::closed);
     connect(m_group, &QButtonGroup::idClicked, this, [this](int place) {
@@ -133,6 +141,7 @@ void TransferStatusDockWidget::refresh()
     if (m_connections.isEmpty())
         return;
     int shown = 0;
+    const bool beside = m_row->direction() == QBoxLayout::LeftToRight;
     for (int i = 0; i < m_connections.size(); ++i) {
         const ZpdtConnectionInfo &connection = m_connections.at(i);
         QPushButton *line = m_buttons.at(i);
@@ -141,7 +150,8 @@ void TransferStatusDockWidget::refresh()
                                       connection.host, connection.port);
         // A name may hold what a button takes for the mark of a shortcut.
         line->setText(fontMetrics().elidedText(QString(text).replace(QLatin1Char('&'), QLatin1String("&&")),
-                                               Qt::ElideMiddle, qMax(120, line->width() - 44)));
+                                               Qt::ElideMiddle,
+                                               kWidth - kAroundText - (beside ? m_label->sizeHint().width() + 6 : 0)));
         line->setToolTip(text.toHtmlEscaped());
         line->setIcon(
             QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/") + (m_verdicts.value(i) == ConnectionHealth::Good

@@ -31,6 +31,8 @@ public:
 
     /// Worst verdict of all connections in the last report.
     ConnectionHealth::Verdict worst() const { return m_worst; }
+    /// Shows the present numbers of tasks.
+    void refresh();
 
 public slots:
     void OnConnectionInfoChanged(QList<ZpdtConnectionInfo> connections);
@@ -46,7 +48,6 @@ protected:
 private:
     void retranslate();
     void rebuild();
-    void refresh();
     static QString nameOf(const ZpdtConnectionInfo &connection);
 
     TaskCount m_taskCount;
