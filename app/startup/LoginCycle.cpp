@@ -256,6 +256,8 @@ void LoginCycle::tearDown()
     m_dialog.reset();
     m_bridge.reset();
     m_logger.reset();
+    if (m_updater)
+        m_installation = m_updater->installation();
     m_updater.reset();
     removeTranslators();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CommandLine.h"
+#include "UpdateService.h"
 
 #include <QList>
 #include <QObject>
@@ -16,7 +17,6 @@ class LoginUI;
 class QEventLoop;
 class QTranslator;
 class SingleApplication;
-class UpdateService;
 class zpt_logger;
 
 /// One login after another: builds logger, bridge, login dialog, tray and main window, joins them by their text
@@ -33,6 +33,8 @@ public:
 
     /// Runs one cycle to its end. True when the user logged out, so that the next cycle should begin.
     bool run();
+    /// What is to be installed when the program has ended; asked for in the last cycle.
+    UpdateService::Installation installation() const { return m_installation; }
 
 public slots:
     /// Ends the cycle, and with it the program, wherever it stands. Open questions are closed unanswered.
@@ -62,6 +64,8 @@ private:
     QPointer<QEventLoop> m_loop;
     QList<QTranslator *> m_translators;
     QList<QMetaObject::Connection> m_connections;
+
+    UpdateService::Installation m_installation;
 
     // In the order in which they are built.
     std::unique_ptr<UpdateService> m_updater;

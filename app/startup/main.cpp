@@ -3,6 +3,7 @@
 #include "LoginCycle.h"
 #include "ProcessSetup.h"
 #include "SingleApplication.h"
+#include "UpdateService.h"
 
 #include <QCommandLineParser>
 #include <QDebug>
@@ -22,7 +23,7 @@ void applyStyle(QApplication *application)
         application->setStyleSheet(QString::fromUtf8(style.readAll()));
 }
 
-int runProgram(int &argc, char **argv)
+int runProgram(int &argc, char **argv, UpdateService::Installation *installation)
 {
     SingleApplication application(argc, argv);
     QDir::setCurrent(QCoreApplication::applicationDirPath());
@@ -42,6 +43,7 @@ int runProgram(int &argc, char **argv)
     QObject::connect(&termination, &TerminationRequest::requested, &cycle, &LoginCycle::end);
     while (cycle.run()) {
     }
+    *installation = cycle.installation();
     return 0;
 }
 
@@ -55,7 +57,12 @@ int main(int argc, char **argv)
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     try {
-        return runProgram(argc, argv);
+        UpdateService::Installation installation;
+        const int code = runProgram(argc, argv, &installation);
+        // Only now is nothing of the program in use.
+        if (installation.isWanted() && !UpdateService::startInstaller(installation))
+            qWarning() << "the new version could not be installed";
+        return code;
     } catch (const std::exception &exception) {
         qDebug() << exception.what();
     } catch (...) {

@@ -3,6 +3,7 @@
 #include <sodium.h>
 
 #include <chrono>
+#include <iterator>
 #include <vector>
 
 namespace arkvale::service {
@@ -74,6 +75,57 @@ std::string hmacSha256Hex(const std::string &key, const std::string &message)
 std::string base64(const std::string &data)
 {
     return base64Of(bytesOf(data), data.size(), sodium_base64_VARIANT_ORIGINAL);
+}
+
+std::string fromBase64(const std::string &text)
+{
+    std::string data(text.size(), '\0');
+    std::size_t size = 0;
+    if (sodium_base642bin(reinterpret_cast<unsigned char *>(data.data()), data.size(), text.data(), text.size(),
+                          " \r\n", &size, nullptr, sodium_base64_VARIANT_ORIGINAL) != 0)
+        return {};
+    data.resize(size);
+    return data;
+}
+
+namespace {
+
+/// The two halves that the library makes of a signing key of the right length.
+struct KeyPair
+{
+    explicit KeyPair(const std::string &signingKey)
+    {
+        good = signingKey.size() == crypto_sign_SEEDBYTES &&
+               crypto_sign_seed_keypair(open, secret, bytesOf(signingKey)) == 0;
+    }
+    ~KeyPair() { sodium_memzero(secret, sizeof secret); }
+
+    unsigned char open[crypto_sign_PUBLICKEYBYTES];
+    unsigned char secret[crypto_sign_SECRETKEYBYTES];
+    bool good;
+};
+
+} // namespace
+
+std::string newSigningKey()
+{
+    const auto bytes = randomBytes(crypto_sign_SEEDBYTES);
+    return {bytes.begin(), bytes.end()};
+}
+
+std::string publicKeyOf(const std::string &signingKey)
+{
+    const KeyPair keys(signingKey);
+    return keys.good ? std::string(std::begin(keys.open), std::end(keys.open)) : std::string();
+}
+
+std::string signature(const std::string &signingKey, const std::string &message)
+{
+    const KeyPair keys(signingKey);
+    unsigned char text[crypto_sign_BYTES];
+    if (!keys.good || crypto_sign_detached(text, nullptr, bytesOf(message), message.size(), keys.secret) != 0)
+        return {};
+    return {std::begin(text), std::end(text)};
 }
 
 bool sameSecret(const std::string &a, const std::string &b)

@@ -24,6 +24,13 @@ std::string randomText(std::size_t bytes);
 std::string sha256Hex(const std::string &data);
 std::string hmacSha256Hex(const std::string &key, const std::string &message);
 std::string base64(const std::string &data);
+/// Empty when @p text is no base64.
+std::string fromBase64(const std::string &text);
+
+/// Ed25519. A signing key is 32 secret bytes; so is, in public, the key that checks its signatures of 64 bytes.
+std::string newSigningKey();
+std::string publicKeyOf(const std::string &signingKey);
+std::string signature(const std::string &signingKey, const std::string &message);
 
 /// Takes the same time for every place where two texts of one length differ.
 bool sameSecret(const std::string &a, const std::string &b);

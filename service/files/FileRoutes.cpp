@@ -1,11 +1,11 @@
 #include "FileRoutes.h"
 
-#include "ByteRange.h"
 #include "CompressJob.h"
 #include "CopyJob.h"
 #include "DecompressJob.h"
 #include "Drive.h"
 #include "JsonBody.h"
+#include "RangedFile.h"
 #include "Response.h"
 
 #include <nlohmann/json.hpp>
@@ -180,28 +180,8 @@ Response FileRoutes::preview(const Request &request, const UserHome &home)
     const Outcome outcome = Drive(home, m_types).openFile(path, file, stat);
     if (!outcome.ok())
         return answer(outcome);
-    const std::string tag = entityTag(stat);
-    const std::string &condition = request.header("if-range");
-    // A file that is not the one that was begun is sent whole.
-    const bool sameFile = condition.empty() || condition == tag;
-    const ByteRange range = ByteRange::parse(sameFile ? request.header("range") : std::string(), stat.size);
-    if (range.kind == ByteRange::Kind::Unsatisfiable) {
-        return answer(Outcome::failure(416, "range", "The file ends before that range."))
-            .setHeader("Content-Range", "bytes */" + std::to_string(stat.size));
-    }
     const std::string type = m_types.ofFile(path.substr(path.rfind('/') + 1)).contentType;
-    const bool part = range.kind == ByteRange::Kind::Part;
-    Response response =
-        Response::file(static_cast<int>(file.release()), range.offset, range.length, type, part ? 206 : 200);
-    if (part) {
-        response.setHeader("Content-Range", "bytes " + std::to_string(range.offset) + "-" +
-                                                std::to_string(range.offset + range.length - 1) + "/" +
-                                                std::to_string(stat.size));
-    }
-    response.setHeader("Accept-Ranges", "bytes").setHeader("ETag", tag);
-    // What users store is never to be taken for a page of the service.
-    response.setHeader("X-Content-Type-Options", "nosniff").setHeader("Content-Security-Policy", "sandbox");
-    return response;
+    return rangedFile(request, static_cast<int>(file.release()), stat.size, entityTag(stat), type);
 }
 
 Response FileRoutes::change(const Request &request, const UserHome &home, const std::string &name)

@@ -5,6 +5,7 @@
 #include "Log.h"
 #include "Service.h"
 #include "Site.h"
+#include "UpdateStore.h"
 
 #include <filesystem>
 #include <functional>
@@ -177,6 +178,24 @@ StoreResult list(const Run &run)
     return {};
 }
 
+StoreResult publish(const Run &run)
+{
+    const UpdateStore updates(Service::updatesFolder(run.arguments.value("data")));
+    UpdateStore::Publication publication;
+    publication.file = run.word(0);
+    publication.version = run.arguments.value("version");
+    publication.platform = run.arguments.value("platform", "windows-x86_64");
+    publication.notes = run.arguments.value("notes");
+    std::string key;
+    if (StoreResult read = updates.signingKey(run.arguments.value("key", updates.keyFile()), &key); !read)
+        return read;
+    if (StoreResult published = updates.publish(publication, key); !published)
+        return published;
+    std::cout << "published\t" << publication.version << '\t' << publication.platform << '\n'
+              << "clients have to be built with\tARKVALE_UPDATE_KEY=" << base64(publicKeyOf(key)) << std::endl;
+    return {};
+}
+
 const std::map<std::string, Command> &commands()
 {
     static const std::map<std::string, Command> all = {
@@ -204,6 +223,12 @@ const std::map<std::string, Command> &commands()
         {"unfreeze",
          {"unfreeze USER", 1, {}, {}, [](const Run &run) { return run.store.setRestriction(run.word(0), {}); }}},
         {"list", {"list", 0, {}, {}, &list}},
+        {"publish",
+         {"publish FILE --version V [--platform windows-x86_64] [--notes TEXT] [--key FILE]",
+          1,
+          {},
+          {"version", "platform", "notes", "key"},
+          &publish}},
     };
     return all;
 }

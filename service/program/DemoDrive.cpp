@@ -5,6 +5,7 @@
 #include "DemoPictures.h"
 #include "Service.h"
 #include "Site.h"
+#include "UpdateStore.h"
 
 #include <QImage>
 
@@ -24,6 +25,8 @@ namespace fs = std::filesystem;
 
 constexpr std::int64_t gibibyte = 1024LL * 1024 * 1024;
 constexpr int frameCount = 1000;
+/// Signs packages for the development builds, which trust its public half; no secret, and for nothing else.
+constexpr char kDevelopmentKey[] = "6sQLevD6ABxtNV//RTtRETMh96QYzVt6eHjugv3j0iQ=\n";
 constexpr std::uintmax_t sceneSize = 200u * 1024 * 1024;
 
 struct DemoUser
@@ -239,6 +242,8 @@ bool makeDemoDrive(const std::string &dataFolder, const PasswordCost &cost, std:
             *error = result.error;
             return false;
         }
+        fs::create_directories(Service::updatesFolder(dataFolder));
+        writeText(UpdateStore(Service::updatesFolder(dataFolder)).keyFile(), kDevelopmentKey);
         fs::remove(unfinished);
         return true;
     } catch (const fs::filesystem_error &failure) {

@@ -12,6 +12,7 @@
 #include "TicketRoutes.h"
 #include "TicketStore.h"
 #include "TransferServer.h"
+#include "UpdateRoutes.h"
 
 #include <nlohmann/json.hpp>
 
@@ -200,6 +201,7 @@ bool Service::start(std::string *error)
         const auto found = p->listeners.find(id);
         return found == p->listeners.end() ? TransferListener() : found->second;
     });
+    registerUpdateRoutes(router, UpdateStore(updatesFolder(m_options.dataFolder)));
     FileRoutes::Options files;
     files.thumbnailer = besideThisProgram("arkvale-thumbnailer");
     parts->files = registerFileRoutes(router, *parts->site, files);

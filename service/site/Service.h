@@ -46,6 +46,9 @@ public:
     /// The database of a data folder.
     static std::string databaseFile(const std::string &dataFolder) { return dataFolder + "/arkvale.db"; }
 
+    /// The packages of a data folder that clients update themselves with.
+    static std::string updatesFolder(const std::string &dataFolder) { return dataFolder + "/updates"; }
+
 private:
     struct Parts;
 
