@@ -12,6 +12,7 @@
 #include "UpdateService.h"
 #include "zpt_logger.h"
 
+#include <QDebug>
 #include <QEventLoop>
 #include <QIcon>
 #include <QTimer>
@@ -236,6 +237,17 @@ void LoginCycle::join(const QObject *sender, const char *signal, const QObject *
     m_connections << connect(sender, signal, receiver, slot, type);
 }
 
+void LoginCycle::takeLastAct()
+{
+    m_lastAct = nullptr;
+    if (!m_updater || !m_updater->installation().isWanted())
+        return;
+    m_lastAct = [installation = m_updater->installation()] {
+        if (!UpdateService::startInstaller(installation))
+            qWarning() << "the new version could not be installed";
+    };
+}
+
 void LoginCycle::tearDown()
 {
     m_application->setProperty(kUpdaterProperty, QVariant());
@@ -256,8 +268,7 @@ void LoginCycle::tearDown()
     m_dialog.reset();
     m_bridge.reset();
     m_logger.reset();
-    if (m_updater)
-        m_installation = m_updater->installation();
+    takeLastAct();
     m_updater.reset();
     removeTranslators();
 }

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "CommandLine.h"
-#include "UpdateService.h"
 
 #include <QList>
 #include <QObject>
 #include <QPointer>
 
+#include <functional>
 #include <memory>
 
 class ArkvaleTolmaMain;
@@ -17,6 +17,7 @@ class LoginUI;
 class QEventLoop;
 class QTranslator;
 class SingleApplication;
+class UpdateService;
 class zpt_logger;
 
 /// One login after another: builds logger, bridge, login dialog, tray and main window, joins them by their text
@@ -33,8 +34,8 @@ public:
 
     /// Runs one cycle to its end. True when the user logged out, so that the next cycle should begin.
     bool run();
-    /// What is to be installed when the program has ended; asked for in the last cycle.
-    UpdateService::Installation installation() const { return m_installation; }
+    /// What the last cycle left to be done when nothing of the program is in use any more; empty: nothing.
+    std::function<void()> lastAct() const { return m_lastAct; }
 
 public slots:
     /// Ends the cycle, and with it the program, wherever it stands. Open questions are closed unanswered.
@@ -50,6 +51,7 @@ private:
     void openShell();
     void join(const QObject *sender, const char *signal, const QObject *receiver, const char *slot,
               Qt::ConnectionType type = Qt::AutoConnection);
+    void takeLastAct();
     void tearDown();
     void removeTranslators();
     /// Runs a local event loop until one of the two signals, or end().
@@ -65,7 +67,7 @@ private:
     QList<QTranslator *> m_translators;
     QList<QMetaObject::Connection> m_connections;
 
-    UpdateService::Installation m_installation;
+    std::function<void()> m_lastAct;
 
     // In the order in which they are built.
     std::unique_ptr<UpdateService> m_updater;

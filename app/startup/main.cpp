@@ -3,7 +3,6 @@
 #include "LoginCycle.h"
 #include "ProcessSetup.h"
 #include "SingleApplication.h"
-#include "UpdateService.h"
 
 #include <QCommandLineParser>
 #include <QDebug>
@@ -11,6 +10,7 @@
 #include <QFile>
 
 #include <exception>
+#include <functional>
 
 namespace {
 
@@ -23,7 +23,7 @@ void applyStyle(QApplication *application)
         application->setStyleSheet(QString::fromUtf8(style.readAll()));
 }
 
-int runProgram(int &argc, char **argv, UpdateService::Installation *installation)
+int runProgram(int &argc, char **argv, std::function<void()> *lastAct)
 {
     SingleApplication application(argc, argv);
     QDir::setCurrent(QCoreApplication::applicationDirPath());
@@ -43,7 +43,7 @@ int runProgram(int &argc, char **argv, UpdateService::Installation *installation
     QObject::connect(&termination, &TerminationRequest::requested, &cycle, &LoginCycle::end);
     while (cycle.run()) {
     }
-    *installation = cycle.installation();
+    *lastAct = cycle.lastAct();
     return 0;
 }
 
@@ -57,11 +57,10 @@ int main(int argc, char **argv)
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     try {
-        UpdateService::Installation installation;
-        const int code = runProgram(argc, argv, &installation);
-        // Only now is nothing of the program in use.
-        if (installation.isWanted() && !UpdateService::startInstaller(installation))
-            qWarning() << "the new version could not be installed";
+        std::function<void()> lastAct;
+        const int code = runProgram(argc, argv, &lastAct);
+        if (lastAct)
+            lastAct();
         return code;
     } catch (const std::exception &exception) {
         qDebug() << exception.what();

@@ -65,7 +65,7 @@ private:
     QTimer m_pause;
     QVector<int> m_pauses = {1000, 2000, 5000, 15000, 60000};
     int m_tries = 0;
-    qint64 m_most = 0; ///< bytes that this run has had at best
+    qint64 m_most = 0;       ///< bytes that this run has had at best
     bool m_accepted = false; ///< the answer's headers fit what was asked
     bool m_done = false;
     QThread *m_thread = nullptr;
