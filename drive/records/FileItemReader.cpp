@@ -1,69 +1,143 @@
 #include "FileItemReader.h"
 
-#include <QJsonArray>
+#include "JsonScanner.h"
+
+#include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringList>
-#include <QVariant>
 
 namespace {
 
-/// A number or the decimal text of one. A double outside the range must not reach the integer conversion.
-quint64 unsignedOf(const QJsonValue &value)
+/// Texts that many entries share are kept once.
+class SharedTexts
 {
-    if (value.isString())
-        return value.toString().toULongLong();
-    const double number = value.toDouble();
-    if (!(number > 0.0))
-        return 0;
-    if (number >= 9.2e18)
-        return number >= 1.8446744073709551e19 ? ~quint64(0) : quint64(number);
-    return value.toVariant().toULongLong();
+public:
+    QString of(const JsonScanner::Piece &quoted)
+    {
+        if (quoted == m_lastRaw)
+            return m_last;
+        auto found = m_texts.constFind(quoted.bytes());
+        if (found == m_texts.constEnd()) {
+            if (m_texts.size() == Most)
+                m_texts.clear();
+            found = m_texts.insert(quoted.bytes(), JsonScanner::decoded(quoted));
+        }
+        m_lastRaw = quoted;
+        m_last = *found;
+        return m_last;
+    }
+
+private:
+    static constexpr int Most = 512;
+    QHash<QByteArray, QString> m_texts; ///< the keys refer to the text that is read
+    JsonScanner::Piece m_lastRaw;
+    QString m_last;
+};
+
+FileItem readItem(JsonScanner &json, FileItemReader::TimeRule rule, SharedTexts &shared)
+{
+    FileItem item;
+    bool hasTime = false;
+    quint64 plainTime = 0, modifiedTime = 0;
+    JsonScanner::Piece key;
+    while (json.nextKey(&key)) {
+        if (key.is("name"))
+            item.name = json.string();
+        else if (key.is("path"))
+            item.path = json.string();
+        else if (key.is("type"))
+            item.type = json.int32();
+        else if (key.is("size"))
+            item.size = json.unsigned64();
+        else if (key.is("icon"))
+            item.icon = shared.of(json.raw());
+        else if (key.is("contentType"))
+            item.contentType = shared.of(json.raw());
+        else if (key.is("modifiedTime"))
+            modifiedTime = json.unsigned64();
+        else if (key.is("datetime")) {
+            hasTime = true;
+            plainTime = json.unsigned64();
+        } else
+            json.skip();
+    }
+    if (hasTime)
+        item.datetime = rule == FileItemReader::PlainTime ? plainTime : modifiedTime;
+    return item;
 }
 
-QJsonArray itemsOf(const QByteArray &body)
+/// Calls @p read in each object of the array "items". False when the body is no JSON object.
+template <typename Restart, typename Read>
+bool forEachItem(const QByteArray &body, const Restart &restart, const Read &read)
 {
-    return QJsonDocument::fromJson(body).object().value(QLatin1String("items")).toArray();
+    JsonScanner json(body);
+    if (!json.enterObject())
+        return false;
+    JsonScanner::Piece key;
+    while (json.nextKey(&key)) {
+        const bool isItems = key.is("items");
+        if (isItems)
+            restart(); // of a key given twice the last counts
+        if (!isItems || !json.enterArray()) {
+            json.skip();
+            continue;
+        }
+        while (json.nextElement()) {
+            if (json.enterObject())
+                read(json);
+            else
+                json.skip();
+        }
+    }
+    return !json.failed() && json.atEnd();
 }
 
 } // namespace
 
+FileItem FileItemReader::item(const QByteArray &body, TimeRule rule)
+{
+    JsonScanner json(body);
+    SharedTexts shared;
+    if (!json.enterObject())
+        return {};
+    const FileItem item = readItem(json, rule, shared);
+    return json.failed() || !json.atEnd() ? FileItem() : item;
+}
+
 FileItem FileItemReader::item(const QJsonObject &object, TimeRule rule)
 {
-    FileItem item;
-    item.name = object.value(QLatin1String("name")).toString();
-    item.type = object.value(QLatin1String("type")).toInt();
-    item.size = unsignedOf(object.value(QLatin1String("size")));
-    item.icon = object.value(QLatin1String("icon")).toString();
-    const auto time = object.constFind(QLatin1String("datetime"));
-    if (time != object.constEnd())
-        item.datetime = unsignedOf(rule == PlainTime ? *time : object.value(QLatin1String("modifiedTime")));
-    item.path = object.value(QLatin1String("path")).toString();
-    item.contentType = object.value(QLatin1String("contentType")).toString();
-    return item;
+    return item(QJsonDocument(object).toJson(QJsonDocument::Compact), rule);
 }
 
 QList<FileItem> FileItemReader::items(const QByteArray &body, TimeRule rule, const QString &source)
 {
     QList<FileItem> result;
-    const QJsonArray array = itemsOf(body);
-    result.reserve(array.size());
-    for (const QJsonValue &value : array) {
-        if (!value.isObject())
-            continue;
-        result.append(item(value.toObject(), rule));
-        result.last().source = source;
-    }
-    return result;
+    SharedTexts shared;
+    const bool ok = forEachItem(
+        body, [&] { result.clear(); },
+        [&](JsonScanner &json) {
+            result.append(readItem(json, rule, shared));
+            result.last().source = source;
+        });
+    return ok ? result : QList<FileItem>();
 }
 
 QStringList FileItemReader::names(const QByteArray &body)
 {
     QStringList result;
-    const QJsonArray items = itemsOf(body);
-    for (const QJsonValue &value : items) {
-        if (value.isObject())
-            result.append(value.toObject().value(QLatin1String("name")).toString());
-    }
-    return result;
+    const bool ok = forEachItem(
+        body, [&] { result.clear(); },
+        [&](JsonScanner &json) {
+            QString name;
+            JsonScanner::Piece key;
+            while (json.nextKey(&key)) {
+                if (key.is("name"))
+                    name = json.string();
+                else
+                    json.skip();
+            }
+            result.append(name);
+        });
+    return ok ? result : QStringList();
 }

@@ -16,6 +16,8 @@ public:
         PlainTime    ///< under "datetime"
     };
 
+    /// One record. What is no JSON object yields an empty one.
+    static FileItem item(const QByteArray &body, TimeRule rule);
     static FileItem item(const QJsonObject &object, TimeRule rule);
     /// The elements of "items". A body without them yields an empty list.
     static QList<FileItem> items(const QByteArray &body, TimeRule rule, const QString &source = QString());

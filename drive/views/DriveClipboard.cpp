@@ -5,6 +5,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMap>
+#include <QUrl>
 
 namespace {
 
@@ -72,6 +73,17 @@ DriveClipboard DriveClipboard::fromMime(const QMimeData *mime)
     if (const auto *own = qobject_cast<const DriveMimeData *>(mime))
         return own->record();
     return mime && mime->hasFormat(format()) ? fromJson(mime->data(format())) : DriveClipboard();
+}
+
+QStringList DriveClipboard::localFiles(const QMimeData *mime)
+{
+    QStringList files;
+    const QList<QUrl> urls = mime->urls();
+    for (const QUrl &url : urls) {
+        if (url.isLocalFile())
+            files.append(url.toLocalFile());
+    }
+    return files;
 }
 
 QStringList DriveClipboard::paths() const

@@ -19,6 +19,8 @@ struct DriveClipboard
     /// Anything that is not such a record yields an empty one.
     static DriveClipboard fromJson(const QByteArray &json);
     static DriveClipboard fromMime(const QMimeData *mime);
+    /// The local files among the addresses that another program put there.
+    static QStringList localFiles(const QMimeData *mime);
     QStringList paths() const;
     bool isEmpty() const { return items.isEmpty(); }
 };

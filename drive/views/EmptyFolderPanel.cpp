@@ -10,6 +10,7 @@
 
 EmptyFolderPanel::EmptyFolderPanel(QWidget *parent)
     : QFrame(parent)
+    , m_picture(new QLabel(this))
     , m_title(new QLabel(this))
     , m_text(new QLabel(this))
     , m_upload(new QPushButton(this))
@@ -18,8 +19,6 @@ EmptyFolderPanel::EmptyFolderPanel(QWidget *parent)
     setAcceptDrops(true);
     setFocusPolicy(Qt::StrongFocus);
     setContextMenuPolicy(Qt::CustomContextMenu);
-    auto *picture = new QLabel(this);
-    picture->setPixmap(QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/folder.svg")).pixmap(72, 72));
     m_title->setObjectName(QStringLiteral("emptyTitle"));
     m_text->setObjectName(QStringLiteral("emptyText"));
     m_upload->setObjectName(QStringLiteral("emptyUpload"));
@@ -29,41 +28,58 @@ EmptyFolderPanel::EmptyFolderPanel(QWidget *parent)
     setBackgroundRole(QPalette::Base);
     auto *layout = new QVBoxLayout(this);
     layout->addStretch(2);
-    for (QWidget *part : {static_cast<QWidget *>(picture), static_cast<QWidget *>(m_title),
+    for (QWidget *part : {static_cast<QWidget *>(m_picture), static_cast<QWidget *>(m_title),
                           static_cast<QWidget *>(m_text), static_cast<QWidget *>(m_upload)}) {
         layout->addWidget(part, 0, Qt::AlignHCenter);
         layout->addSpacing(6);
     }
     layout->addStretch(3);
     connect(m_upload, &QPushButton::clicked, this, &EmptyFolderPanel::uploadClicked);
-    setSearchResult(false);
+    setKind(EmptyFolder);
 }
 
-void EmptyFolderPanel::setSearchResult(bool search)
+void EmptyFolderPanel::setKind(Kind kind)
 {
-    m_search = search;
-    m_title->setText(search ? tr("Nothing found") : tr("large space"));
-    m_text->setText(search ? tr("No file or folder of the drive has a name like that.")
-                           : tr("and waiting for  you to fill, hurry to upload ~"));
+    m_kind = kind;
+    const bool folder = kind == EmptyFolder;
+    const QString icon = folder ? QStringLiteral("folder") : QStringLiteral("search");
+    m_picture->setPixmap(QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/%1.svg").arg(icon)).pixmap(72, 72));
+    m_title->setText(folder ? tr("large space") : tr("Nothing found"));
+    m_text->setText(folder                   ? tr("and waiting for  you to fill, hurry to upload ~")
+                    : kind == NothingMatches ? tr("No name in this folder holds the text of the filter.")
+                                             : tr("No file or folder of the drive has a name like that."));
     m_upload->setText(tr("Upload"));
-    m_upload->setVisible(!search);
+    m_upload->setVisible(folder);
 }
 
 void EmptyFolderPanel::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::LanguageChange)
-        setSearchResult(m_search);
+        setKind(m_kind);
     QFrame::changeEvent(event);
+}
+
+void EmptyFolderPanel::decide(QDropEvent *event) const
+{
+    const bool entries = event->mimeData()->hasFormat(DriveClipboard::format());
+    if (m_kind == NothingFound || !(entries || event->mimeData()->hasUrls()))
+        return event->ignore();
+    event->setDropAction(entries ? Qt::MoveAction : Qt::CopyAction);
+    event->accept();
 }
 
 void EmptyFolderPanel::dragEnterEvent(QDragEnterEvent *event)
 {
-    if (!m_search && (event->mimeData()->hasUrls() || event->mimeData()->hasFormat(DriveClipboard::format())))
-        event->acceptProposedAction();
+    decide(event);
+}
+
+void EmptyFolderPanel::dragMoveEvent(QDragMoveEvent *event)
+{
+    decide(event);
 }
 
 void EmptyFolderPanel::dropEvent(QDropEvent *event)
 {
-    event->acceptProposedAction();
+    decide(event);
     emit dropped(event->mimeData());
 }

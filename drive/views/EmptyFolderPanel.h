@@ -6,15 +6,22 @@ class QLabel;
 class QMimeData;
 class QPushButton;
 
-/// What is shown in place of the entries when there are none: an invitation with an "Upload" button, or, for a search,
-/// a line that nothing was found. Takes local files that are dropped. GUI thread only.
+/// What is shown in place of the entries when there are none: an invitation with an "Upload" button, or a line that the
+/// search or the filter found nothing. Takes local files that are dropped. GUI thread only.
 class EmptyFolderPanel : public QFrame
 {
     Q_OBJECT
 
 public:
+    enum Kind
+    {
+        EmptyFolder,
+        NothingFound,  ///< by a search
+        NothingMatches ///< the filter
+    };
+
     explicit EmptyFolderPanel(QWidget *parent = nullptr);
-    void setSearchResult(bool search);
+    void setKind(Kind kind);
 
 signals:
     void uploadClicked();
@@ -23,11 +30,15 @@ signals:
 protected:
     void changeEvent(QEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragMoveEvent(QDragMoveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
 
 private:
+    void decide(QDropEvent *event) const;
+
+    QLabel *m_picture;
     QLabel *m_title;
     QLabel *m_text;
     QPushButton *m_upload;
-    bool m_search = false;
+    Kind m_kind = EmptyFolder;
 };

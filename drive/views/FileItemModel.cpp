@@ -1,22 +1,24 @@
 #include "FileItemModel.h"
 
-#include "DriveClipboard.h"
 #include "FileTexts.h"
+#include "FileTreeWidgetItem.h"
 #include "OrderedWork.h"
 
 #include <QBuffer>
 #include <QImageReader>
 #include <QPixmap>
-#include <QUrl>
+#include <QStringMatcher>
 
 #include <algorithm>
+#include <memory>
+#include <utility>
 
 namespace {
 
 /// Lists up to this length are sorted where they arrive.
 constexpr int SortInline = 2000;
-/// More separate removals than this at once redraw the list instead of taking row by row.
-constexpr int ManyRanges = 100;
+/// More changes than this at once renew the list instead of taking row by row.
+constexpr int FewChanges = 24;
 
 /// What the decoded pictures of one model may take.
 constexpr int ThumbnailMemory = 48 * 1024 * 1024;
@@ -50,25 +52,31 @@ FileItemModel::FileItemModel(QObject *parent)
 
 FileItemModel::~FileItemModel() = default;
 
+template <typename Change>
+void FileItemModel::renew(const Change &change)
+{
+    beginResetModel();
+    change();
+    itemsChanged();
+    applyFilter();
+    endResetModel();
+}
+
 void FileItemModel::show(const QList<FileItem> &items)
 {
     const FileOrder::Type order = m_order;
     m_work->runIf(items.size() > SortInline, [this, items, order] {
-        return OrderedWork::Deliver([this, listing = FileListing::prepare(items, order)] {
-            replace(listing);
+        const auto ready = std::make_shared<FileListing>(FileListing::prepare(items, order));
+        return OrderedWork::Deliver([this, ready] {
+            renew([&] { std::swap(m_listing, *ready); });
+            OrderedWork::discard(std::move(*ready));
             emit shown();
             if (!m_listing.thumbnails.isEmpty())
                 emit sigGetIcons(m_listing.thumbnails);
+            OrderedWork::discard(std::move(m_listing.thumbnails));
+            m_listing.thumbnails = {};
         });
     });
-}
-
-void FileItemModel::replace(FileListing listing)
-{
-    beginResetModel();
-    m_listing = std::move(listing);
-    itemsChanged();
-    endResetModel();
 }
 
 void FileItemModel::add(const QList<FileItem> &items)
@@ -86,10 +94,22 @@ void FileItemModel::addNow(const QList<FileItem> &items)
             pictures.append(item);
     }
     // Inserted one by one, a thousand entries would move a long list a thousand times.
-    if (items.size() > ManyRanges) {
-        FileListing all = FileListing::prepare(m_listing.items.toList() + items, m_order);
-        all.unfinished.unite(m_listing.unfinished);
-        replace(all);
+    if (items.size() > FewChanges || !m_filter.isEmpty()) {
+        renew([&] {
+            const FileListing more = FileListing::prepare(items, m_order);
+            QVector<FileItem> fresh;
+            for (const FileItem &item : more.items) {
+                count(item, 1);
+                const int entry = find(item.path);
+                if (entry < 0) {
+                    fresh.append(item);
+                    continue;
+                }
+                count(m_listing.items.at(entry), -1);
+                m_listing.items[entry] = item;
+            }
+            FileOrder::merge(m_listing.items, fresh, m_order);
+        });
     } else {
         for (const FileItem &item : items)
             addOne(item);
@@ -101,14 +121,14 @@ void FileItemModel::addNow(const QList<FileItem> &items)
 
 void FileItemModel::addOne(const FileItem &item)
 {
-    const int row = rowOf(item.path);
-    if (row < 0)
+    const int entry = find(item.path);
+    if (entry < 0)
         return insert(item);
-    count(m_listing.items[row], -1);
+    count(m_listing.items[entry], -1);
     count(item, 1);
-    m_listing.items[row] = item;
+    m_listing.items[entry] = item;
     ++m_version;
-    emit dataChanged(index(row, 0), index(row, ColumnCount - 1));
+    emit dataChanged(index(entry, 0), index(entry, ColumnCount - 1));
 }
 
 void FileItemModel::count(const FileItem &item, int change)
@@ -133,50 +153,51 @@ void FileItemModel::remove(const QStringList &paths)
 
 void FileItemModel::removeNow(const QStringList &paths)
 {
-    QVector<int> rows;
+    QVector<int> gone;
     for (const QString &path : paths) {
-        const int row = rowOf(path);
-        if (row >= 0)
-            rows.append(row);
+        const int entry = find(path);
+        if (entry >= 0)
+            gone.append(entry);
     }
-    std::sort(rows.begin(), rows.end());
-    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
-    if (rows.isEmpty())
+    std::sort(gone.begin(), gone.end());
+    gone.erase(std::unique(gone.begin(), gone.end()), gone.end());
+    if (gone.isEmpty())
         return;
 
-    int folders = 0, ranges = 0;
-    for (int i = 0; i < rows.size(); ++i) {
-        folders += m_listing.items[rows[i]].isFolder() ? 1 : 0;
-        count(m_listing.items[rows[i]], -1);
-        ranges += i == 0 || rows[i] != rows[i - 1] + 1 ? 1 : 0;
-        m_listing.unfinished.remove(FileListing::key(m_listing.items[rows[i]].path));
+    int folders = 0;
+    for (int entry : qAsConst(gone)) {
+        const FileItem &item = m_listing.items.at(entry);
+        folders += item.isFolder() ? 1 : 0;
+        count(item, -1);
+        m_listing.unfinished.remove(FileListing::key(item.path));
     }
-    if (ranges > ManyRanges) {
-        beginResetModel();
-        QVector<FileItem> kept;
-        kept.reserve(m_listing.items.size() - rows.size());
-        for (int row = 0, next = 0; row < m_listing.items.size(); ++row) {
-            if (next < rows.size() && rows[next] == row)
-                ++next;
-            else
-                kept.append(m_listing.items[row]);
-        }
-        m_listing.items.swap(kept);
-        itemsChanged();
-        endResetModel();
+    if (gone.size() > FewChanges || !m_filter.isEmpty()) {
+        renew([&] {
+            QVector<FileItem> kept;
+            kept.reserve(m_listing.items.size() - gone.size());
+            auto next = gone.cbegin();
+            for (int entry = 0; entry < m_listing.items.size(); ++entry) {
+                if (next != gone.cend() && *next == entry)
+                    ++next;
+                else
+                    kept.append(std::move(m_listing.items[entry]));
+            }
+            m_listing.items.swap(kept);
+            OrderedWork::discard(std::move(kept));
+        });
     } else {
-        for (int last = rows.size() - 1; last >= 0;) {
+        for (int last = gone.size() - 1; last >= 0;) {
             int first = last;
-            while (first > 0 && rows[first - 1] == rows[first] - 1)
+            while (first > 0 && gone[first - 1] == gone[first] - 1)
                 --first;
-            takeRows(rows[first], rows[last]);
+            takeEntries(gone[first], gone[last]);
             last = first - 1;
         }
     }
-    emit removed(folders, rows.size() - folders);
+    emit removed(folders, gone.size() - folders);
 }
 
-void FileItemModel::takeRows(int first, int last)
+void FileItemModel::takeEntries(int first, int last)
 {
     beginRemoveRows({}, first, last);
     m_listing.items.remove(first, last - first + 1);
@@ -191,19 +212,24 @@ void FileItemModel::rename(const QString &src, const QString &dest)
 
 void FileItemModel::renameNow(const QString &src, const QString &dest)
 {
-    const int row = rowOf(src);
-    if (row < 0)
+    const int entry = find(src);
+    if (entry < 0)
         return;
-    FileItem item = m_listing.items[row];
+    FileItem item = m_listing.items[entry];
     item.path = dest;
     item.name = FileListing::fileName(dest);
-    const int target = FileOrder::insertRow(m_listing.items, item, m_order, row);
-    if (target != row)
-        beginMoveRows({}, row, row, {}, target > row ? target + 1 : target);
-    m_listing.items[row] = item;
-    m_listing.items.move(row, target);
+    const int target = FileOrder::insertRow(m_listing.items, item, m_order, entry);
+    const auto change = [&] {
+        m_listing.items[entry] = item;
+        m_listing.items.move(entry, target);
+    };
+    if (!m_filter.isEmpty())
+        return renew(change);
+    if (target != entry)
+        beginMoveRows({}, entry, entry, {}, target > entry ? target + 1 : target);
+    change();
     itemsChanged();
-    if (target != row)
+    if (target != entry)
         endMoveRows();
     emit dataChanged(index(target, 0), index(target, ColumnCount - 1));
 }
@@ -226,7 +252,7 @@ void FileItemModel::setThumbnail(const FileItem &item, const QImage &picture)
     auto *pixmap = new QPixmap(QPixmap::fromImage(picture));
     m_thumbnails.insert(pictureKey(item), pixmap, qMax<int>(64, int(picture.sizeInBytes())));
     const int row = rowOf(item.path);
-    if (row >= 0 && m_listing.items.at(row).datetime == item.datetime)
+    if (row >= 0 && this->item(row).datetime == item.datetime)
         emit dataChanged(index(row, NameColumn), index(row, NameColumn), {Qt::DecorationRole});
 }
 
@@ -247,56 +273,73 @@ void FileItemModel::sortAgain()
 {
     const FileOrder::Type order = m_order;
     const quint64 version = m_version;
-    m_work->runIf(m_listing.items.size() > SortInline, [this, items = m_listing.items, order, version]() mutable {
-        FileOrder::sort(items, order);
-        return OrderedWork::Deliver([this, items, order, version] {
-            if (m_order != order)
-                return;
-            if (m_version == version)
-                takeOrder(items);
-            else
+    const auto sorted = std::make_shared<QVector<FileItem>>(m_listing.items);
+    m_work->runIf(sorted->size() > SortInline, [this, sorted, order, version] {
+        FileOrder::sort(*sorted, order);
+        return OrderedWork::Deliver([this, sorted, order, version] {
+            if (m_order == order && m_version == version)
+                renew([&] { m_listing.items.swap(*sorted); });
+            else if (m_order == order)
                 sortAgain();
+            OrderedWork::discard(std::move(*sorted));
         });
     });
 }
 
-void FileItemModel::takeOrder(const QVector<FileItem> &items)
+void FileItemModel::setFilter(const QString &text)
 {
-    emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
-    const QModelIndexList before = persistentIndexList();
-    QStringList paths;
-    for (const QModelIndex &index : before)
-        paths.append(m_listing.items.at(index.row()).path);
-    m_listing.items = items;
-    itemsChanged();
-    QModelIndexList after;
-    for (int i = 0; i < before.size(); ++i)
-        after.append(index(rowOf(paths.at(i)), before.at(i).column()));
-    changePersistentIndexList(before, after);
-    emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
+    if (text == m_filter)
+        return;
+    beginResetModel();
+    m_filter = text;
+    applyFilter();
+    endResetModel();
+}
+
+void FileItemModel::applyFilter()
+{
+    m_shownEntries.clear();
+    if (m_filter.isEmpty())
+        return;
+    const QStringMatcher matcher(m_filter, Qt::CaseInsensitive);
+    for (int entry = 0; entry < m_listing.items.size(); ++entry) {
+        if (matcher.indexIn(m_listing.items.at(entry).name) >= 0)
+            m_shownEntries.append(entry);
+    }
 }
 
 void FileItemModel::itemsChanged()
 {
-    m_rowsValid = false;
+    m_rows.clear();
     ++m_version;
+}
+
+int FileItemModel::find(const QString &path) const
+{
+    if (m_rows.isEmpty()) {
+        m_rows.reserve(m_listing.items.size());
+        for (int entry = 0; entry < m_listing.items.size(); ++entry)
+            m_rows.insert(m_listing.items, entry);
+    }
+    return m_rows.find(m_listing.items, path);
+}
+
+int FileItemModel::rowOfEntry(int entry) const
+{
+    if (m_filter.isEmpty() || entry < 0)
+        return entry;
+    const auto found = std::lower_bound(m_shownEntries.begin(), m_shownEntries.end(), entry);
+    return found != m_shownEntries.end() && *found == entry ? int(found - m_shownEntries.begin()) : -1;
 }
 
 int FileItemModel::rowOf(const QString &path) const
 {
-    if (!m_rowsValid) {
-        m_rows.clear();
-        m_rows.reserve(m_listing.items.size());
-        for (int row = 0; row < m_listing.items.size(); ++row)
-            m_rows.insert(FileListing::key(m_listing.items.at(row).path), row);
-        m_rowsValid = true;
-    }
-    return m_rows.value(FileListing::key(path), -1);
+    return rowOfEntry(find(path));
 }
 
 bool FileItemModel::isUnfinished(int row) const
 {
-    return m_listing.unfinished.contains(FileListing::key(item(row).path));
+    return !m_listing.unfinished.isEmpty() && m_listing.unfinished.contains(FileListing::key(item(row).path));
 }
 
 QSet<QString> FileItemModel::names() const
@@ -310,7 +353,9 @@ QSet<QString> FileItemModel::names() const
 
 int FileItemModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : m_listing.items.size();
+    if (parent.isValid())
+        return 0;
+    return m_filter.isEmpty() ? m_listing.items.size() : m_shownEntries.size();
 }
 
 int FileItemModel::columnCount(const QModelIndex &parent) const
@@ -318,59 +363,56 @@ int FileItemModel::columnCount(const QModelIndex &parent) const
     return parent.isValid() ? 0 : int(ColumnCount);
 }
 
-QVariant FileItemModel::text(const FileItem &item, int column) const
+QVariant FileItemModel::data(const QModelIndex &index, int role) const
 {
-    switch (column) {
-    case ModifiedColumn:
-        return FileTexts::time(item);
-    case SizeColumn:
-        return FileTexts::size(item);
-    case PathColumn:
-        return FileListing::parentFolder(item.path);
+    if (!index.isValid() || index.row() >= rowCount())
+        return {};
+    const FileTreeWidgetItem entry(this, index.row());
+    switch (role) {
+    case Qt::DisplayRole:
+        return entry.text(index.column());
+    case Qt::EditRole:
+        return entry.item().name;
+    case Qt::DecorationRole:
+        return index.column() == NameColumn ? QVariant(entry.icon()) : QVariant();
+    case Qt::ToolTipRole:
+        return entry.toolTip();
+    case Qt::AccessibleDescriptionRole:
+        return entry.isUnfinished() ? tr("Transfer not finished") : QString();
+    case Qt::TextAlignmentRole:
+        return int(FileTreeWidgetItem::alignment(index.column()));
+    case PathRole:
+        return entry.item().path;
+    case TypeRole:
+        return entry.item().type;
+    case UnfinishedRole:
+        return entry.isUnfinished();
+    case ItemRole:
+        return QVariant::fromValue(entry.item());
     default:
-        return item.name;
+        return {};
     }
 }
 
-QVariant FileItemModel::data(const QModelIndex &index, int role) const
+QModelIndexList FileItemModel::match(const QModelIndex &start, int role, const QVariant &value, int hits,
+                                     Qt::MatchFlags flags) const
 {
-    if (!index.isValid() || index.row() >= m_listing.items.size())
-        return {};
-    const FileItem &item = m_listing.items.at(index.row());
-    switch (role) {
-    case Qt::DisplayRole: {
-        // A line break in a name would push the text out of its row.
-        QString shownText = text(item, index.column()).toString();
-        shownText.replace(QLatin1Char('\n'), QChar(0x2424)).replace(QLatin1Char('\r'), QChar(0x240d));
-        return shownText;
+    // Typing the beginning of a name must find it at once in a long list too.
+    if (role != Qt::DisplayRole || hits != 1 || !(flags & Qt::MatchStartsWith))
+        return QAbstractTableModel::match(start, role, value, hits, flags);
+    const QString text = value.toString();
+    const int rows = rowCount();
+    for (int i = 0; i < rows; ++i) {
+        const int row = (qMax(0, start.row()) + i) % rows;
+        if (item(row).name.startsWith(text, Qt::CaseInsensitive))
+            return {index(row, NameColumn)};
     }
-    case Qt::EditRole:
-        return item.name;
-    case Qt::DecorationRole:
-        return index.column() == NameColumn ? QVariant(icon(index.row())) : QVariant();
-    case Qt::ToolTipRole:
-        return FileTexts::plainToolTip(FileTexts::toolTip(item));
-    case Qt::AccessibleDescriptionRole:
-        return isUnfinished(index.row()) ? tr("Transfer not finished") : QString();
-    case Qt::TextAlignmentRole:
-        // The others are left to the view: the icon grid centres the name.
-        return index.column() == SizeColumn ? QVariant(int(Qt::AlignRight | Qt::AlignVCenter)) : QVariant();
-    case PathRole:
-        return item.path;
-    case TypeRole:
-        return item.type;
-    case UnfinishedRole:
-        return isUnfinished(index.row());
-    case ItemRole:
-        return QVariant::fromValue(item);
-    default:
-        return {};
-    }
+    return {};
 }
 
 QIcon FileItemModel::icon(int row) const
 {
-    const FileItem &item = m_listing.items.at(row);
+    const FileItem &entry = item(row);
     const auto named = [this](const QString &name) {
         QIcon &icon = m_icons[name];
         if (icon.isNull())
@@ -379,12 +421,12 @@ QIcon FileItemModel::icon(int row) const
     };
     if (isUnfinished(row))
         return named(QStringLiteral("unfinished"));
-    if (FileListing::isPicture(item)) {
-        const QPixmap *picture = m_thumbnails.object(pictureKey(item));
+    if (FileListing::isPicture(entry)) {
+        const QPixmap *picture = m_thumbnails.object(pictureKey(entry));
         if (picture && !picture->isNull())
             return QIcon(*picture);
     }
-    return named(FileTexts::iconName(item));
+    return named(FileTexts::iconName(entry));
 }
 
 QVariant FileItemModel::headerData(int section, Qt::Orientation orientation, int role) const
@@ -405,83 +447,4 @@ QVariant FileItemModel::headerData(int section, Qt::Orientation orientation, int
     default:
         return tr("Path");
     }
-}
-
-Qt::ItemFlags FileItemModel::flags(const QModelIndex &index) const
-{
-    // The ground takes drops too: they go into the folder shown.
-    if (!index.isValid())
-        return m_search ? Qt::NoItemFlags : Qt::ItemIsDropEnabled;
-    Qt::ItemFlags result = Qt::ItemIsSelectable | Qt::ItemIsEnabled | Qt::ItemIsDragEnabled | Qt::ItemNeverHasChildren;
-    if (index.column() == NameColumn)
-        result |= Qt::ItemIsEditable;
-    if (!m_search)
-        result |= Qt::ItemIsDropEnabled;
-    return result;
-}
-
-QStringList FileItemModel::mimeTypes() const
-{
-    return {DriveClipboard::format(), QStringLiteral("application/x-qabstractitemmodeldatalist"),
-            QStringLiteral("text/uri-list")};
-}
-
-QMimeData *FileItemModel::mimeData(const QModelIndexList &indexes) const
-{
-    DriveClipboard record;
-    record.type = QStringLiteral("Cut");
-    record.subCenterId = m_subCenterId;
-    for (const QModelIndex &index : indexes) {
-        if (index.column() == NameColumn)
-            record.items.append(item(index.row()));
-    }
-    return record.isEmpty() ? nullptr : new DriveMimeData(record);
-}
-
-QString FileItemModel::dropFolder(const QModelIndex &parent) const
-{
-    if (parent.isValid() && parent.row() < m_listing.items.size() && item(parent.row()).isFolder())
-        return FileListing::withSlash(item(parent.row()).path);
-    return m_folder;
-}
-
-bool FileItemModel::canDropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
-                                    const QModelIndex &parent) const
-{
-    Q_UNUSED(row)
-    Q_UNUSED(column)
-    if (m_search || !data || action == Qt::IgnoreAction)
-        return false;
-    if (!data->hasFormat(DriveClipboard::format()))
-        return data->hasUrls();
-    const DriveClipboard record = DriveClipboard::fromMime(data);
-    if (record.isEmpty() || record.subCenterId != m_subCenterId)
-        return false;
-    // Nothing is moved into itself, nor to where it is already.
-    const QString folder = dropFolder(parent);
-    return std::none_of(record.items.begin(), record.items.end(), [&](const FileItem &item) {
-        return folder.startsWith(FileListing::withSlash(item.path)) || FileListing::parentFolder(item.path) == folder;
-    });
-}
-
-bool FileItemModel::dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
-                                 const QModelIndex &parent)
-{
-    if (!canDropMimeData(data, action, row, column, parent))
-        return false;
-    const QString folder = dropFolder(parent);
-    if (data->hasFormat(DriveClipboard::format())) {
-        emit sigMove(DriveClipboard::fromMime(data).paths(), folder);
-    } else {
-        QStringList paths;
-        for (const QUrl &url : data->urls()) {
-            if (url.isLocalFile())
-                paths.append(url.toLocalFile());
-        }
-        if (paths.isEmpty())
-            return false;
-        emit sigUpload(paths, folder);
-    }
-    // The view takes the rows out of a model whose move was accepted; here that is the service's answer to tell.
-    return false;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FileListing.h"
+#include "RowIndex.h"
 
 #include <QAbstractTableModel>
 #include <QCache>
@@ -9,9 +10,9 @@
 
 class OrderedWork;
 
-/// The entries of one folder or search result, one row each, always sorted, folders first. Long lists are sorted on a
-/// pool thread; changes take effect in the order in which they were asked for, never after destruction. Drops leave as
-/// sigMove and sigUpload. GUI thread only.
+/// The entries of one folder or search result, one row each, always sorted, folders first; with a filter the rows whose
+/// name holds it. Long lists are sorted on a pool thread; changes take effect in the order in which they were asked
+/// for, never after destruction. Drops leave as sigMove and sigUpload. GUI thread only.
 class FileItemModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -62,12 +63,17 @@ public:
     bool hasThumbnail(const FileItem &item) const;
     void setOrder(FileOrder::Type order);
     FileOrder::Type order() const { return m_order; }
+    /// Shows only entries whose name holds @p text, whatever its case; all of them when it is empty.
+    void setFilter(const QString &text);
+    QString filter() const { return m_filter; }
 
-    const FileItem &item(int row) const { return m_listing.items.at(row); }
+    const FileItem &item(int row) const { return m_listing.items.at(entryOf(row)); }
+    /// All entries, also those that the filter hides.
     const FileListing &listing() const { return m_listing; }
-    /// Row of a path, -1 when it is not there.
+    /// Row of a path, -1 when it is not there or hidden.
     int rowOf(const QString &path) const;
     bool isUnfinished(int row) const;
+    QIcon icon(int row) const;
     QSet<QString> names() const;
 
     int rowCount(const QModelIndex &parent = {}) const override;
@@ -79,6 +85,10 @@ public:
     QMimeData *mimeData(const QModelIndexList &indexes) const override;
     Qt::DropActions supportedDropActions() const override { return Qt::CopyAction | Qt::MoveAction; }
     Qt::DropActions supportedDragActions() const override { return Qt::CopyAction | Qt::MoveAction; }
+    QModelIndexList match(const QModelIndex &start, int role, const QVariant &value, int hits,
+                          Qt::MatchFlags flags) const override;
+    /// The folder that a drop there goes to, empty when it is refused.
+    QString dropFolder(const QMimeData *data, const QModelIndex &parent) const;
     bool canDropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
                          const QModelIndex &parent) const override;
     bool dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
@@ -95,30 +105,34 @@ signals:
     void removed(int folders, int files);
 
 private:
+    int entryOf(int row) const { return m_filter.isEmpty() ? row : m_shownEntries.at(row); }
+    int rowOfEntry(int entry) const;
+    /// Place of a path among all entries.
+    int find(const QString &path) const;
     void addNow(const QList<FileItem> &items);
     void addOne(const FileItem &item);
     void count(const FileItem &item, int change);
     void removeNow(const QStringList &paths);
     void renameNow(const QString &src, const QString &dest);
     void insert(const FileItem &item);
-    void takeRows(int first, int last);
-    void replace(FileListing listing);
+    void takeEntries(int first, int last);
     void sortAgain();
-    void takeOrder(const QVector<FileItem> &items);
+    /// Changes the list by @p change as a whole; rows, selection and persistent indexes begin anew.
+    template <typename Change>
+    void renew(const Change &change);
+    void applyFilter();
     void itemsChanged();
-    QString dropFolder(const QModelIndex &parent) const;
-    QIcon icon(int row) const;
-    QVariant text(const FileItem &item, int column) const;
 
     OrderedWork *m_work;
     FileListing m_listing;
     FileOrder::Type m_order = FileOrder::FileName;
     QString m_folder;
     QString m_subCenterId;
+    QString m_filter;
+    QVector<int> m_shownEntries; ///< with a filter: the entries of the rows
     bool m_search = false;
-    quint64 m_version = 0;              ///< counts the changes of the list
-    mutable QHash<QString, int> m_rows; ///< key to row, made anew when it is next asked for after a change
-    mutable bool m_rowsValid = false;
+    quint64 m_version = 0;   ///< counts the changes of the list
+    mutable RowIndex m_rows; ///< made anew when it is next asked for after a change
     mutable QHash<QString, QIcon> m_icons;
     QCache<QString, QPixmap> m_thumbnails; ///< by picture key; null: there is none
 };

@@ -1,38 +1,48 @@
 #include "FileListing.h"
 
+#include "RowIndex.h"
+
 #include <algorithm>
+#include <vector>
 
 FileListing FileListing::prepare(const QList<FileItem> &items, FileOrder::Type order)
 {
     FileListing listing;
-    const QString suffix = companionSuffix();
     // An entry that is listed twice, as a hostile or confused service may do, is shown once, with its last record.
-    QSet<QString> seen, companions;
-    seen.reserve(items.size());
-    for (const FileItem &item : items) {
-        if (item.type == FileItem::File && item.path.endsWith(suffix))
-            companions.insert(key(item.path));
-    }
-    listing.items.reserve(items.size());
+    QVector<FileItem> &kept = listing.items;
+    kept.reserve(items.size());
+    RowIndex rows;
+    rows.reserve(items.size());
+    QVector<int> companions;
+    const QString suffix = companionSuffix();
     for (int i = items.size() - 1; i >= 0; --i) {
-        const FileItem &item = items.at(i);
-        const QString itemKey = key(item.path);
-        if (seen.contains(itemKey))
+        kept.append(items.at(i));
+        const int row = kept.size() - 1;
+        if (!rows.insert(kept, row))
+            kept.removeLast();
+        else if (kept.at(row).type == FileItem::File && kept.at(row).path.endsWith(suffix))
+            companions.append(row);
+    }
+    std::vector<bool> hidden(size_t(kept.size()));
+    for (const int companion : qAsConst(companions)) {
+        const QString path = kept.at(companion).path.chopped(suffix.size());
+        const int row = rows.find(kept, path);
+        if (row < 0 || kept.at(row).type != FileItem::File)
             continue;
-        seen.insert(itemKey);
-        if (item.type == FileItem::File && companions.contains(itemKey + suffix))
-            listing.unfinished.insert(itemKey);
-        listing.items.append(item);
+        listing.unfinished.insert(path);
+        hidden[size_t(companion)] = true;
     }
-    std::reverse(listing.items.begin(), listing.items.end());
     if (!listing.unfinished.isEmpty()) {
-        const auto isHidden = [&](const FileItem &item) {
-            return item.path.endsWith(suffix) && listing.unfinished.contains(key(item.path).chopped(suffix.size()));
-        };
-        listing.items.erase(std::remove_if(listing.items.begin(), listing.items.end(), isHidden), listing.items.end());
+        QVector<FileItem> shown;
+        for (int row = 0; row < kept.size(); ++row) {
+            if (!hidden[size_t(row)])
+                shown.append(kept.at(row));
+        }
+        kept.swap(shown);
     }
-    FileOrder::sort(listing.items, order);
-    for (const FileItem &item : qAsConst(listing.items)) {
+    std::reverse(kept.begin(), kept.end());
+    FileOrder::sort(kept, order);
+    for (const FileItem &item : qAsConst(kept)) {
         ++(item.isFolder() ? listing.folders : listing.files);
         if (isPicture(item))
             listing.thumbnails.append(item);

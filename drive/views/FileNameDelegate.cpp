@@ -11,14 +11,6 @@ FileNameDelegate::FileNameDelegate(QObject *parent)
 {
 }
 
-QSize FileNameDelegate::sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const
-{
-    // All cells of the icon grid are alike; the view would take the first entry's name for the measure of all.
-    if (option.decorationPosition == QStyleOptionViewItem::Top)
-        return QSize(116, option.decorationSize.height() + 2 * option.fontMetrics.lineSpacing() + 16);
-    return QStyledItemDelegate::sizeHint(option, index);
-}
-
 QWidget *FileNameDelegate::createEditor(QWidget *parent, const QStyleOptionViewItem &option,
                                         const QModelIndex &index) const
 {
@@ -66,10 +58,14 @@ void FileNameDelegate::updateEditorGeometry(QWidget *editor, const QStyleOptionV
                                             const QModelIndex &index) const
 {
     QStyledItemDelegate::updateEditorGeometry(editor, option, index);
-    if (option.decorationPosition == QStyleOptionViewItem::Top)
-        return;
-    QRect box = editor->geometry();
     const int needed = editor->sizeHint().height();
+    if (option.decorationPosition == QStyleOptionViewItem::Top) {
+        // The grid: over the name, below the picture.
+        const int top = option.rect.top() + option.decorationSize.height() + 8;
+        editor->setGeometry(option.rect.left(), top, option.rect.width(), needed);
+        return;
+    }
+    QRect box = editor->geometry();
     if (box.height() < needed)
         box = QRect(box.x(), box.center().y() - needed / 2, box.width(), needed);
     box.setWidth(qMax(box.width(), 160));

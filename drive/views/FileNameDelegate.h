@@ -11,7 +11,6 @@ class FileNameDelegate : public QStyledItemDelegate
 public:
     explicit FileNameDelegate(QObject *parent = nullptr);
 
-    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     QWidget *createEditor(QWidget *parent, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     void setEditorData(QWidget *editor, const QModelIndex &index) const override;
     void setModelData(QWidget *editor, QAbstractItemModel *model, const QModelIndex &index) const override;

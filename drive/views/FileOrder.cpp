@@ -3,6 +3,8 @@
 #include <QStringView>
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -22,35 +24,61 @@ qint64 leadingNumber(QStringView text)
     return value;
 }
 
+/// What sorting looks at, apart from the entries: the keys lie side by side, which is most of the speed.
+struct Key
+{
+    QStringView name;
+    quint64 value; ///< size or time
+    int row;
+};
+
 /// Stable merge of neighbouring runs; unlike a standard algorithm it may be given a rule with circles in it.
 template <typename Before>
-void mergeSort(QVector<FileItem> &items, const Before &before)
+void mergeSort(std::vector<Key> &keys, const Before &before)
 {
-    const int count = items.size();
-    QVector<int> from(count), to(count);
-    for (int i = 0; i < count; ++i)
-        from[i] = i;
-    const FileItem *data = items.constData();
-    for (int width = 1; width < count; width *= 2) {
-        for (int start = 0; start < count; start += 2 * width) {
-            const int middle = qMin(start + width, count), end = qMin(start + 2 * width, count);
-            int left = start, right = middle, out = start;
-            while (left < middle && right < end)
-                to[out++] = before(data[from[right]], data[from[left]]) ? from[right++] : from[left++];
-            while (left < middle)
-                to[out++] = from[left++];
-            while (right < end)
-                to[out++] = from[right++];
+    constexpr size_t Run = 8;
+    const size_t count = keys.size();
+    for (size_t start = 0; start < count; start += Run) {
+        for (size_t i = start + 1; i < std::min(start + Run, count); ++i) {
+            const Key key = keys[i];
+            size_t at = i;
+            for (; at > start && before(key, keys[at - 1]); --at)
+                keys[at] = keys[at - 1];
+            keys[at] = key;
         }
-        from.swap(to);
-        if (width > count / 2)
-            break;
     }
-    QVector<FileItem> sorted;
-    sorted.reserve(count);
-    for (int row : qAsConst(from))
-        sorted.append(data[row]);
-    items.swap(sorted);
+    std::vector<Key> other(count);
+    for (size_t width = Run; width < count; width *= 2) {
+        for (size_t start = 0; start < count; start += 2 * width) {
+            const size_t middle = std::min(start + width, count), end = std::min(start + 2 * width, count);
+            auto left = keys.begin() + long(start), right = keys.begin() + long(middle);
+            const auto leftEnd = right, rightEnd = keys.begin() + long(end);
+            auto out = other.begin() + long(start);
+            // Runs that follow one another already, as in a list that comes sorted, are taken as they are.
+            const bool apart = right == rightEnd || !before(*right, *(leftEnd - 1));
+            while (!apart && left != leftEnd && right != rightEnd)
+                *out++ = before(*right, *left) ? *right++ : *left++;
+            out = std::copy(left, leftEnd, out);
+            std::copy(right, rightEnd, out);
+        }
+        keys.swap(other);
+    }
+}
+
+bool naturallyBefore(QStringView a, QStringView b)
+{
+    qint64 first = leadingNumber(a), second = leadingNumber(b);
+    int common = 0;
+    if (first < 0 || second < 0) {
+        const int shortest = int(std::min(a.size(), b.size()));
+        while (common < shortest && a[common] == b[common])
+            ++common;
+        first = leadingNumber(a.mid(common));
+        second = leadingNumber(b.mid(common));
+    }
+    if (first >= 0 && second >= 0 && first != second)
+        return first < second;
+    return a.mid(common) < b.mid(common);
 }
 
 } // namespace
@@ -70,19 +98,7 @@ QString FileOrder::nameOf(Type type)
 
 bool FileOrder::nameBefore(const QString &a, const QString &b)
 {
-    const QStringView left(a), right(b);
-    qint64 leftNumber = leadingNumber(left), rightNumber = leadingNumber(right);
-    if (leftNumber < 0 || rightNumber < 0) {
-        const int shortest = qMin(a.size(), b.size());
-        int common = 0;
-        while (common < shortest && left[common] == right[common])
-            ++common;
-        leftNumber = leadingNumber(left.mid(common));
-        rightNumber = leadingNumber(right.mid(common));
-    }
-    if (leftNumber >= 0 && rightNumber >= 0 && leftNumber != rightNumber)
-        return leftNumber < rightNumber;
-    return a < b;
+    return naturallyBefore(a, b);
 }
 
 bool FileOrder::before(const FileItem &a, const FileItem &b, Type type)
@@ -102,7 +118,50 @@ bool FileOrder::before(const FileItem &a, const FileItem &b, Type type)
 
 void FileOrder::sort(QVector<FileItem> &items, Type type)
 {
-    mergeSort(items, [type](const FileItem &a, const FileItem &b) { return before(a, b, type); });
+    std::vector<Key> folders, files;
+    for (int row = 0; row < items.size(); ++row) {
+        const FileItem &item = items.at(row);
+        (item.isFolder() ? folders : files).push_back({item.name, type == FileSize ? item.size : item.datetime, row});
+    }
+    const auto byName = [](const Key &a, const Key &b) { return naturallyBefore(a.name, b.name); };
+    const auto byPlainName = [](const Key &a, const Key &b) { return a.name < b.name; };
+    const auto byValue = [](const Key &a, const Key &b) { return a.value < b.value; };
+    switch (type) {
+    case FileName:
+        mergeSort(folders, byName);
+        mergeSort(files, byName);
+        break;
+    case FileSize:
+        mergeSort(folders, byPlainName);
+        mergeSort(files, byValue);
+        break;
+    case Modified:
+        mergeSort(folders, byValue);
+        mergeSort(files, byValue);
+        break;
+    }
+    QVector<FileItem> sorted;
+    sorted.reserve(items.size());
+    for (const std::vector<Key> *keys : {&folders, &files}) {
+        for (const Key &key : *keys)
+            sorted.append(std::move(items[key.row]));
+    }
+    items.swap(sorted);
+}
+
+void FileOrder::merge(QVector<FileItem> &items, QVector<FileItem> more, Type type)
+{
+    QVector<FileItem> all;
+    all.reserve(items.size() + more.size());
+    auto next = more.begin();
+    for (FileItem &item : items) {
+        while (next != more.end() && before(*next, item, type))
+            all.append(std::move(*next++));
+        all.append(std::move(item));
+    }
+    while (next != more.end())
+        all.append(std::move(*next++));
+    items.swap(all);
 }
 
 int FileOrder::insertRow(const QVector<FileItem> &items, const FileItem &item, Type type, int without)

@@ -24,6 +24,8 @@ public:
     static bool nameBefore(const QString &a, const QString &b);
     static bool before(const FileItem &a, const FileItem &b, Type type);
     static void sort(QVector<FileItem> &items, Type type);
+    /// Puts the sorted @p more among the sorted @p items.
+    static void merge(QVector<FileItem> &items, QVector<FileItem> more, Type type);
     /// Row at which @p item belongs in the sorted @p items, as if those did not hold the row @p without.
     static int insertRow(const QVector<FileItem> &items, const FileItem &item, Type type, int without = -1);
 };

@@ -11,6 +11,18 @@ namespace {
 /// The last millisecond of the year 9999; what lies behind it is no time that a file could have.
 constexpr quint64 LastTime = 253402300799999ULL;
 
+/// A name longer than this is cut in the middle: a text of ten thousand characters would take the window's time.
+constexpr int LongestLine = 240;
+/// A message names so many entries and counts the others.
+constexpr int MostNamed = 3;
+
+/// Signs without a shape of their own that change the order in which others are shown.
+bool turnsDirection(ushort c)
+{
+    return c == 0x061c || (c >= 0x200b && c <= 0x200f) || (c >= 0x202a && c <= 0x202e) ||
+           (c >= 0x2060 && c <= 0x206f) || c == 0xfeff;
+}
+
 bool endsWithOneOf(const QString &name, const char *const (&endings)[8])
 {
     for (const char *ending : endings) {
@@ -24,12 +36,37 @@ bool endsWithOneOf(const QString &name, const char *const (&endings)[8])
 
 QString FileTexts::toolTip(const FileItem &item)
 {
-    const QString piece = QStringLiteral(": %1");
-    QStringList lines{tr("Name") + piece.arg(item.name)};
+    const QString piece = QStringLiteral(": %1\r\n");
+    QString text = tr("Name") + piece.arg(line(item.name));
     if (!item.isFolder())
-        lines << tr("Size") + piece.arg(size(item));
-    lines << tr("Modifyed") + piece.arg(time(item));
-    return lines.join(QLatin1String("\r\n"));
+        text += tr("Size") + piece.arg(size(item));
+    return text + tr("Modifyed") + QStringLiteral(": %1").arg(time(item));
+}
+
+QString FileTexts::line(const QString &text)
+{
+    QString shown = text;
+    if (text.size() > LongestLine)
+        shown = text.left(LongestLine * 2 / 3) + QChar(0x2026) + text.right(LongestLine / 3);
+    for (int i = 0; i < shown.size(); ++i) {
+        const ushort c = shown.at(i).unicode();
+        if (c < 0x20)
+            shown[i] = QChar(0x2400 + c); // the picture of the control character
+        else if (c == 0x2028 || c == 0x2029)
+            shown[i] = QChar(0x2424);
+        else if ((c >= 0x7f && c < 0xa0) || turnsDirection(c))
+            shown[i] = QChar(0xfffd);
+    }
+    return shown;
+}
+
+QString FileTexts::list(const QStringList &names)
+{
+    QStringList shown;
+    for (const QString &name : names.mid(0, MostNamed))
+        shown << QLatin1Char('"') + line(name) + QLatin1Char('"');
+    const QString text = shown.join(QLatin1String(", "));
+    return names.size() <= MostNamed ? text : tr("%1 and %2 more").arg(text).arg(names.size() - MostNamed);
 }
 
 QString FileTexts::plainToolTip(const QString &text)

@@ -1,12 +1,18 @@
 #include "FileTreeWidget.h"
 
+#include "DropMark.h"
 #include "FileItemModel.h"
+#include "SelectionBand.h"
 
-#include <QEvent>
 #include <QHeaderView>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScrollBar>
 
 FileTreeWidget::FileTreeWidget(QWidget *parent)
     : QTreeView(parent)
+    , m_band(new SelectionBand(this, [this](const QRect &area) { return touched(area); }))
+    , m_drop(std::make_unique<DropMark>(this))
 {
     setObjectName(QStringLiteral("fileTree"));
     setAccessibleName(tr("Files"));
@@ -20,9 +26,9 @@ FileTreeWidget::FileTreeWidget(QWidget *parent)
     setEditTriggers(NoEditTriggers);
     setDragEnabled(true);
     setAcceptDrops(true);
-    setDropIndicatorShown(true);
+    setDropIndicatorShown(false);
     setDragDropMode(DragDrop);
-    setDefaultDropAction(Qt::MoveAction);
+    setDragDropOverwriteMode(true);
     setContextMenuPolicy(Qt::CustomContextMenu);
     setTextElideMode(Qt::ElideMiddle);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -48,8 +54,11 @@ FileTreeWidget::FileTreeWidget(QWidget *parent)
     });
 }
 
+FileTreeWidget::~FileTreeWidget() = default;
+
 void FileTreeWidget::setFileModel(FileItemModel *model)
 {
+    m_entries = model;
     setModel(model);
     setPathColumnVisible(false);
     setSortIndicator(model->order());
@@ -67,6 +76,92 @@ void FileTreeWidget::setPathColumnVisible(bool visible)
 {
     setColumnHidden(FileItemModel::PathColumn, !visible);
     fitColumns();
+}
+
+FileTreeWidgetItem FileTreeWidget::itemAt(int row) const
+{
+    return {m_entries, row};
+}
+
+int FileTreeWidget::heightOfRow() const
+{
+    return qMax(1, m_entries && m_entries->rowCount() > 0 ? rowHeight(m_entries->index(0, 0)) : 1);
+}
+
+std::pair<int, int> FileTreeWidget::visibleRows() const
+{
+    const int top = verticalScrollBar()->value(), height = heightOfRow();
+    const int rows = m_entries ? m_entries->rowCount() : 0;
+    return {qMin(top / height, qMax(0, rows - 1)), qMin((top + viewport()->height()) / height, rows - 1)};
+}
+
+QItemSelection FileTreeWidget::touched(const QRect &area) const
+{
+    const int height = heightOfRow(), first = qMax(0, area.top()) / height;
+    const int last = qMin(area.bottom() / height, m_entries->rowCount() - 1);
+    if (first > last || area.bottom() < 0)
+        return {};
+    return {m_entries->index(first, 0), m_entries->index(last, FileItemModel::ColumnCount - 1)};
+}
+
+void FileTreeWidget::selectAll()
+{
+    selectionModel()->select(touched(QRect(0, 0, 1, m_entries->rowCount() * heightOfRow())),
+                             QItemSelectionModel::ClearAndSelect);
+}
+
+void FileTreeWidget::mousePressEvent(QMouseEvent *event)
+{
+    if (event->button() == Qt::LeftButton && !indexAt(event->pos()).isValid()) {
+        setFocus(Qt::MouseFocusReason);
+        m_band->press(event);
+        return;
+    }
+    QTreeView::mousePressEvent(event);
+}
+
+void FileTreeWidget::mouseMoveEvent(QMouseEvent *event)
+{
+    if (!m_band->move(event))
+        QTreeView::mouseMoveEvent(event);
+}
+
+void FileTreeWidget::mouseReleaseEvent(QMouseEvent *event)
+{
+    if (!m_band->release())
+        QTreeView::mouseReleaseEvent(event);
+}
+
+void FileTreeWidget::dragMoveEvent(QDragMoveEvent *event)
+{
+    QAbstractItemView::dragMoveEvent(event);
+    m_drop->move(event);
+}
+
+void FileTreeWidget::dragLeaveEvent(QDragLeaveEvent *event)
+{
+    QTreeView::dragLeaveEvent(event);
+    m_drop->leave();
+}
+
+void FileTreeWidget::dropEvent(QDropEvent *event)
+{
+    m_drop->drop(event);
+    QTreeView::dropEvent(event);
+}
+
+void FileTreeWidget::startDrag(Qt::DropActions actions)
+{
+    Q_UNUSED(actions)
+    emit dragAsked();
+}
+
+void FileTreeWidget::paintEvent(QPaintEvent *event)
+{
+    QTreeView::paintEvent(event);
+    QPainter painter(viewport());
+    m_drop->paint(&painter);
+    m_band->paint(&painter);
 }
 
 void FileTreeWidget::resizeEvent(QResizeEvent *event)

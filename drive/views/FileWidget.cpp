@@ -9,17 +9,18 @@
 
 #include <QAction>
 #include <QActionGroup>
+#include <QDrag>
 #include <QEvent>
 #include <QItemSelectionModel>
 #include <QMenu>
+#include <QPainter>
+#include <QPixmap>
 #include <QScrollBar>
 
 #include <algorithm>
 
 namespace {
 
-/// A selection larger than this is not carried over when the list comes anew.
-constexpr int KeptSelection = 5000;
 /// Pictures are asked for once the view has not moved for so long.
 constexpr int RestTime = 60; // ms
 
@@ -47,6 +48,8 @@ FileWidget::FileWidget(QWidget *parent)
     addWidget(m_empty);
     setFocusProxy(m_tree);
 
+    connect(m_tree, &FileTreeWidget::dragAsked, this, &FileWidget::dragSelection);
+    connect(m_list, &FileListWidget::dragAsked, this, &FileWidget::dragSelection);
     connect(m_tree, &FileTreeWidget::orderAsked, this,
             [this](FileOrder::Type order) { emit sortTypeAsked(FileOrder::nameOf(order)); });
     connect(m_delegate, &FileNameDelegate::committed, this, [this](const QModelIndex &index, const QString &name) {
@@ -186,28 +189,50 @@ void FileWidget::setIcons(const QList<FileItem> &items)
 
 void FileWidget::tellVisiblePictures()
 {
-    const QAbstractItemView *view = currentView();
-    if (!view->isVisible() || m_model->rowCount() == 0)
+    if (!currentView()->isVisible() || m_model->rowCount() == 0)
         return;
-    const QRect area = view->viewport()->rect();
-    const QModelIndex top = view->indexAt(area.topLeft() + QPoint(12, 12));
-    const int first = top.isValid() ? top.row() : 0;
-    QModelIndex last = top;
-    // The ground may be under the corner; the rows of one screen are few.
-    for (int row = first; row < m_model->rowCount(); ++row) {
-        const QModelIndex index = m_model->index(row, FileItemModel::NameColumn);
-        if (view->visualRect(index).top() > area.bottom())
-            break;
-        last = index;
-    }
-    const int inView = last.isValid() ? last.row() - first + 1 : 0;
+    const std::pair<int, int> seen = m_mode == ListMode ? m_tree->visibleRows() : m_list->visibleRows();
+    const int ahead = seen.second - seen.first + 1;
     QList<FileItem> wanted;
-    for (int row = first; row < qMin(first + 2 * inView, m_model->rowCount()); ++row) {
+    for (int row = seen.first; row <= qMin(seen.second + ahead, m_model->rowCount() - 1); ++row) {
         const FileItem &item = m_model->item(row);
         if (FileListing::isPicture(item) && !m_model->isUnfinished(row) && !m_model->hasThumbnail(item))
             wanted.append(item);
     }
     emit sigVisiblePictures(wanted, pictureSize());
+}
+
+void FileWidget::dragSelection()
+{
+    const QList<FileItem> items = selectedItems();
+    if (items.isEmpty())
+        return;
+    // On the heap: the drag waits in an event loop of its own, in which the page may be closed.
+    auto *drag = new QDrag(this);
+    drag->setMimeData(new DriveMimeData({QStringLiteral("Cut"), items, m_model->subCenterId()}));
+    const FileWidgetItem first = currentItem();
+    const qreal scale = devicePixelRatioF();
+    QPixmap picture(QSize(72, 56) * scale);
+    picture.setDevicePixelRatio(scale);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (first.isValid())
+        first.icon().paint(&painter, QRect(0, 8, 48, 48));
+    if (items.size() > 1) {
+        const QString number = items.size() > 999 ? QStringLiteral("999+") : QString::number(items.size());
+        const QRect badge(72 - fontMetrics().horizontalAdvance(number) - 12, 0,
+                          fontMetrics().horizontalAdvance(number) + 12, fontMetrics().height() + 2);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(palette().color(QPalette::Link));
+        painter.drawRoundedRect(badge, badge.height() / 2.0, badge.height() / 2.0);
+        painter.setPen(Qt::white);
+        painter.drawText(badge, Qt::AlignCenter, number);
+    }
+    painter.end();
+    drag->setPixmap(picture);
+    drag->setHotSpot(QPoint(20, 30));
+    drag->exec(Qt::CopyAction | Qt::MoveAction, Qt::MoveAction);
 }
 
 QMenu *FileWidget::createContextMenu(QWidget *parent)
@@ -218,10 +243,16 @@ QMenu *FileWidget::createContextMenu(QWidget *parent)
         if (action->isEnabled())
             menu->addAction(action);
     }
-    QMenu *sortMenu = menu->addMenu(tr("Sort by"));
+    menu->addMenu(createSortMenu(menu));
+    return menu;
+}
+
+QMenu *FileWidget::createSortMenu(QWidget *parent)
+{
+    auto *menu = new QMenu(tr("Sort by"), parent);
     for (FileOrder::Type order : {FileOrder::FileName, FileOrder::Modified, FileOrder::FileSize}) {
         m_orders[order]->setChecked(order == m_model->order());
-        sortMenu->addAction(m_orders[order]);
+        menu->addAction(m_orders[order]);
     }
     return menu;
 }
@@ -230,7 +261,7 @@ void FileWidget::updateActions()
 {
     const int rows = selectedCount();
     const bool one = rows == 1, any = rows > 0, search = m_model->isSearchResult();
-    const FileItem item = one ? m_model->item(m_selection->selection().first().top()) : FileItem();
+    const FileItem item = one ? currentItem().item() : FileItem();
     m_actions[Open]->setEnabled(one);
     m_actions[Download]->setEnabled(any);
     m_actions[Delete]->setEnabled(any);
@@ -263,17 +294,29 @@ QAbstractItemView *FileWidget::currentView() const
 void FileWidget::setShowMode(ShowMode mode)
 {
     m_mode = mode;
-    setEmptyPanelVisible(m_emptyVisible);
+    const QModelIndex current = m_selection->currentIndex();
+    showPart();
+    if (current.isValid())
+        currentView()->scrollTo(current);
     m_restTimer.start();
 }
 
 void FileWidget::setEmptyPanelVisible(bool visible)
 {
     m_emptyVisible = visible;
-    QWidget *next = visible ? static_cast<QWidget *>(m_empty) : currentView();
+    showPart();
+}
+
+void FileWidget::showPart()
+{
+    const bool filtered = !m_emptyVisible && !m_model->filter().isEmpty() && m_model->rowCount() == 0;
+    m_empty->setKind(filtered                    ? EmptyFolderPanel::NothingMatches
+                     : m_model->isSearchResult() ? EmptyFolderPanel::NothingFound
+                                                 : EmptyFolderPanel::EmptyFolder);
+    QWidget *next = m_emptyVisible || filtered ? static_cast<QWidget *>(m_empty) : currentView();
     if (currentWidget() == next)
         return;
-    const bool focused = isAncestorOf(focusWidget()) && currentWidget()->hasFocus();
+    const bool focused = currentWidget()->hasFocus();
     setCurrentWidget(next);
     setFocusProxy(next);
     if (focused)
@@ -289,7 +332,7 @@ void FileWidget::setSearchResult(bool search)
 {
     m_model->setSearchResult(search);
     m_tree->setPathColumnVisible(search);
-    m_empty->setSearchResult(search);
+    showPart();
     updateActions();
 }
 
@@ -306,9 +349,6 @@ QString FileWidget::sortType() const
 
 void FileWidget::setSortType(const QString &type)
 {
-    // To follow each entry of a very large selection to its new row would take longer than the sorting.
-    if (selectedCount() > KeptSelection)
-        m_selection->clearSelection();
     m_model->setOrder(FileOrder::typeOf(type));
     m_tree->setSortIndicator(m_model->order());
 }
@@ -325,17 +365,17 @@ int FileWidget::selectedCount() const
 
 QList<FileItem> FileWidget::selectedItems() const
 {
-    QVector<int> rows;
-    for (const QItemSelectionRange &range : m_selection->selection()) {
-        for (int row = range.top(); row <= range.bottom(); ++row)
-            rows.append(row);
-    }
-    std::sort(rows.begin(), rows.end());
-    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    QItemSelection ranges = m_selection->selection();
+    std::sort(ranges.begin(), ranges.end(),
+              [](const QItemSelectionRange &a, const QItemSelectionRange &b) { return a.top() < b.top(); });
     QList<FileItem> items;
-    items.reserve(rows.size());
-    for (int row : qAsConst(rows))
-        items.append(m_model->item(row));
+    items.reserve(selectedCount());
+    int next = 0;
+    for (const QItemSelectionRange &range : qAsConst(ranges)) {
+        for (int row = qMax(next, range.top()); row <= range.bottom(); ++row)
+            items.append(m_model->item(row));
+        next = qMax(next, range.bottom() + 1);
+    }
     return items;
 }
 
@@ -355,24 +395,50 @@ QList<FileItem> FileWidget::selectedFolders() const
     return items;
 }
 
+FileWidgetItem FileWidget::currentItem() const
+{
+    const QItemSelection selection = m_selection->selection();
+    return {m_model, selection.isEmpty() ? m_selection->currentIndex().row() : selection.first().top()};
+}
+
 void FileWidget::select(const QStringList &paths)
 {
-    QItemSelection selection;
-    QModelIndex first;
+    QVector<int> rows;
     for (const QString &path : paths) {
         const int row = m_model->rowOf(path);
-        if (row < 0)
-            continue;
-        const QModelIndex index = m_model->index(row, 0);
-        selection.select(index, m_model->index(row, FileItemModel::ColumnCount - 1));
-        if (!first.isValid())
-            first = index;
+        if (row >= 0)
+            rows.append(row);
     }
-    if (!first.isValid())
+    if (rows.isEmpty())
         return;
+    const QModelIndex first = m_model->index(rows.first(), 0);
     m_selection->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
-    m_selection->select(selection, QItemSelectionModel::ClearAndSelect);
+    selectRows(rows);
     currentView()->scrollTo(first);
+}
+
+void FileWidget::selectRows(QVector<int> rows)
+{
+    std::sort(rows.begin(), rows.end());
+    QItemSelection selection;
+    for (int i = 0; i < rows.size();) {
+        const int top = rows.at(i);
+        int bottom = top;
+        while (++i < rows.size() && rows.at(i) <= bottom + 1)
+            bottom = rows.at(i);
+        selection.append({m_model->index(top, 0), m_model->index(bottom, FileItemModel::ColumnCount - 1)});
+    }
+    m_selection->select(selection, QItemSelectionModel::ClearAndSelect);
+}
+
+void FileWidget::selectAll()
+{
+    currentView()->selectAll();
+}
+
+void FileWidget::setFilter(const QString &text)
+{
+    m_model->setFilter(text);
 }
 
 void FileWidget::editName()
@@ -388,24 +454,50 @@ void FileWidget::editName()
 
 void FileWidget::keepPlace()
 {
+    const int selected = selectedCount();
+    m_placeAll = selected > 1 && selected == m_model->rowCount();
     m_placeSelected.clear();
-    if (selectedCount() <= KeptSelection) {
+    if (!m_placeAll) {
         for (const FileItem &item : selectedItems())
             m_placeSelected.append(item.path);
     }
+    const int current = m_selection->currentIndex().row();
+    m_placeCurrent = current >= 0 && current < m_model->rowCount() ? m_model->item(current).path : QString();
     m_placeScroll = currentView()->verticalScrollBar()->value();
 }
 
 void FileWidget::restorePlace()
 {
     // Also where the folder changed: none of the old paths is there then, and the list begins at its top.
-    const bool sameFolder = m_placeFolder == m_model->folder();
+    const bool sameFolder = m_placeFolder == m_model->folder(), sameOrder = m_placeOrder == m_model->order();
     m_placeFolder = m_model->folder();
-    if (sameFolder && !m_placeSelected.isEmpty())
-        select(m_placeSelected);
-    if (sameFolder && m_placeScroll > 0) {
-        currentView()->doItemsLayout();
-        currentView()->verticalScrollBar()->setValue(m_placeScroll);
+    m_placeOrder = m_model->order();
+    QAbstractItemView *view = currentView();
+    view->doItemsLayout();
+    if (sameFolder) {
+        const int current = m_placeCurrent.isEmpty() ? -1 : m_model->rowOf(m_placeCurrent);
+        if (current >= 0)
+            m_selection->setCurrentIndex(m_model->index(current, 0), QItemSelectionModel::NoUpdate);
+        QVector<int> rows;
+        for (const QString &path : qAsConst(m_placeSelected)) {
+            const int row = m_model->rowOf(path);
+            if (row >= 0)
+                rows.append(row);
+        }
+        if (m_placeAll)
+            view->selectAll();
+        else if (!rows.isEmpty())
+            selectRows(rows);
+        // Another order takes one along with what one was at.
+        if (sameOrder)
+            view->verticalScrollBar()->setValue(m_placeScroll);
+        else if (current >= 0)
+            view->scrollTo(m_model->index(current, 0), QAbstractItemView::PositionAtCenter);
     }
+    m_placeSelected.clear();
+    if (!sameFolder || !sameOrder)
+        m_tree->setSortIndicator(m_model->order());
+    showPart();
     updateActions();
+    emit selectionChanged();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FileOrder.h"
+#include "FileWidgetItem.h"
 
 #include <QMap>
 #include <QStackedWidget>
@@ -64,11 +65,20 @@ public:
     QList<FileItem> selectedFolders() const;
     /// Selects and shows the entries of those paths, as far as they are there.
     void select(const QStringList &paths);
+    /// How many entries are selected; costs nothing, however many they are.
+    int selectedCount() const;
     /// Opens the editor on the name of the one selected entry.
     void editName();
+    void selectAll();
+    /// Shows only entries whose name holds @p text; a panel says so when none does.
+    void setFilter(const QString &text);
+    /// The selected entry, or the one that the keys are on; invalid when there is none.
+    FileWidgetItem currentItem() const;
 
     /// The context menu for the selection, owned by @p parent; actions that do not fit it are left out.
     QMenu *createContextMenu(QWidget *parent);
+    /// "Sort by" with its orders, owned by @p parent.
+    QMenu *createSortMenu(QWidget *parent);
     QAction *action(Command command) const { return m_actions.value(command); }
 
 signals:
@@ -101,10 +111,12 @@ private:
     void setUpView(QAbstractItemView *view);
     void activate(const QModelIndex &index);
     void updateActions();
-    int selectedCount() const;
     void tellVisiblePictures();
+    void dragSelection();
     void keepPlace();
     void restorePlace();
+    void showPart();
+    void selectRows(QVector<int> rows);
     QAbstractItemView *currentView() const;
 
     FileItemModel *m_model;
@@ -120,8 +132,11 @@ private:
     bool m_previewAvailable = false;
     QTimer m_restTimer; ///< runs while the view moves
 
-    // Where the person was, for a list that is asked for again.
+    // Where the person was, for a list that comes anew.
     QString m_placeFolder;
+    FileOrder::Type m_placeOrder = FileOrder::FileName;
+    bool m_placeAll = false; ///< everything was selected
     QStringList m_placeSelected;
+    QString m_placeCurrent;
     int m_placeScroll = 0;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <QThreadPool>
 
 #include <deque>
 #include <functional>
@@ -25,6 +26,12 @@ public:
     void run(Work work);
     /// Like run() when @p aside holds, else does both at once, in order.
     void runIf(bool aside, Work work);
+    /// Lets go of @p value on a pool thread: to free very many entries takes longer than the window may wait.
+    template <typename Value>
+    static void discard(Value &&value)
+    {
+        QThreadPool::globalInstance()->start([gone = std::make_shared<Value>(std::move(value))] { *gone = Value(); });
+    }
     bool isIdle() const { return m_entries.empty(); }
 
 private:

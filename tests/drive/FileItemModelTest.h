@@ -10,7 +10,7 @@ class FileItemModelTest : public StrictTest
 private slots:
     void followsAReferenceList();
     void aLongListIsSortedAsideAndChangesWaitTheirTurn();
-    void orderKeepsPersistentIndexes();
+    void renamedRowsKeepTheirIndexes();
     void nothingHappensAfterDestruction();
     void dropsAreAcceptedWhereTheyMakeSense_data();
     void dropsAreAcceptedWhereTheyMakeSense();
