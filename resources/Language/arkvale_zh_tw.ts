@@ -324,6 +324,10 @@
         <source>and waiting for  you to fill, hurry to upload ~</source>
         <translation>等您來填滿，趕快上傳吧～</translation>
     </message>
+    <message>
+        <source>No name in this folder holds the text of the filter.</source>
+        <translation>此資料夾中沒有名稱包含篩選文字。</translation>
+    </message>
 </context>
 <context>
     <name>FileDialog</name>
@@ -394,6 +398,18 @@
         <source>Path</source>
         <translation>路徑</translation>
     </message>
+    <message>
+        <source>All Files</source>
+        <translation>全部檔案</translation>
+    </message>
+    <message>
+        <source>Move to &quot;%1&quot;</source>
+        <translation>移動到「%1」</translation>
+    </message>
+    <message>
+        <source>Upload to &quot;%1&quot;</source>
+        <translation>上傳到「%1」</translation>
+    </message>
 </context>
 <context>
     <name>FileListWidget</name>
@@ -437,6 +453,10 @@
     <message>
         <source>Modifyed</source>
         <translation>修改日期</translation>
+    </message>
+    <message>
+        <source>%1 and %2 more</source>
+        <translation>%1 等另外 %2 項</translation>
     </message>
 </context>
 <context>
