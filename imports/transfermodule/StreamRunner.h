@@ -46,6 +46,8 @@ signals:
     /// @param bytes size of what was transferred, -1 when it is not known
     void ended(TaskId id, bool success, qint64 bytes);
     void stopped(TaskId id);
+    /// There is no room for the task at one of the ends. The reason was told by progressChanged().
+    void halted(TaskId id);
     void foldersCreated(const QStringList &folders);
     void connectionsChanged(const QList<ZpdtConnectionInfo> &connections);
 

@@ -513,7 +513,14 @@ void StreamRunnerPrivate::failMember(Job &job, JobMember &member, ZpdtError erro
     progress.error = error;
     progress.errorText = text;
     emit q->progressChanged(member.id, progress);
-    endMember(job, member, false, -1);
+    if (error != ZpdtError::NoSpace) {
+        endMember(job, member, false, -1);
+        return;
+    }
+    // Room can be made: what arrived stays, and the task waits for it.
+    member.over = true;
+    m_places.remove(member.id);
+    emit q->halted(member.id);
 }
 
 void StreamRunnerPrivate::stopMember(Job &job, JobMember &member)

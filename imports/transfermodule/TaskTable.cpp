@@ -561,6 +561,24 @@ void TaskTable::stopped(TaskId id)
     schedule(l);
 }
 
+void TaskTable::halted(TaskId id)
+{
+    Task *t = task(id);
+    if (!t || t->state == State::Queued || t->state == State::Paused)
+        return;
+    if (t->state == State::Stopping) {
+        stopped(id);
+        return;
+    }
+    dequeue(*t);
+    releaseSlot(*t);
+    t->state = State::Paused;
+    t->resumed = true;
+    t->record.Status = ZPDT_PAUSED;
+    report(TaskReport::PauseEnd, *t);
+    schedule(lane(t->record.Type));
+}
+
 void TaskTable::rememberEnd(const Key &key)
 {
     const std::size_t hash = KeyHash()(key);

@@ -100,6 +100,8 @@ public:
     void takeOutOfGroup(TaskId id);
     void finished(TaskId id, bool success);
     void stopped(TaskId id);
+    /// It cannot go on for now and rests as if it had been paused.
+    void halted(TaskId id);
 
     const TaskRecord *record(TaskId id) const;
     Config config(TaskId id) const;

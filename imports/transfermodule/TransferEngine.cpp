@@ -60,6 +60,11 @@ TransferEngine::TransferEngine(bool realNameVerified, std::function<void(std::ve
         m_table.stopped(id);
         settle();
     });
+    connect(m_runner, &StreamRunner::halted, this, [this](TaskId id) {
+        m_lastProgress.remove(id);
+        m_table.halted(id);
+        settle();
+    });
     connect(m_runner, &StreamRunner::foldersCreated, this, [this](const QStringList &folders) {
         m_folders += folders;
         scheduleDelivery();

@@ -213,6 +213,8 @@ signals:
     void TaskRetrans(QList<TaskRecord> tasks, ZPDTCMDTYPE type);
     /// Remote folders that uploads created.
     void TaskDirCreated(QStringList folders);
+    /// Also told of tasks that no room is left for: their last progress then says NoSpace, what arrived stays, and they
+    /// go on when they are started again.
     void TaskPauseEnd(QList<TaskRecord> tasks, ZPDTCMDTYPE type);
     void TaskCancelEnd(QList<TaskRecord> tasks, ZPDTCMDTYPE type);
     /// Requests that were refused because the same tasks are there already.

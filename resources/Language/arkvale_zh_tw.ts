@@ -1140,6 +1140,10 @@
         <source>nothing to transfer</source>
         <translation>沒有需要傳輸的內容</translation>
     </message>
+    <message>
+        <source>%1 ms</source>
+        <translation>%1 毫秒</translation>
+    </message>
 </context>
 <context>
     <name>TransferDispatch</name>

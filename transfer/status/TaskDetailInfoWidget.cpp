@@ -151,7 +151,7 @@ void TaskDetailInfoWidget::setConnection(const ZpdtConnectionInfo &connection, c
     m_values.at(ConnectTimes)->setText(QString::number(connection.connectTimes));
     m_values.at(Loss)->setText(connected ? percent(connection.lossPercent) : unknown);
     m_values.at(Ack)->setText(connected && connection.roundTripMs >= 0.0
-                                  ? QString::number(connection.roundTripMs, 'f', 1) + QStringLiteral(" ms")
+                                  ? tr("%1 ms").arg(QString::number(connection.roundTripMs, 'f', 1))
                                   : unknown);
     m_values.at(SendRate)->setText(connected ? TransferTexts::speed(connection.sendRateMbps) : unknown);
     m_values.at(ReceiveRate)->setText(connected ? TransferTexts::speed(connection.receiveRateMbps) : unknown);
