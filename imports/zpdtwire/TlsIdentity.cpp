@@ -27,6 +27,7 @@ struct Freer
 };
 using Key = std::unique_ptr<EVP_PKEY, Freer<EVP_PKEY_free>>;
 using Certificate = std::unique_ptr<X509, Freer<X509_free>>;
+using Digester = std::unique_ptr<EVP_MD_CTX, Freer<EVP_MD_CTX_free>>;
 using Memory = std::unique_ptr<BIO, Freer<BIO_free_all>>;
 
 constexpr long kTenYears = 3650L * 24 * 3600;
@@ -143,8 +144,46 @@ bool TlsIdentity::load(const std::string &file, std::string &error)
         return false;
     }
     m_fingerprint = fingerprintOf(certificate.get());
+    unsigned char *binary = nullptr;
+    const int size = i2d_X509(certificate.get(), &binary);
+    m_certificate.assign(reinterpret_cast<char *>(binary), size > 0 ? std::size_t(size) : 0);
+    OPENSSL_free(binary);
     m_context = std::move(context);
     return true;
+}
+
+bool TlsIdentity::sign(const Bytes &data, std::string &signature) const
+{
+    const Digester digester(EVP_MD_CTX_new());
+    EVP_PKEY *key = m_context ? SSL_CTX_get0_privatekey(m_context->native_handle()) : nullptr;
+    std::size_t size = key ? std::size_t(EVP_PKEY_get_size(key)) : 0;
+    signature.resize(size);
+    const bool good = key && digester && EVP_DigestSignInit(digester.get(), nullptr, EVP_sha256(), nullptr, key) == 1 &&
+                      EVP_DigestSign(digester.get(), reinterpret_cast<unsigned char *>(&signature[0]), &size,
+                                     data.data(), data.size()) == 1;
+    signature.resize(good ? size : 0);
+    return good;
+}
+
+bool TlsIdentity::verify(const std::string &certificate, const Bytes &data, const std::string &signature)
+{
+    const auto *bytes = reinterpret_cast<const unsigned char *>(certificate.data());
+    const Certificate parsed(d2i_X509(nullptr, &bytes, long(certificate.size())));
+    EVP_PKEY *key = parsed ? X509_get0_pubkey(parsed.get()) : nullptr;
+    const Digester digester(EVP_MD_CTX_new());
+    return key && digester && EVP_DigestVerifyInit(digester.get(), nullptr, EVP_sha256(), nullptr, key) == 1 &&
+           EVP_DigestVerify(digester.get(), reinterpret_cast<const unsigned char *>(signature.data()), signature.size(),
+                            data.data(), data.size()) == 1;
+}
+
+UdpSecret TlsIdentity::secret(const std::string &purpose) const
+{
+    unsigned char *binary = nullptr;
+    const int size = m_context ? i2d_PrivateKey(SSL_CTX_get0_privatekey(m_context->native_handle()), &binary) : 0;
+    const std::size_t length = size > 0 ? std::size_t(size) : 0;
+    const UdpSecret out = udpMac(binary, length, {{purpose.data(), purpose.size()}});
+    OPENSSL_clear_free(binary, length);
+    return out;
 }
 
 std::shared_ptr<asio::ssl::context> TlsIdentity::clientContext()

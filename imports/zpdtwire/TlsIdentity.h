@@ -1,5 +1,7 @@
 #pragma once
 
+#include "UdpCrypto.h"
+
 #include <memory>
 #include <string>
 
@@ -21,6 +23,15 @@ public:
     const std::string &fingerprint() const { return m_fingerprint; }
     std::shared_ptr<asio::ssl::context> serverContext() const { return m_context; }
 
+    /// The certificate in its binary form.
+    const std::string &certificate() const { return m_certificate; }
+    /// Signs with the certificate's key. False when the library failed.
+    bool sign(const Bytes &data, std::string &signature) const;
+    /// Whether the owner of a certificate in its binary form has signed @p data.
+    static bool verify(const std::string &certificate, const Bytes &data, const std::string &signature);
+    /// A secret that holds as long as the key does, a different one for each purpose.
+    UdpSecret secret(const std::string &purpose) const;
+
     /// For clients; whom they trust is decided with the fingerprint after the handshake.
     static std::shared_ptr<asio::ssl::context> clientContext();
     /// Fingerprint of the other side of an OpenSSL connection, empty when it showed no certificate.
@@ -28,6 +39,7 @@ public:
 
 private:
     std::string m_fingerprint;
+    std::string m_certificate;
     std::shared_ptr<asio::ssl::context> m_context;
 };
 

@@ -23,9 +23,9 @@ namespace arkvale::service {
 
 namespace {
 
-const std::set<std::string> valuedOptions = {"data",         "demo",     "listen",          "port",
-                                             "ready-file",   "tls-cert", "tls-key",         "public-url",
-                                             "stop-timeout", "workers",  "transfer-listen", "partial-days"};
+const std::set<std::string> valuedOptions = {
+    "data",         "demo",    "listen",          "port",         "ready-file",  "tls-cert", "tls-key", "public-url",
+    "stop-timeout", "workers", "transfer-listen", "transfer-udp", "partial-days"};
 
 int complain(const std::string &error, int code)
 {
@@ -64,6 +64,7 @@ bool readOptions(const Arguments &arguments, ServiceOptions *options, std::strin
     HttpOptions &http = options->http;
     http.listen = arguments.value("listen", http.listen);
     options->transferListen = arguments.value("transfer-listen");
+    options->udp = arguments.value("transfer-udp", "on") != "off";
     options->publicUrl = arguments.value("public-url");
     while (!options->publicUrl.empty() && options->publicUrl.back() == '/')
         options->publicUrl.pop_back();

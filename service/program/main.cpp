@@ -19,6 +19,7 @@ options of serve and --demo:
   --tls-cert FILE, --tls-key FILE   serve HTTPS, with these PEM files
   --public-url URL          account base as clients reach it, for a service behind a proxy
   --transfer-listen ADDRESS address of the transfer listeners (that of --listen)
+  --transfer-udp on|off     transfers over UDP as well as TCP (on)
   --ready-file FILE         written once the service can be reached; holds the same line as standard output
   --stop-timeout SECONDS    how long running requests may finish after SIGTERM (30)
   --workers N               requests handled at once (8)

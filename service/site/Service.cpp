@@ -98,6 +98,7 @@ bool Service::Parts::startTransfers(const ServiceOptions &options, std::string *
         TransferServerOptions transfer;
         transfer.host = options.transferListen.empty() ? options.http.listen : options.transferListen;
         transfer.port = record.transferPort;
+        transfer.udp = options.udp;
         transfer.subCenterId = record.id;
         transfer.certificateFile = options.dataFolder + "/transfer.pem";
         // Clients may come with a port that holds for all sub-centers, so each listener serves the tickets of all:
@@ -140,7 +141,8 @@ bool Service::Parts::startTransfers(const ServiceOptions &options, std::string *
         }
         if (record.transferPort == 0)
             store.setSetting(portKey, std::to_string(server->port()));
-        listeners[record.id] = {server->fingerprint(), server->port()};
+        listeners[record.id] = {server->fingerprint(), server->port(), server->udpPort(),
+                                [transfers = server.get()] { return transfers->issueUdpKey(); }};
         site->setTransferPort(record.id, server->port());
         transfers.push_back(std::move(server));
     }
@@ -253,7 +255,8 @@ nlohmann::json Service::addresses() const
         list.push_back({{"id", info.id},
                         {"name", info.name},
                         {"orv", base + "/sc/" + percentEncode(info.id)},
-                        {"transferPort", info.transferPort}});
+                        {"transferPort", info.transferPort},
+                        {"udpPort", m_parts->listeners[info.id].udpPort}});
     return {{"http", base}, {"subCenters", list}};
 }
 

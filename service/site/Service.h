@@ -17,6 +17,7 @@ struct ServiceOptions
     HttpOptions http;
     std::string publicUrl;      ///< account base as told to clients; empty: as their requests come in
     std::string transferListen; ///< address of the transfer listeners; empty: that of HTTP
+    bool udp = true;            ///< transfers over UDP as well as TCP
     std::chrono::seconds partialAge = std::chrono::hours(14 * 24); ///< after which abandoned partial files go; 0: never
     PasswordCost passwordCost;
 };
@@ -37,7 +38,7 @@ public:
     /// Running requests finish, files stay whole.
     void stop();
 
-    /// Where it is reached: {"http": account base, "subCenters": [{"id", "name", "orv", "transferPort"}]}.
+    /// Where it is reached: {"http": account base, "subCenters": [{"id", "name", "orv", "transferPort", "udpPort"}]}.
     nlohmann::json addresses() const;
 
     /// Port of HTTP, after start().

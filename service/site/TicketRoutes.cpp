@@ -60,12 +60,18 @@ void registerTicketRoutes(Router &router, const AccountServices &services, Ticke
         const std::string text = tickets.issue(std::move(ticket), now);
         if (text.empty())
             return Response::error(429, "too-many", "Too many tickets wait for their use.");
-        return Response::json(
-            {{"ticket", text},
-             {"expires", now + TicketStore::lifetimeMs},
-             {"fingerprint", server.fingerprint},
-             {"host", center->transferHost.empty() ? services.address.host(request) : center->transferHost},
-             {"port", server.port}});
+        nlohmann::json answer = {
+            {"ticket", text},
+            {"expires", now + TicketStore::lifetimeMs},
+            {"fingerprint", server.fingerprint},
+            {"host", center->transferHost.empty() ? services.address.host(request) : center->transferHost},
+            {"port", server.port}};
+        const std::string key = server.udpPort != 0 ? server.udpKey() : std::string();
+        if (!key.empty()) {
+            answer["udpPort"] = server.udpPort;
+            answer["udpKey"] = key;
+        }
+        return Response::json(answer);
     };
     router.add("POST", "/sc/{id}/transfer-tickets", handler, Access::Transfer);
 }

@@ -13,8 +13,10 @@ class TicketStore;
 /// What clients are told of a sub-center's transfer listener.
 struct TransferListener
 {
-    std::string fingerprint; ///< SHA-256 of its certificate, lower-case hexadecimal
-    std::uint16_t port = 0;  ///< 0: it does not run
+    std::string fingerprint;             ///< SHA-256 of its certificate, lower-case hexadecimal
+    std::uint16_t port = 0;              ///< 0: it does not run
+    std::uint16_t udpPort = 0;           ///< 0: it takes TCP alone
+    std::function<std::string()> udpKey; ///< a new one; any thread
 };
 
 /// Transfer tickets, for requests that are signed with the transfer credentials.

@@ -9,6 +9,7 @@
 #include "TargetTree.h"
 #include "TcpChannel.h"
 #include "TlsIdentity.h"
+#include "UdpListener.h"
 
 #include <asio/ip/tcp.hpp>
 #include <asio/steady_timer.hpp>
@@ -56,6 +57,7 @@ public:
     /// By home; a user's streams share theirs, whichever listeners they came
     /// through.
     std::map<std::string, std::weak_ptr<zpdt::Reservations>> reservations;
+    const std::shared_ptr<zpdt::UdpKeys> udpKeys = std::make_shared<zpdt::UdpKeys>();
     zpdt::Context context;
 };
 
@@ -99,7 +101,8 @@ struct TransferServer::Private : std::enable_shared_from_this<TransferServer::Pr
 
     bool listen(std::string &error);
     void accept();
-    void welcome(tcp::socket socket);
+    void listenUdp();
+    void welcome(std::shared_ptr<zpdt::Channel> channel, const std::string &address);
     void gone(std::uint64_t number);
     std::shared_ptr<zpdt::SessionStream> open(std::uint64_t number, std::uint32_t id, const zpdt::OpenMessage &message);
     std::shared_ptr<zpdt::StreamBase> makeStream(zpdt::Session &session, const zpdt::OpenMessage &message,
@@ -117,7 +120,9 @@ struct TransferServer::Private : std::enable_shared_from_this<TransferServer::Pr
     zpdt::TlsIdentity identity;
     tcp::acceptor acceptor;
     asio::steady_timer acceptTimer;
+    std::unique_ptr<zpdt::UdpListener> udp;
     std::uint16_t port = 0;
+    std::uint16_t udpPort = 0;
     bool stopping = false;
     bool started = false;
 
@@ -159,13 +164,35 @@ bool TransferServer::Private::listen(std::string &error)
     return true;
 }
 
+void TransferServer::Private::listenUdp()
+{
+    udp = std::make_unique<zpdt::UdpListener>(context, identity, runtime.udpKeys,
+                                              [weak = weak_from_this()](std::shared_ptr<zpdt::UdpChannel> channel) {
+                                                  const auto self = weak.lock();
+                                                  if (!self || self->stopping)
+                                                      return;
+                                                  const std::string address = channel->peer();
+                                                  self->welcome(std::move(channel), address);
+                                              });
+    // Without UDP the service is slower over long lines, and works.
+    std::string why;
+    if (udp->listen(options.host, port, why) || udp->listen(options.host, 0, why))
+        udpPort = udp->port();
+    else
+        say("transfer: no UDP: " + why);
+}
+
 void TransferServer::Private::accept()
 {
     acceptor.async_accept([self = shared_from_this()](std::error_code failed, tcp::socket socket) {
         if (self->stopping)
             return;
         if (!failed) {
-            self->welcome(std::move(socket));
+            const auto remote = socket.remote_endpoint(failed);
+            if (!failed)
+                self->welcome(
+                    zpdt::TcpChannel::accepted(self->context, std::move(socket), self->identity.serverContext()),
+                    remote.address().to_string());
             return self->accept();
         }
         // Out of descriptors, most likely. The ones in use go on.
@@ -177,13 +204,8 @@ void TransferServer::Private::accept()
     });
 }
 
-void TransferServer::Private::welcome(tcp::socket socket)
+void TransferServer::Private::welcome(std::shared_ptr<zpdt::Channel> channel, const std::string &address)
 {
-    std::error_code failed;
-    const auto remote = socket.remote_endpoint(failed);
-    if (failed)
-        return;
-    const std::string address = remote.address().to_string();
     if (peers.size() >= options.maxConnections || perAddress[address] >= options.maxConnectionsPerAddress) {
         if (perAddress[address] == 0)
             perAddress.erase(address);
@@ -204,7 +226,6 @@ void TransferServer::Private::welcome(tcp::socket socket)
         const auto self = weak.lock();
         return self ? self->open(number, id, message) : nullptr;
     };
-    auto channel = zpdt::TcpChannel::accepted(context, std::move(socket), identity.serverContext());
     peer->session = std::make_shared<zpdt::Session>(context, std::move(channel), zpdt::Session::Role::Server,
                                                     "arkvale-service", std::move(handler));
     peer->session->setSendGoal({options.maxSendBytesPerSecond});
@@ -327,6 +348,8 @@ void TransferServer::Private::shutDown()
     std::error_code ignored;
     acceptor.close(ignored);
     acceptTimer.cancel();
+    if (udp)
+        udp->close();
     const auto open = peers;
     for (const auto &peer : open)
         peer.second->session->close(zpdt::Error::Network, "the service is stopping");
@@ -377,6 +400,8 @@ bool TransferServer::start(std::string &error)
         const bool good = d->listen(error);
         if (good)
             d->accept();
+        if (good && d->options.udp)
+            d->listenUdp();
         listening.set_value(good);
     });
     d->started = listening.get_future().get();
@@ -396,6 +421,16 @@ void TransferServer::stop()
 std::uint16_t TransferServer::port() const
 {
     return d->port;
+}
+
+std::uint16_t TransferServer::udpPort() const
+{
+    return d->udpPort;
+}
+
+std::string TransferServer::issueUdpKey() const
+{
+    return d->udpPort == 0 ? std::string() : m_runtime->udpKeys->issue();
 }
 
 std::string TransferServer::fingerprint() const

@@ -34,6 +34,7 @@ struct TransferServerOptions
 {
     std::string host = "127.0.0.1"; ///< address to listen on
     std::uint16_t port = 0;         ///< 0: any free one
+    bool udp = true;                ///< listen on UDP besides, on the same port number if that is free
     std::string subCenterId;        ///< a ticket for another sub-center is refused
     std::string certificateFile;    ///< PEM with certificate and key; made, private to this user, when it is missing
     unsigned maxConnections = 500;
@@ -76,7 +77,10 @@ public:
     /// Returns within about 5 s.
     void stop();
 
-    std::uint16_t port() const;      ///< after start()
+    std::uint16_t port() const;    ///< after start()
+    std::uint16_t udpPort() const; ///< after start(); 0: none
+    /// A key that opens one UDP connection to any listener of this runtime, within a minute; empty when there is none.
+    std::string issueUdpKey() const;
     std::string fingerprint() const; ///< after start(); SHA-256 of the certificate, lower-case hexadecimal
 
 private:

@@ -79,7 +79,7 @@ void MessagesTest::roundTrip_data()
     row("ping", PingMessage{UINT64_MAX});
     row("bye", ByeMessage{Error::Refused, "no"});
     row("rate", RateMessage{{1234567890123, RateMode::Fixed, 34, 12}});
-    row("open", OpenMessage{"ticket", Direction::Download, true, -5, {".mp4", ".mov"}});
+    row("open", OpenMessage{"ticket", Direction::Download, true, true, -5, {".mp4", ".mov"}});
     row("close", CloseMessage{Error::Cancelled, true, "gone"});
     row("priority", PriorityMessage{INT32_MIN});
     row("want", WantMessage{false, {"a", std::string(255, 'x')}});
