@@ -5,6 +5,7 @@
 #include "GlobalConfig.h"
 #include "MsgBox.h"
 #include "MsgDlg.h"
+#include "StorageWatch.h"
 #include "TransferDispatch.h"
 #include "TransferListWidget.h"
 #include "TransferManager.h"
@@ -23,9 +24,12 @@
 #include <QTreeView>
 #include <QVBoxLayout>
 
+#include <limits>
+
 namespace {
 
 constexpr int kRefreshInterval = 500; // milliseconds
+constexpr int kTicksOfRoom = 20;      // refreshes without a task that waits for room, until a full disk is news again
 /// A notice that names thousands of files helps nobody.
 constexpr int kMostNames = 10;
 
@@ -84,6 +88,7 @@ TransferringWidget::TransferringWidget(QWidget *parent)
     s_instance = this;
 
     buildTabs();
+    buildWatch();
     auto *timer = new QTimer(this);
     connect(timer, SIGNAL(timeout()), this, SLOT(RefreshTaskCount()));
     timer->start(kRefreshInterval);
@@ -181,6 +186,13 @@ void TransferringWidget::buildStatus()
     connect(m_dock, &TransferStatusDockWidget::worstChanged, this, [this] { m_summary->setHealth(m_dock->worst()); });
 }
 
+void TransferringWidget::buildWatch()
+{
+    m_watch = new StorageWatch(this);
+    connect(m_watch, &StorageWatch::roomFound, this, &TransferringWidget::StartAllTask);
+    connect(m_watch, &StorageWatch::capacityWanted, this, &TransferringWidget::StorageFiguresWanted);
+}
+
 void TransferringWidget::OnClickNetStatus()
 {
     const bool shown = m_dock->isHidden();
@@ -210,7 +222,10 @@ void TransferringWidget::connectEngine()
     connect(engine, SIGNAL(ConnectionInfoChanged(QList<ZpdtConnectionInfo>)), this,
             SLOT(OnConnectionInfoChanged(QList<ZpdtConnectionInfo>)));
     connect(engine, &TransferModule::TaskProgressChanged, this,
-            [this](const TaskRecord &task, const ZpdtProgress &progress) { m_totals.progress(task, progress); });
+            [this](const TaskRecord &task, const ZpdtProgress &progress) {
+                m_totals.progress(task, progress);
+                m_watch->progress(task, progress);
+            });
     for (TransferListWidget *list : {m_uploads, m_downloads}) {
         connect(engine, SIGNAL(TaskCreateCount(qint64, ZPDTCMDTYPE)), list, SLOT(CreateCount(qint64, ZPDTCMDTYPE)));
         connect(engine, SIGNAL(TaskProgressChanged(TaskRecord, ZpdtProgress)), list,
@@ -327,11 +342,14 @@ void TransferringWidget::Download(QList<FileItem> files, QList<FileItem> folders
 
 void TransferringWidget::StartTask(TaskRecord task)
 {
+    // Somebody who tries again wants to hear what comes of it.
+    m_storageTold = false;
     m_dispatch->StartTask(task);
 }
 
 void TransferringWidget::PauseTask(TaskRecord task)
 {
+    m_watch->release({task});
     m_dispatch->PauseTask(task);
 }
 
@@ -347,8 +365,15 @@ void TransferringWidget::StartAllTask(QList<TaskRecord> tasks)
 
 void TransferringWidget::PauseAllTask()
 {
-    if (sender())
-        m_dispatch->PauseAllTask(sender()->objectName());
+    if (!sender())
+        return;
+    if (auto *list = qobject_cast<TransferListWidget *>(sender())) {
+        // What waits for room is paused from now on because somebody said so.
+        const QList<TaskRecord> tasks = m_watch->releaseAll(list->type());
+        if (!tasks.isEmpty())
+            emit list->sigUpdateTransferRecord(tasks, list->type());
+    }
+    m_dispatch->PauseAllTask(sender()->objectName());
 }
 
 void TransferringWidget::CancelAllTask()
@@ -370,6 +395,11 @@ void TransferringWidget::ApplyConcurrence()
 void TransferringWidget::UpdateStorageCapacity()
 {
     m_dispatch->updateStorageCapacity();
+    for (const SubCenter &center : GlobalConfig::instance()->subCenters()) {
+        if (center.hasHome())
+            m_watch->setCapacity(center.id, center.quota > 0 ? qMax<qint64>(0, center.quota - center.used)
+                                                             : std::numeric_limits<qint64>::max());
+    }
 }
 
 void TransferringWidget::RefreshTaskCount()
@@ -383,6 +413,9 @@ void TransferringWidget::RefreshTaskCount()
         if (m_dock->isVisible())
             m_dock->refresh();
     }
+    m_ticksWithRoom = m_watch->isEmpty() ? m_ticksWithRoom + 1 : 0;
+    if (m_ticksWithRoom >= kTicksOfRoom)
+        m_storageTold = false;
     m_summary->setFigures(m_totals.figures(ZPDT_UPLOAD), m_totals.figures(ZPDT_DOWNLOAD), m_totals.figures());
 }
 
@@ -415,6 +448,7 @@ void TransferringWidget::OnFileTaskCreate(QList<TaskRecord> tasks, ZPDTCMDTYPE t
 
 void TransferringWidget::OnFileTaskStart(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
 {
+    m_watch->release(tasks);
     m_totals.put(tasks);
     m_finished->Withdraw(tasks);
     listOf(type)->StartEnd(tasks);
@@ -422,6 +456,7 @@ void TransferringWidget::OnFileTaskStart(QList<TaskRecord> tasks, ZPDTCMDTYPE ty
 
 void TransferringWidget::OnFileTaskRetrans(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
 {
+    m_watch->release(tasks);
     m_totals.put(tasks);
     m_finished->Withdraw(tasks);
     listOf(type)->Retrans(tasks);
@@ -430,22 +465,22 @@ void TransferringWidget::OnFileTaskRetrans(QList<TaskRecord> tasks, ZPDTCMDTYPE 
 
 void TransferringWidget::OnFileTaskFinished(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
 {
+    m_watch->release(tasks);
     m_totals.finish(tasks);
     TransferListWidget *list = listOf(type);
     QStringList names;
     QStringList uploaded;
+    QList<TaskRecord> succeeded;
     int others = 0;
-    bool noSpace = false;
     for (TaskRecord &task : tasks) {
         // The reason of a failure came with the task's last progress, which the list still holds.
         const ZpdtProgress progress = list->model()->progress(task);
         if (!task.FinishDate.isValid())
             task.FinishDate = QDateTime::currentDateTime();
         m_finished->add(task, progress.error, progress.errorText);
-        if (task.Status != ZPDT_SUCCESS) {
-            noSpace = noSpace || progress.error == ZpdtError::NoSpace;
+        if (task.Status != ZPDT_SUCCESS)
             continue;
-        }
+        succeeded << task;
         if (names.size() < kMostNames)
             names << TransferTexts::taskName(task);
         else
@@ -454,14 +489,13 @@ void TransferringWidget::OnFileTaskFinished(QList<TaskRecord> tasks, ZPDTCMDTYPE
             uploaded << TransferTexts::remotePath(task);
     }
     list->Finish(tasks);
+    m_watch->succeeded(succeeded);
     if (others > 0)
         names << tr("and %1 more").arg(others);
     if (!uploaded.isEmpty())
         emit FileUploadFinished(uploaded);
     if (!names.isEmpty())
         emit FileTransferringFinished(names, type);
-    if (noSpace)
-        showStorageExhausted();
 }
 
 void TransferringWidget::OnFolderUploadFinished(QStringList folders)
@@ -472,11 +506,21 @@ void TransferringWidget::OnFolderUploadFinished(QStringList folders)
 void TransferringWidget::OnPauseEnd(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
 {
     m_totals.pause(tasks);
-    listOf(type)->PauseEnd(tasks);
+    TransferListWidget *list = listOf(type);
+    list->PauseEnd(tasks);
+    QList<TaskRecord> held = m_watch->paused(tasks);
+    if (held.isEmpty())
+        return;
+    // Nobody paused these: a restart tries them anew.
+    for (TaskRecord &task : held)
+        task.Status = ZPDT_WAITING;
+    emit list->sigUpdateTransferRecord(held, type);
+    showStorageExhausted();
 }
 
 void TransferringWidget::OnCancelEnd(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
 {
+    m_watch->release(tasks);
     m_totals.cancel(tasks);
     listOf(type)->CancelEnd(tasks);
 }
@@ -516,8 +560,10 @@ void TransferringWidget::showStorageExhausted()
         m_storageNotice->setButtonVisible(QStringLiteral("ok"), false);
         m_storageNotice->setButtonText(QStringLiteral("cancel"), tr("cancel"));
     }
-    if (!m_storageNotice->isVisible())
+    // One full disk is one notice, however many tasks find it full and however often they try again.
+    if (!m_storageTold && !m_storageNotice->isVisible())
         m_storageNotice->open();
+    m_storageTold = true;
 }
 
 void TransferringWidget::OnConnectionInfoChanged(QList<ZpdtConnectionInfo> connections)

@@ -14,6 +14,7 @@ class FinishedListWidget;
 class MsgDlg;
 class QPushButton;
 class QTabWidget;
+class StorageWatch;
 class TransferDispatch;
 class TransferListWidget;
 class TransferManager;
@@ -88,6 +89,8 @@ signals:
     /// Names of successful transfers, the last text counting those left out when there are many.
     void FileTransferringFinished(QStringList names, ZPDTCMDTYPE type);
     void FileTransferringTaskCreated(ZPDTCMDTYPE type);
+    /// Uploads wait for room: new storage figures of the accounts would be of use.
+    void StorageFiguresWanted();
 
 protected:
     void changeEvent(QEvent *event) override;
@@ -95,6 +98,7 @@ protected:
 private:
     void buildTabs();
     void buildStatus();
+    void buildWatch();
     QWidget *buildTab(const QString &name, QWidget *list, const QList<QPushButton *> &buttons);
     void connectEngine();
     void connectLists();
@@ -120,7 +124,10 @@ private:
     TransferTotals m_totals;
     QElapsedTimer m_clock;
     int m_ticks = 0;
+    StorageWatch *m_watch = nullptr;
     MsgDlg *m_storageNotice = nullptr;
+    bool m_storageTold = false;
+    int m_ticksWithRoom = 0;
     MsgDlg *m_existNotice = nullptr;
     qint64 m_uploadCount = 0;
     qint64 m_downloadCount = 0;

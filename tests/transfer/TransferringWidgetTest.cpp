@@ -104,13 +104,26 @@ private slots:
     void fullStorageIsToldOnce()
     {
         TransferringWidget page;
+        QSignalSpy updated(page.uploadList(), SIGNAL(sigUpdateTransferRecord(QList<TaskRecord>, ZPDTCMDTYPE)));
+        const auto rest = [&page](const TaskRecord &one) {
+            ZpdtProgress progress;
+            progress.error = ZpdtError::NoSpace;
+            emit page.engine()->TaskProgressChanged(one, progress);
+            emit page.engine()->TaskPauseEnd({one}, ZPDT_UPLOAD);
+        };
         emit page.engine()->TaskCreated({task("a", 2), task("b", 2)}, ZPDT_UPLOAD);
-        fail(&page, task("a", 2), ZpdtError::NoSpace);
-        fail(&page, task("b", 2), ZpdtError::NoSpace);
+        rest(task("a", 2));
+        rest(task("b", 2));
         QCOMPARE(openDialogs(), 1);
-        const auto *notice = page.findChild<MsgDlg *>();
+        auto *notice = page.findChild<MsgDlg *>();
         QVERIFY(notice);
         QCOMPARE(notice->text(), QStringLiteral("Not enough storage"));
+        QCOMPARE(page.uploadList()->model()->record(0).Status, int(ZPDT_PAUSED));
+        // A restart is to try them anew.
+        QCOMPARE(updated.last().first().value<QList<TaskRecord>>().first().Status, int(ZPDT_WAITING));
+        notice->close();
+        rest(task("a", 2));
+        QCOMPARE(openDialogs(), 0);
     }
 
     void tasksThatRunAlreadyAreListedInOneDialog()

@@ -264,6 +264,7 @@ void ArkvaleTolmaMain::connectTransfers()
             SLOT(slotShowFileTransferringCreatedMsg(ZPDTCMDTYPE)));
     for (TransferListWidget *list : {m_transfers->uploadList(), m_transfers->downloadList()})
         connect(list, SIGNAL(sigTransferTaskCountChanged(qint64, ZPDTCMDTYPE)), this, SLOT(updateTransferList()));
+    connect(m_transfers, SIGNAL(StorageFiguresWanted()), this, SLOT(checkStorage()));
     // What was uploaded takes space that the next upload must know of.
     connect(m_transfers, &TransferringWidget::FileUploadFinished, this, [this] { scheduleStorageCheck(kAfterChange); });
 }
