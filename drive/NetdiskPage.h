@@ -124,6 +124,7 @@ protected:
     virtual QString askTargetFolder(const QString &startFolder);
     void timerEvent(QTimerEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     void buildToolbar(QWidget *toolbar);

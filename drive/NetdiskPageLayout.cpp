@@ -15,6 +15,8 @@
 
 namespace {
 
+constexpr int kWordsWidth = 760; // pixels
+
 QIcon iconOf(const char *name)
 {
     return QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/%1.svg").arg(QLatin1String(name)));
@@ -189,6 +191,18 @@ void NetdiskPage::changeEvent(QEvent *event)
             SlotFolderChanged();
     }
     QWidget::changeEvent(event);
+}
+
+void NetdiskPage::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    // Side by side there is not room for words on the buttons.
+    const Qt::ToolButtonStyle style = width() < kWordsWidth ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon;
+    const QList<QToolButton *> buttons = m_upload->parentWidget()->findChildren<QToolButton *>();
+    for (QToolButton *button : buttons) {
+        if (!button->text().isEmpty())
+            button->setToolButtonStyle(style);
+    }
 }
 
 void NetdiskPage::addShortcuts()

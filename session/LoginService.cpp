@@ -258,6 +258,8 @@ void LoginService::handlerCheckSubCenter(qint64 id, int code, QByteArray body)
     destroySender();
     const QList<SubCenter> centers = m_config->subCenters();
     if (m_pending.removeOne(id)) {
+        if (code == kRestricted)
+            m_config->noteSessionEnded();
         QString path;
         if (code == kNoHome) {
             path = kNotFound;
@@ -300,7 +302,11 @@ void LoginService::checkStorage()
 void LoginService::handlerCheckStorage(qint64 id, int code, QByteArray body)
 {
     destroySender();
-    if (!m_pending.removeOne(id) || code != kSuccess)
+    if (!m_pending.removeOne(id))
+        return;
+    if (code == kRestricted)
+        m_config->noteSessionEnded();
+    if (code != kSuccess)
         return;
     QJsonObject answer;
     readObject(body, &answer);

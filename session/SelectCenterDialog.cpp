@@ -20,6 +20,7 @@ constexpr int kColumns = 4;
 constexpr int kButtonHeight = 45;
 constexpr int kGap = 10;
 constexpr int kWidth = 700;
+constexpr int kNameWidth = 96; // what a button leaves beside its picture
 
 // Room at the left of a button for its picture.
 const QString kIndent(11, QLatin1Char(' '));
@@ -116,8 +117,9 @@ void SelectCenterDialog::initSubCenter()
 
     const QList<SubCenter> centers = m_config->subCenters();
     for (const SubCenter &center : centers) {
-        QString label = center.name;
-        auto *button = new QPushButton(kIndent + label.replace(QLatin1Char('&'), QLatin1String("&&")), m_list);
+        auto *button = new QPushButton(m_list);
+        QString label = button->fontMetrics().elidedText(center.name, Qt::ElideRight, kNameWidth);
+        button->setText(kIndent + label.replace(QLatin1Char('&'), QLatin1String("&&")));
         button->setObjectName(center.id);
         // A tool tip that looks like markup would be shown as such.
         button->setToolTip(Qt::mightBeRichText(center.name) ? center.name.toHtmlEscaped() : center.name);

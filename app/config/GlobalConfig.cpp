@@ -92,7 +92,15 @@ void GlobalConfig::reload()
     {
         QMutexLocker lock(&m_mutex);
         Data &data = *m_data;
+        // Nothing of the user before stays: not the access pair, not the avatar, not what the service told that user.
         data.currentUser = UserInfo();
+        data.users.clear();
+        data.userKey.clear();
+        data.userSettings = UserSettings();
+        data.currentSubCenterId.clear();
+        data.advertisements.clear();
+        data.transferLimit = TransferLimit();
+        data.violation = Violation();
         data.forgetHomes();
         if (data.settings.read(data.locations.settingsFile()) && !data.translators.contains(data.settings.language))
             data.settings.language.clear();
@@ -101,6 +109,7 @@ void GlobalConfig::reload()
     }
     // An answer still on its way may come from another service.
     m_data->pendingSubCenters.clear();
+    m_data->pendingOthers.clear();
     requestSubCenters();
 }
 

@@ -142,18 +142,24 @@ public slots:
     void handlerGetTransferLimit(qint64 id, int code, QByteArray body);
     /// Tells the person about a failed request: 0 sub-center list, 1 user info, other values unknown.
     void handlerRequstFailured(int error);
+    /// For whoever gets the answer "session expired or account restricted" (201) to a request of the session.
+    void noteSessionEnded();
 
 signals:
     void handlerListSubCenterFinished();
     void handlerGetADFinished();
     void handlerGetTransferLimitFinished();
     void handlerRequestFailured(int error);
+    /// The service no longer knows the session of the user who is logged in. May fire several times for one session.
+    void sessionEnded();
 
 private:
     GlobalConfig();
     struct Data;
     QString pageAddress(const QMap<QString, QString> &pages) const;
     void loadTranslators();
+    /// The good answer to one of the store's requests of the session.
+    bool isAnswer(qint64 id, int code);
 
     mutable QMutex m_mutex;
     std::unique_ptr<Data> m_data;

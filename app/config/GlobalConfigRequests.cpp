@@ -65,9 +65,24 @@ void GlobalConfig::handlerListSubCenter(qint64 id, int code, QByteArray body)
     emit handlerListSubCenterFinished();
 }
 
+void GlobalConfig::noteSessionEnded()
+{
+    if (state() == LoggedIn)
+        emit sessionEnded();
+}
+
+bool GlobalConfig::isAnswer(qint64 id, int code)
+{
+    if (!m_data->pendingOthers.removeOne(id))
+        return false;
+    if (code == 201)
+        noteSessionEnded();
+    return code == 200;
+}
+
 void GlobalConfig::handlerGetAD(qint64 id, int code, QByteArray body)
 {
-    if (!m_data->pendingOthers.removeOne(id) || code != 200)
+    if (!isAnswer(id, code))
         return;
     const std::optional<QList<Advertisement>> told = ServiceReplies::advertisements(body);
     if (!told)
@@ -81,7 +96,7 @@ void GlobalConfig::handlerGetAD(qint64 id, int code, QByteArray body)
 
 void GlobalConfig::handlerGetTransferLimit(qint64 id, int code, QByteArray body)
 {
-    if (!m_data->pendingOthers.removeOne(id) || code != 200)
+    if (!isAnswer(id, code))
         return;
     const std::optional<TransferLimit> told = ServiceReplies::transferLimit(body);
     if (!told)

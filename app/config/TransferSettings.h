@@ -96,7 +96,8 @@ struct CommandLineRequest
     QStringList dirlist;
     QString local;
     QString remote;
-    int method = -1; ///< 0 upload, 1 download, -1 nothing
+    QString subCenter; ///< id of the one that it is meant for; empty: whichever is opened
+    int method = -1;   ///< 0 upload, 1 download, -1 nothing
 };
 
 Q_DECLARE_METATYPE(TargetSpeed)

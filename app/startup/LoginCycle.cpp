@@ -7,6 +7,7 @@
 #include "FileItem.h"
 #include "GlobalConfig.h"
 #include "LoginUI.h"
+#include "OpenDialogs.h"
 #include "SelectCenterDialog.h"
 #include "SingleApplication.h"
 #include "UpdateService.h"
@@ -66,11 +67,7 @@ void LoginCycle::end()
     m_ending = true;
     m_config->setState(GlobalConfig::Quitting);
     // A question that is open runs a loop inside ours, which would keep ours from ending.
-    for (QWidget *widget : QApplication::topLevelWidgets()) {
-        auto *question = qobject_cast<QDialog *>(widget);
-        if (question && question != m_dialog.get() && question->isVisible())
-            question->QDialog::reject();
-    }
+    rejectOpenDialogs(m_dialog.get());
     if (m_loop)
         m_loop->quit();
 }
@@ -126,8 +123,19 @@ bool LoginCycle::login()
         join(m_updater.get(), SIGNAL(UpdateFinished(int)), m_dialog.get(), SLOT(UpdateFinished(int)));
         m_updater->Update();
     }
-    if (!m_hidden)
+    // Lives as long as the wait: what the tray does meanwhile is over with the login.
+    QObject waiting;
+    if (m_hidden) {
+        makeTray();
+        m_tray->setLoggedInActionsVisible(false);
+        const auto show = [this] { bringForward(m_dialog.get()); };
+        connect(m_tray.get(), &ArkvaleTray::sigRaise, &waiting, show);
+        connect(m_tray.get(), &ArkvaleTray::sigSwitchShow, &waiting, show);
+        connect(m_tray.get(), &ArkvaleTray::sigShowSetting, &waiting, show);
+        connect(m_tray.get(), &ArkvaleTray::sigQuit, &waiting, [this] { end(); });
+    } else {
         m_dialog->show();
+    }
     wait(m_dialog.get(), SIGNAL(accepted()), SIGNAL(rejected()));
     return !m_ending && m_dialog->result() == QDialog::Accepted;
 }
@@ -138,7 +146,12 @@ void LoginCycle::takeUserSettings()
         m_commandLine.subCenter.isEmpty() ? m_config->requestedSubCenterId() : m_commandLine.subCenter;
     m_config->loadUserSettings(m_config->currentUser().username, wanted);
     // The request is for one login; logging in again must not transfer everything again.
-    m_config->setRequest(m_requestTaken ? CommandLineRequest() : m_commandLine.request);
+    CommandLineRequest request;
+    if (!m_requestTaken) {
+        request = m_commandLine.request;
+        request.subCenter = m_commandLine.subCenter;
+    }
+    m_config->setRequest(request);
     m_requestTaken = true;
 }
 
@@ -191,9 +204,22 @@ bool LoginCycle::chooseSubCenter()
     return dialog.exec() == QDialog::Accepted && !m_ending;
 }
 
+void LoginCycle::makeTray()
+{
+    if (!m_tray)
+        m_tray = std::make_unique<ArkvaleTray>(QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/ArkvaleTolma32.ico")));
+}
+
+void LoginCycle::bringForward(QWidget *window)
+{
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
 void LoginCycle::openShell()
 {
-    m_tray = std::make_unique<ArkvaleTray>(QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/ArkvaleTolma32.ico")));
+    makeTray();
     m_tray->setLoggedInActionsVisible(true);
 
     m_window = std::make_unique<ArkvaleTolmaMain>(m_dialog->loginService(), m_tray.get(), m_bridge.get(),
@@ -226,7 +252,10 @@ void LoginCycle::openShell()
         firstPage->setProperty("initPath", m_commandLine.path);
     join(firstPage, SIGNAL(timeout()), window, SLOT(initSplitWidget()));
     m_application->setWindow(m_window.get());
-    if (!m_hidden)
+    // Hidden, but never where the person cannot get at it.
+    if (m_hidden)
+        m_window->showMinimized();
+    else
         m_window->show();
     firstPage->start(kFirstPageDelay);
 }
@@ -260,7 +289,8 @@ void LoginCycle::tearDown()
     m_connections.clear();
     if (m_bridge) {
         m_bridge->Stop();
-        m_hidden = m_bridge->switchRequested();
+        // A page that asked for a switch and then let the matter rest does not hide the next login from the person.
+        m_hidden = m_bridge->switchRequested() && m_window && m_window->switchedByPage();
     }
     // Each before what it was built with.
     m_window.reset();

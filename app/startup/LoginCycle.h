@@ -16,6 +16,7 @@ class GlobalConfig;
 class LoginUI;
 class QEventLoop;
 class QTranslator;
+class QWidget;
 class SingleApplication;
 class UpdateService;
 class zpt_logger;
@@ -48,6 +49,8 @@ private:
     void takeUserSettings();
     bool chooseSubCenter();
     void waitForSubCenters();
+    void makeTray();
+    static void bringForward(QWidget *window);
     void openShell();
     void join(const QObject *sender, const char *signal, const QObject *receiver, const char *slot,
               Qt::ConnectionType type = Qt::AutoConnection);

@@ -23,22 +23,6 @@
 <context>
     <name>ArkvaleTolmaMain</name>
     <message>
-        <source>My Disk</source>
-        <translation>我的云盘</translation>
-    </message>
-    <message>
-        <source>Open another sub-center (Ctrl+T)</source>
-        <translation>打开另一个分中心 (Ctrl+T)</translation>
-    </message>
-    <message>
-        <source>Minimize to tray</source>
-        <translation>最小化到托盘</translation>
-    </message>
-    <message>
-        <source>Menu</source>
-        <translation>菜单</translation>
-    </message>
-    <message>
         <source>Waiting for the sub-center...</source>
         <translation>正在等待分中心...</translation>
     </message>
@@ -51,16 +35,8 @@
         <translation> 是当前用户。</translation>
     </message>
     <message>
-        <source>Transfer List</source>
-        <translation>传输列表</translation>
-    </message>
-    <message>
         <source>Are you sure you want to exit?</source>
         <translation>确定要退出吗？</translation>
-    </message>
-    <message>
-        <source>%1 transfers are still running and will be stopped.</source>
-        <translation>还有 %1 个传输任务正在进行，退出后将被停止。</translation>
     </message>
     <message>
         <source>Exit</source>
@@ -167,8 +143,16 @@
         <translation>您无权访问此服务器！</translation>
     </message>
     <message>
-        <source>Setting</source>
-        <translation>设置</translation>
+        <source>%1 transfers are still running. They stop now and can go on after the next login.</source>
+        <translation>仍有 %1 个传输正在进行。它们现在会停止，下次登录后可以继续。</translation>
+    </message>
+    <message>
+        <source>There is no sub-center &quot;%1&quot;.</source>
+        <translation>没有分中心“%1”。</translation>
+    </message>
+    <message>
+        <source>You have no folder in the sub-center &quot;%1&quot;.</source>
+        <translation>您在分中心“%1”中没有文件夹。</translation>
     </message>
 </context>
 <context>
@@ -221,6 +205,18 @@
         <source> has loginned</source>
         <translation> 已登录</translation>
     </message>
+    <message>
+        <source>%1 download tasks created</source>
+        <translation>已创建 %1 个下载任务</translation>
+    </message>
+    <message>
+        <source>%1 upload tasks created</source>
+        <translation>已创建 %1 个上传任务</translation>
+    </message>
+    <message>
+        <source>and %1 more</source>
+        <translation>以及另外 %1 个</translation>
+    </message>
 </context>
 <context>
     <name>CollisionQuestion</name>
@@ -266,6 +262,10 @@
     <message>
         <source>Not found in &quot;%1&quot;:</source>
         <translation>在“%1”中未找到：</translation>
+    </message>
+    <message>
+        <source>There is no folder &quot;%1&quot;.</source>
+        <translation>没有文件夹“%1”。</translation>
     </message>
 </context>
 <context>
@@ -620,6 +620,53 @@
     <message>
         <source>Request Error</source>
         <translation>请求错误</translation>
+    </message>
+</context>
+<context>
+    <name>HeaderBar</name>
+    <message>
+        <source>Transfer List</source>
+        <translation>传输列表</translation>
+    </message>
+    <message>
+        <source>My Disk</source>
+        <translation>我的网盘</translation>
+    </message>
+    <message>
+        <source>Share</source>
+        <translation>分享</translation>
+    </message>
+    <message>
+        <source>Setting</source>
+        <translation>设置</translation>
+    </message>
+    <message>
+        <source>New tab</source>
+        <translation>新建标签页</translation>
+    </message>
+    <message>
+        <source>Reopen the closed tab</source>
+        <translation>重新打开已关闭的标签页</translation>
+    </message>
+    <message>
+        <source>Split side by side</source>
+        <translation>左右分屏</translation>
+    </message>
+    <message>
+        <source>Close this pane</source>
+        <translation>关闭此窗格</translation>
+    </message>
+    <message>
+        <source>Minimize to tray</source>
+        <translation>最小化到托盘</translation>
+    </message>
+    <message>
+        <source>Menu</source>
+        <translation>菜单</translation>
+    </message>
+    <message>
+        <source>Storage used</source>
+        <translation>已用空间</translation>
     </message>
 </context>
 <context>
@@ -1076,6 +1123,10 @@
     <message>
         <source>Close tab</source>
         <translation>关闭标签页</translation>
+    </message>
+    <message>
+        <source>Close other tabs</source>
+        <translation>关闭其他标签页</translation>
     </message>
 </context>
 <context>

@@ -23,22 +23,6 @@
 <context>
     <name>ArkvaleTolmaMain</name>
     <message>
-        <source>My Disk</source>
-        <translation>我的雲端硬碟</translation>
-    </message>
-    <message>
-        <source>Open another sub-center (Ctrl+T)</source>
-        <translation>開啟另一個分中心 (Ctrl+T)</translation>
-    </message>
-    <message>
-        <source>Minimize to tray</source>
-        <translation>最小化至系統匣</translation>
-    </message>
-    <message>
-        <source>Menu</source>
-        <translation>選單</translation>
-    </message>
-    <message>
         <source>Waiting for the sub-center...</source>
         <translation>正在等候分中心...</translation>
     </message>
@@ -51,16 +35,8 @@
         <translation> 是目前的使用者。</translation>
     </message>
     <message>
-        <source>Transfer List</source>
-        <translation>傳輸清單</translation>
-    </message>
-    <message>
         <source>Are you sure you want to exit?</source>
         <translation>確定要結束嗎？</translation>
-    </message>
-    <message>
-        <source>%1 transfers are still running and will be stopped.</source>
-        <translation>還有 %1 個傳輸工作正在進行，結束後將會停止。</translation>
     </message>
     <message>
         <source>Exit</source>
@@ -167,8 +143,16 @@
         <translation>您無權存取此伺服器！</translation>
     </message>
     <message>
-        <source>Setting</source>
-        <translation>設定</translation>
+        <source>%1 transfers are still running. They stop now and can go on after the next login.</source>
+        <translation>仍有 %1 個傳輸正在進行。它們現在會停止，下次登入後可以繼續。</translation>
+    </message>
+    <message>
+        <source>There is no sub-center &quot;%1&quot;.</source>
+        <translation>沒有分中心「%1」。</translation>
+    </message>
+    <message>
+        <source>You have no folder in the sub-center &quot;%1&quot;.</source>
+        <translation>您在分中心「%1」中沒有資料夾。</translation>
     </message>
 </context>
 <context>
@@ -221,6 +205,18 @@
         <source> has loginned</source>
         <translation> 已登入</translation>
     </message>
+    <message>
+        <source>%1 download tasks created</source>
+        <translation>已建立 %1 個下載任務</translation>
+    </message>
+    <message>
+        <source>%1 upload tasks created</source>
+        <translation>已建立 %1 個上傳任務</translation>
+    </message>
+    <message>
+        <source>and %1 more</source>
+        <translation>以及另外 %1 個</translation>
+    </message>
 </context>
 <context>
     <name>CollisionQuestion</name>
@@ -266,6 +262,10 @@
     <message>
         <source>Not found in &quot;%1&quot;:</source>
         <translation>在「%1」中找不到：</translation>
+    </message>
+    <message>
+        <source>There is no folder &quot;%1&quot;.</source>
+        <translation>沒有資料夾「%1」。</translation>
     </message>
 </context>
 <context>
@@ -620,6 +620,53 @@
     <message>
         <source>Request Error</source>
         <translation>要求錯誤</translation>
+    </message>
+</context>
+<context>
+    <name>HeaderBar</name>
+    <message>
+        <source>Transfer List</source>
+        <translation>傳輸列表</translation>
+    </message>
+    <message>
+        <source>My Disk</source>
+        <translation>我的網盤</translation>
+    </message>
+    <message>
+        <source>Share</source>
+        <translation>分享</translation>
+    </message>
+    <message>
+        <source>Setting</source>
+        <translation>設定</translation>
+    </message>
+    <message>
+        <source>New tab</source>
+        <translation>新增分頁</translation>
+    </message>
+    <message>
+        <source>Reopen the closed tab</source>
+        <translation>重新開啟已關閉的分頁</translation>
+    </message>
+    <message>
+        <source>Split side by side</source>
+        <translation>左右分割</translation>
+    </message>
+    <message>
+        <source>Close this pane</source>
+        <translation>關閉此窗格</translation>
+    </message>
+    <message>
+        <source>Minimize to tray</source>
+        <translation>最小化到系統匣</translation>
+    </message>
+    <message>
+        <source>Menu</source>
+        <translation>選單</translation>
+    </message>
+    <message>
+        <source>Storage used</source>
+        <translation>已用空間</translation>
     </message>
 </context>
 <context>
@@ -1076,6 +1123,10 @@
     <message>
         <source>Close tab</source>
         <translation>關閉分頁</translation>
+    </message>
+    <message>
+        <source>Close other tabs</source>
+        <translation>關閉其他分頁</translation>
     </message>
 </context>
 <context>

@@ -2,6 +2,7 @@
 
 #include "ConcurrenceSettings.h"
 #include "GlobalConfig.h"
+#include "MovableGroupBox.h"
 #include "UdtSettings.h"
 
 #include <QButtonGroup>
@@ -67,8 +68,16 @@ void Settings::addPage(QWidget *page, const QString &option, const QString &titl
     m_buttons->addButton(button, m_pages->addWidget(page));
 }
 
+void Settings::embed()
+{
+    setWindowFlags(Qt::Widget);
+    m_frame.titleBar()->hide();
+}
+
 void Settings::showEvent(QShowEvent *event)
 {
+    if (!isWindow())
+        return QDialog::showEvent(event);
     const QScreen *on = screen();
     const QSize room = on ? on->availableSize() : QSize(800, 600);
     setFixedSize(QSize(860, 750).boundedTo(room * 9 / 10));

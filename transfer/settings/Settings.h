@@ -17,6 +17,8 @@ public:
     explicit Settings(QWidget *parent = nullptr);
     ~Settings() override;
 
+    /// Makes it a part of the window that it is put into, without a frame of its own. Before it is shown.
+    void embed();
     /// The installation lets its users see the settings.
     static bool offered();
 

@@ -47,16 +47,16 @@ void AdTicker::setAdvertisements(const QList<Advertisement> &advertisements)
         m_timer->start();
     else
         m_timer->stop();
-    showCurrent();
+    fit();
 }
 
 void AdTicker::next()
 {
     m_current = (m_current + 1) % qMax(1, m_advertisements.size());
-    showCurrent();
+    fit();
 }
 
-void AdTicker::showCurrent()
+void AdTicker::fit()
 {
     if (m_advertisements.isEmpty())
         return;
@@ -75,5 +75,5 @@ void AdTicker::openCurrent()
 void AdTicker::resizeEvent(QResizeEvent *event)
 {
     QPushButton::resizeEvent(event);
-    showCurrent();
+    fit();
 }

@@ -17,6 +17,8 @@ public:
     explicit AdTicker(QWidget *parent = nullptr);
 
     void setAdvertisements(const QList<Advertisement> &advertisements);
+    /// Cuts the text shown to the present width.
+    void fit();
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
@@ -25,7 +27,6 @@ protected:
 
 private:
     void next();
-    void showCurrent();
     void openCurrent();
 
     QList<Advertisement> m_advertisements;

@@ -3,87 +3,45 @@
 #include "AdTicker.h"
 #include "ArkvaleTray.h"
 #include "BrowserServer.h"
+#include "CenterIcons.h"
+#include "DrivePanes.h"
 #include "GlobalConfig.h"
+#include "HeaderBar.h"
 #include "LoginService.h"
 #include "NetdiskPage.h"
 #include "OrderedWork.h"
+#include "ServicePicture.h"
 #include "Settings.h"
-#include "SizeText.h"
+#include "TabWidget.h"
 #include "TransferListWidget.h"
 #include "TransferringWidget.h"
 
-#include <QBuffer>
-#include <QButtonGroup>
-#include <QHBoxLayout>
-#include <QImageReader>
+#include <QApplication>
 #include <QLabel>
-#include <QPainter>
-#include <QPainterPath>
-#include <QProgressBar>
-#include <QPushButton>
+#include <QScreen>
 #include <QShortcut>
-#include <QSplitter>
 #include <QStackedWidget>
 #include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
-#include <QVariant>
 
 namespace {
 
-constexpr int kAvatar = 30; // pixels
-constexpr int kLargestAvatarBytes = 4 * 1024 * 1024;
-constexpr int kLargestAvatarSide = 4096;         // pixels
 constexpr int kStorageInterval = 10 * 60 * 1000; // milliseconds
 constexpr int kSoon = 300;                       // milliseconds
 constexpr int kAfterChange = 2000;               // milliseconds
+constexpr int kUsualWidth = 1120;                // pixels
+constexpr int kUsualHeight = 720;
+constexpr int kLeastWidth = 640;
+constexpr int kLeastHeight = 420;
 
-QString iconPath(const char *name)
+QList<QRect> screenRooms()
 {
-    return QStringLiteral(":/ArkvaleTolmaMain/Icon/") + QLatin1String(name);
-}
-
-QToolButton *toolButton(const char *objectName, const char *icon)
-{
-    auto *button = new QToolButton;
-    button->setObjectName(QLatin1String(objectName));
-    button->setIcon(QIcon(iconPath(icon)));
-    button->setIconSize(QSize(18, 18));
-    button->setAutoRaise(true);
-    return button;
-}
-
-/// The picture comes from the service: what is too large to be an avatar is not decoded at all.
-QImage decodeAvatar(const QByteArray &data)
-{
-    if (data.isEmpty() || data.size() > kLargestAvatarBytes)
-        return QImage();
-    QBuffer buffer;
-    buffer.setData(data);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer);
-    reader.setAutoTransform(true);
-    const QSize size = reader.size();
-    if (!size.isValid() || size.width() > kLargestAvatarSide || size.height() > kLargestAvatarSide)
-        return QImage();
-    return reader.read();
-}
-
-QPixmap roundPicture(const QImage &image, qreal ratio)
-{
-    const int side = qRound(kAvatar * ratio);
-    const QImage scaled = image.scaled(side, side, Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
-    QPixmap result(side, side);
-    result.fill(Qt::transparent);
-    QPainter painter(&result);
-    painter.setRenderHint(QPainter::Antialiasing);
-    QPainterPath circle;
-    circle.addEllipse(0, 0, side, side);
-    painter.setClipPath(circle);
-    painter.drawImage((side - scaled.width()) / 2, (side - scaled.height()) / 2, scaled);
-    painter.end();
-    result.setDevicePixelRatio(ratio);
-    return result;
+    QList<QRect> rooms;
+    const QList<QScreen *> screens = QGuiApplication::screens();
+    for (const QScreen *screen : screens)
+        rooms << screen->availableGeometry();
+    return rooms;
 }
 
 } // namespace
@@ -96,28 +54,26 @@ ArkvaleTolmaMain::ArkvaleTolmaMain(LoginService *loginService, ArkvaleTray *tray
     , m_bridge(bridge)
     , m_updater(updateAvailable ? updater : nullptr)
     , m_work(new OrderedWork(this))
+    , m_user(m_config->currentUser().username)
+    , m_icons(new CenterIcons(this))
     , m_storageTimer(new QTimer(this))
+    , m_endTimer(new QTimer(this))
 {
     setObjectName(QStringLiteral("ArkvaleTolmaMain"));
     setWindowTitle(QStringLiteral("NRX Net Disk"));
-    setWindowIcon(QIcon(iconPath("icon.png")));
+    setWindowIcon(QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/icon.png")));
     qRegisterMetaType<QMap<QString, QString>>("QMap<QString,QString>");
-    buildTitleBar();
     buildPages();
-    auto *central = new QWidget;
-    auto *layout = new QVBoxLayout(central);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    layout->addWidget(m_titleBar);
-    layout->addWidget(m_stack, 1);
-    setCentralWidget(central);
-    resize(1120, 720);
-
     connectStore();
     connectTransfers();
+    connectHeader();
+    addShortcuts();
     retranslate();
+    restorePlace();
     SetUserIcon();
     SetStorage();
+    RefreshSubCenterIcon();
+    checkSharePage();
     m_config->requestAdvertisements();
     m_config->requestTransferLimit();
     UpdateSubcenterPaths();
@@ -126,77 +82,9 @@ ArkvaleTolmaMain::ArkvaleTolmaMain(LoginService *loginService, ArkvaleTray *tray
     QTimer::singleShot(0, this, SLOT(announceStart()));
 }
 
-ArkvaleTolmaMain::~ArkvaleTolmaMain() = default;
-
-void ArkvaleTolmaMain::buildTitleBar()
+ArkvaleTolmaMain::~ArkvaleTolmaMain()
 {
-    m_titleBar = new QWidget;
-    m_titleBar->setObjectName(QStringLiteral("titleBar"));
-    m_titleBar->setAttribute(Qt::WA_StyledBackground);
-
-    auto *logo = new QLabel;
-    logo->setObjectName(QStringLiteral("label_logo"));
-    logo->setPixmap(QIcon(iconPath("logo.svg")).pixmap(26, 26));
-    m_pageButtons = new QButtonGroup(this);
-    m_pageButtons->setExclusive(true);
-    m_diskButton = new QPushButton;
-    m_diskButton->setObjectName(QStringLiteral("btn_disk"));
-    m_diskButton->setIcon(QIcon(iconPath("disk.svg")));
-    m_transferButton = new QPushButton;
-    m_transferButton->setObjectName(QStringLiteral("btn_transfer"));
-    m_transferButton->setIcon(QIcon(iconPath("transfer.svg")));
-    for (QPushButton *button : {m_diskButton, m_transferButton}) {
-        button->setCheckable(true);
-        button->setProperty("pageButton", true);
-        m_pageButtons->addButton(button);
-        connect(button, SIGNAL(clicked()), this, SLOT(changePage()));
-    }
-    m_diskButton->setChecked(true);
-    m_settingButton = new QPushButton;
-    m_settingButton->setObjectName(QStringLiteral("btn_setting"));
-    m_settingButton->setIcon(QIcon(iconPath("settings.svg")));
-    m_settingButton->setProperty("pageButton", true);
-    m_settingButton->setVisible(Settings::offered());
-    connect(m_settingButton, SIGNAL(clicked()), this, SLOT(onShowSetting()));
-    m_newTab = toolButton("btn_new_tab", "plus.svg");
-    connect(m_newTab, SIGNAL(clicked()), this, SLOT(openTab()));
-
-    m_ads = new AdTicker;
-    m_storageBar = new QProgressBar;
-    m_storageBar->setObjectName(QStringLiteral("bar_storage"));
-    m_storageBar->setTextVisible(false);
-    m_storageBar->setFixedWidth(110);
-    m_storageText = new QLabel;
-    m_storageText->setObjectName(QStringLiteral("label_storage"));
-    m_avatar = new QLabel;
-    m_avatar->setObjectName(QStringLiteral("label_avatar"));
-    m_avatar->setFixedSize(kAvatar, kAvatar);
-    m_userName = new QLabel;
-    m_userName->setObjectName(QStringLiteral("label_user"));
-    m_userName->setTextFormat(Qt::PlainText);
-    m_toTray = toolButton("btn_tray", "tray.svg");
-    connect(m_toTray, SIGNAL(clicked()), this, SLOT(CloseMinimizedToTray()));
-    m_menuButton = toolButton("btn_menu", "menu.svg");
-    connect(m_menuButton, SIGNAL(clicked()), this, SLOT(showMenu()));
-
-    auto *layout = new QHBoxLayout(m_titleBar);
-    layout->setContentsMargins(14, 8, 10, 8);
-    layout->setSpacing(8);
-    layout->addWidget(logo);
-    layout->addSpacing(8);
-    layout->addWidget(m_diskButton);
-    layout->addWidget(m_transferButton);
-    layout->addWidget(m_settingButton);
-    layout->addWidget(m_newTab);
-    layout->addStretch(1);
-    layout->addWidget(m_ads);
-    layout->addWidget(m_storageBar);
-    layout->addWidget(m_storageText);
-    layout->addSpacing(8);
-    layout->addWidget(m_avatar);
-    layout->addWidget(m_userName);
-    layout->addWidget(m_toTray);
-    layout->addWidget(m_menuButton);
+    keepState();
 }
 
 void ArkvaleTolmaMain::buildPages()
@@ -206,20 +94,29 @@ void ArkvaleTolmaMain::buildPages()
     m_waiting = new QLabel;
     m_waiting->setObjectName(QStringLiteral("label_waiting"));
     m_waiting->setAlignment(Qt::AlignCenter);
-    m_splitter = new QSplitter;
-    m_splitter->setObjectName(QStringLiteral("splitter_disk"));
-    m_splitter->setChildrenCollapsible(false);
-    m_splitter->hide();
+    m_panes = new DrivePanes;
+    m_panes->hide();
     auto *layout = new QVBoxLayout(disk);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_waiting, 1);
-    layout->addWidget(m_splitter, 1);
+    layout->addWidget(m_panes, 1);
 
+    m_header = new HeaderBar;
     m_transfers = new TransferringWidget;
     m_stack = new QStackedWidget;
     m_stack->setObjectName(QStringLiteral("stack_pages"));
     m_stack->addWidget(disk);
     m_stack->addWidget(m_transfers);
+    m_header->setPageVisible(HeaderBar::Settings, Settings::offered());
+
+    auto *central = new QWidget;
+    auto *all = new QVBoxLayout(central);
+    all->setContentsMargins(0, 0, 0, 0);
+    all->setSpacing(0);
+    all->addWidget(m_header);
+    all->addWidget(m_stack, 1);
+    setCentralWidget(central);
+    setMinimumSize(kLeastWidth, kLeastHeight);
 }
 
 void ArkvaleTolmaMain::connectStore()
@@ -227,27 +124,27 @@ void ArkvaleTolmaMain::connectStore()
     connect(m_config, SIGNAL(handlerListSubCenterFinished()), this, SLOT(initSubCenter()));
     connect(m_config, SIGNAL(handlerGetADFinished()), this, SLOT(refreshAD()));
     connect(m_config, SIGNAL(handlerGetTransferLimitFinished()), this, SLOT(RefreshVipParam()));
+    connect(m_config, SIGNAL(sessionEnded()), this, SLOT(sessionEnded()), Qt::QueuedConnection);
     connect(m_loginService, SIGNAL(handlerCheckSubCenterFinished()), this, SLOT(refreshSubCenter()));
+    connect(m_loginService, SIGNAL(handlerCheckSubCenterFinished()), this, SLOT(checkSharePage()));
     connect(m_loginService, SIGNAL(handlerCheckSubCenterFinished()), this, SLOT(UpdateSubcenterPaths()));
     connect(m_loginService, SIGNAL(handlerGetCurrentUserIconFinished()), this, SLOT(SetUserIcon()));
     connect(m_loginService, SIGNAL(handlerGetStorageFinished()), this, SLOT(SetStorage()));
     connect(m_loginService, SIGNAL(handlerGetStorageFinished()), m_transfers, SLOT(UpdateStorageCapacity()));
+    connect(this, SIGNAL(sigGetUserIcon()), m_loginService, SLOT(getCurrentUserIcon()));
+    connect(this, SIGNAL(ReadyResize(QSize)), this, SLOT(resizeShow(QSize)));
+    connect(m_icons, &CenterIcons::changed, this, &ArkvaleTolmaMain::RefreshSubCenterIcon);
     if (m_updater)
         connect(m_updater, SIGNAL(UpdateFinished(int)), this, SLOT(UpdateFinished(int)));
     m_storageTimer->setSingleShot(true);
     connect(m_storageTimer, SIGNAL(timeout()), this, SLOT(checkStorage()));
-
-    const struct
-    {
-        QKeySequence keys;
-        const char *slot;
-    } shortcuts[] = {
-        {Qt::CTRL + Qt::Key_T, SLOT(openTab())}, {Qt::CTRL + Qt::Key_Q, SLOT(Exit())}, {Qt::Key_F1, SLOT(Help())}};
-    for (const auto &entry : shortcuts)
-        connect(new QShortcut(entry.keys, this), SIGNAL(activated()), this, entry.slot);
-    connect(new QShortcut(Qt::CTRL + Qt::Key_Comma, this), SIGNAL(activated()), this, SLOT(onShowSetting()));
-    connect(new QShortcut(Qt::CTRL + Qt::Key_1, this), SIGNAL(activated()), m_diskButton, SLOT(click()));
-    connect(new QShortcut(Qt::CTRL + Qt::Key_2, this), SIGNAL(activated()), m_transferButton, SLOT(click()));
+    // A screen that is unplugged takes nothing with it.
+    const auto comeBack = [this] {
+        if (!isMaximized() && !isFullScreen())
+            emit ReadyResize(size());
+    };
+    connect(qApp, &QGuiApplication::screenRemoved, this, comeBack, Qt::QueuedConnection);
+    connect(qApp, &QGuiApplication::primaryScreenChanged, this, comeBack, Qt::QueuedConnection);
 }
 
 void ArkvaleTolmaMain::connectTransfers()
@@ -269,13 +166,66 @@ void ArkvaleTolmaMain::connectTransfers()
     connect(m_transfers, &TransferringWidget::FileUploadFinished, this, [this] { scheduleStorageCheck(kAfterChange); });
 }
 
+void ArkvaleTolmaMain::connectHeader()
+{
+    connect(m_header->trayButton(), SIGNAL(clicked()), this, SLOT(CloseMinimizedToTray()));
+    connect(m_header->menuButton(), SIGNAL(clicked()), this, SLOT(showMenu()));
+    connect(m_header, SIGNAL(pageChosen()), this, SLOT(changePage()));
+    connect(m_header, SIGNAL(newTabAsked()), this, SLOT(openTab()));
+    connect(m_header, SIGNAL(reopenAsked()), this, SLOT(reopenTab()));
+    connect(m_header, &HeaderBar::splitAsked, this, [this] { splitInto(m_panes->currentPage()); });
+    connect(m_header, SIGNAL(closePaneAsked()), this, SLOT(closePane()));
+    connect(m_header, SIGNAL(userClicked()), this, SIGNAL(sigGetUserIcon()));
+    connect(m_panes, &DrivePanes::paneAdded, this, &ArkvaleTolmaMain::hearPane);
+    connect(m_panes, &DrivePanes::changed, this, [this] {
+        changeTabButtonState();
+        changeTab(-1);
+    });
+}
+
+void ArkvaleTolmaMain::addShortcuts()
+{
+    const struct
+    {
+        QKeySequence keys;
+        const char *slot;
+    } slots_[] = {
+        {Qt::CTRL + Qt::Key_T, SLOT(openTab())},
+        {Qt::CTRL + Qt::Key_W, SLOT(closeCurrentTab())},
+        {Qt::CTRL + Qt::SHIFT + Qt::Key_T, SLOT(reopenTab())},
+        {Qt::CTRL + Qt::SHIFT + Qt::Key_W, SLOT(closePane())},
+        {Qt::Key_F3, SLOT(toggleSplit())},
+        {Qt::CTRL + Qt::Key_Q, SLOT(Exit())},
+        {Qt::Key_F1, SLOT(Help())},
+        {Qt::Key_F10, SLOT(showMenu())},
+        {Qt::CTRL + Qt::Key_Comma, SLOT(onShowSetting())},
+    };
+    for (const auto &entry : slots_)
+        connect(new QShortcut(entry.keys, this), SIGNAL(activated()), this, entry.slot);
+    const auto add = [this](const QKeySequence &keys, const std::function<void()> &action) {
+        connect(new QShortcut(keys, this), &QShortcut::activated, this, action);
+    };
+    add(Qt::CTRL + Qt::Key_Tab, [this] { m_panes->stepTab(1); });
+    add(Qt::CTRL + Qt::SHIFT + Qt::Key_Tab, [this] { m_panes->stepTab(-1); });
+    add(Qt::CTRL + Qt::SHIFT + Qt::Key_PageDown, [this] { m_panes->shiftTab(1); });
+    add(Qt::CTRL + Qt::SHIFT + Qt::Key_PageUp, [this] { m_panes->shiftTab(-1); });
+    add(Qt::Key_F6, [this] { m_panes->stepPane(1); });
+    add(Qt::SHIFT + Qt::Key_F6, [this] { m_panes->stepPane(-1); });
+    for (int i = 0; i < 9; ++i)
+        add(Qt::ALT + (Qt::Key_1 + i), [this, i] { showTab(i); });
+    for (int i = 0; i < HeaderBar::PageCount; ++i) {
+        add(Qt::CTRL + (Qt::Key_1 + i), [this, i] {
+            const auto page = static_cast<HeaderBar::Page>(i);
+            if (!m_header->isPageVisible(page))
+                return;
+            m_header->setPage(page);
+            changePage();
+        });
+    }
+}
+
 void ArkvaleTolmaMain::retranslate()
 {
-    m_diskButton->setText(tr("My Disk"));
-    m_settingButton->setText(tr("Setting"));
-    m_newTab->setToolTip(tr("Open another sub-center (Ctrl+T)"));
-    m_toTray->setToolTip(tr("Minimize to tray"));
-    m_menuButton->setToolTip(tr("Menu"));
     m_waiting->setText(tr("Waiting for the sub-center..."));
     updateTransferList();
 }
@@ -285,6 +235,32 @@ void ArkvaleTolmaMain::changeEvent(QEvent *event)
     if (event->type() == QEvent::LanguageChange && m_waiting)
         retranslate();
     QMainWindow::changeEvent(event);
+}
+
+void ArkvaleTolmaMain::setSharePage(QWidget *page)
+{
+    m_share = page;
+    m_stack->addWidget(page);
+    const QMetaObject *kind = page->metaObject();
+    if (kind->indexOfSignal("sigIntoFolder(QString)") >= 0) {
+        connect(page, SIGNAL(sigIntoFolder(QString)), this, SLOT(openFolder(QString)));
+    }
+    const QByteArray download = QMetaObject::normalizedSignature(
+        "sigShareToMeFileDownloadStart(QList<FileItem>, QList<FileItem>, SubCenter, QString)");
+    if (kind->indexOfSignal(download.constData()) >= 0) {
+        connect(page, SIGNAL(sigShareToMeFileDownloadStart(QList<FileItem>, QList<FileItem>, SubCenter, QString)), this,
+                SIGNAL(StartDownload(QList<FileItem>, QList<FileItem>, SubCenter, QString)));
+    }
+    checkSharePage();
+}
+
+void ArkvaleTolmaMain::checkSharePage()
+{
+    bool home = false;
+    const QList<SubCenter> centers = m_config->subCenters();
+    for (const SubCenter &center : centers)
+        home = home || center.hasHome();
+    m_header->setPageVisible(HeaderBar::Share, m_share && home && !m_config->shareDisabled());
 }
 
 void ArkvaleTolmaMain::writeLog(const QString &message, int line)
@@ -301,31 +277,80 @@ void ArkvaleTolmaMain::announceStart()
     writeLog(QStringLiteral("ArkvaleTolmaMain Created!"), __LINE__);
 }
 
+// Place
+
+QString ArkvaleTolmaMain::stateFile() const
+{
+    return m_config->userFolder(m_user) + QStringLiteral("Window.json");
+}
+
+void ArkvaleTolmaMain::restorePlace()
+{
+    m_state = WindowState::read(stateFile());
+    const QList<QRect> rooms = screenRooms();
+    if (m_state.place.isNull()) {
+        if (!rooms.isEmpty()) {
+            QRect usual(0, 0, kUsualWidth, kUsualHeight);
+            usual.moveCenter(rooms.first().center());
+            m_state.place = usual;
+        }
+    }
+    const QRect place = WindowState::fitted(m_state.place, rooms);
+    move(place.topLeft());
+    emit ReadyResize(place.size());
+    if (m_state.maximized)
+        setWindowState(windowState() | Qt::WindowMaximized);
+}
+
+void ArkvaleTolmaMain::keepState()
+{
+    if (!m_ready)
+        return; // what was kept the last time is better than half a window
+    WindowState state;
+    const bool usual = !isMaximized() && !isFullScreen() && !isMinimized();
+    state.place = usual ? QRect(pos(), size()) : normalGeometry();
+    state.maximized = isMaximized();
+    state.currentPane = m_panes->currentPaneIndex();
+    state.panes = m_panes->state();
+    if (!state.panes.isEmpty())
+        state.panes.last().tabs << m_lateTabs;
+    if (!state.write(stateFile()))
+        writeLog(QStringLiteral("Window state not kept: the user's folder cannot be written"), __LINE__);
+}
+
+void ArkvaleTolmaMain::resizeShow(QSize size)
+{
+    const QRect place = WindowState::fitted(QRect(pos(), size.expandedTo(minimumSize())), screenRooms());
+    resize(place.size());
+    move(place.topLeft());
+}
+
+void ArkvaleTolmaMain::resizeEvent(QResizeEvent *event)
+{
+    QMainWindow::resizeEvent(event);
+    resizeScrollText();
+}
+
+void ArkvaleTolmaMain::resizeScrollText()
+{
+    m_header->fitTicker(width());
+    m_header->ticker()->fit();
+}
+
+// What the service told
+
 void ArkvaleTolmaMain::SetUserIcon()
 {
     const UserInfo user = m_config->currentUser();
-    m_userName->setText(user.nickname.isEmpty() ? user.username : user.nickname);
-    m_userName->setToolTip(user.username.toHtmlEscaped());
-    const QImage image = decodeAvatar(user.iconData);
-    if (image.isNull())
-        m_avatar->setPixmap(QIcon(iconPath("user.svg")).pixmap(kAvatar, kAvatar));
-    else
-        m_avatar->setPixmap(roundPicture(image, devicePixelRatioF()));
+    m_header->setUser(user.nickname.isEmpty() ? user.username : user.nickname, user.username,
+                      ServicePicture::decode(user.iconData));
 }
 
 void ArkvaleTolmaMain::SetStorage()
 {
-    const NetdiskPage *page = currentPage();
+    const NetdiskPage *page = m_panes->currentPage();
     const SubCenter center = m_config->subCenter(page ? page->subCenter().id : m_config->currentSubCenterId());
-    const bool known = center.quota > 0;
-    m_storageBar->setVisible(known);
-    m_storageText->setVisible(known);
-    if (!known)
-        return;
-    m_storageBar->setValue(static_cast<int>(
-        qBound(0.0, 100.0 * static_cast<double>(center.used) / static_cast<double>(center.quota), 100.0)));
-    m_storageText->setText(QStringLiteral("%1/%2").arg(sizeText(static_cast<quint64>(qMax<qint64>(0, center.used))),
-                                                       sizeText(static_cast<quint64>(center.quota))));
+    m_header->setStorage(center.used, center.quota);
 }
 
 void ArkvaleTolmaMain::scheduleStorageCheck(int milliseconds)
@@ -338,14 +363,16 @@ void ArkvaleTolmaMain::scheduleStorageCheck(int milliseconds)
 void ArkvaleTolmaMain::checkStorage()
 {
     m_loginService->checkStorage();
-    for (NetdiskPage *page : pages())
+    const QList<NetdiskPage *> all = pages();
+    for (NetdiskPage *page : all)
         page->refreshStorage();
     m_storageTimer->start(kStorageInterval);
 }
 
 void ArkvaleTolmaMain::refreshAD()
 {
-    m_ads->setAdvertisements(m_config->advertisements());
+    m_header->ticker()->setAdvertisements(m_config->advertisements());
+    resizeScrollText();
 }
 
 void ArkvaleTolmaMain::RefreshConfig(QString subCenterId)
@@ -360,9 +387,7 @@ void ArkvaleTolmaMain::RefreshVipParam()
 
 void ArkvaleTolmaMain::updateTransferList()
 {
-    const int count = m_transfers->runningCount();
-    const QString name = tr("Transfer List");
-    m_transferButton->setText(count > 0 ? QStringLiteral("%1 (%2)").arg(name).arg(count) : name);
+    m_header->setRunningTransfers(m_transfers->runningCount());
 }
 
 void ArkvaleTolmaMain::UpdateSubcenterPaths()
@@ -374,4 +399,14 @@ void ArkvaleTolmaMain::UpdateSubcenterPaths()
             paths.insert(center.id, center.path);
     }
     emit SigUpdateSubcenterPaths(paths);
+}
+
+void ArkvaleTolmaMain::RefreshSubCenterIcon()
+{
+    m_icons->fetch();
+    const QList<NetdiskPage *> all = pages();
+    for (NetdiskPage *page : all) {
+        TabWidget *pane = m_panes->paneOf(page);
+        pane->setTabIcon(pane->indexOf(page), m_icons->icon(page->subCenter().id));
+    }
 }

@@ -3,33 +3,32 @@
 #include "FileItem.h"
 #include "SubCenter.h"
 #include "TransferModule.h"
+#include "WindowState.h"
 
 #include <QMainWindow>
 #include <QMap>
 
-class AdTicker;
+#include <functional>
+
 class ArkvaleTray;
 class BrowserServer;
-class CommandLineTransfer;
+class CenterIcons;
+class DrivePanes;
 class GlobalConfig;
+class HeaderBar;
 class LoginService;
 class NetdiskPage;
 class OrderedWork;
-class QButtonGroup;
 class QLabel;
-class QProgressBar;
-class QPushButton;
-class QSplitter;
 class QStackedWidget;
 class QTimer;
-class QToolButton;
 class TabWidget;
 class TransferringWidget;
 
 /// The main window of one login cycle: drive pages in tabs and panes, the transfer page, the menu, and the handling of
 /// requests from web pages and the command line. Close() fires once, when the cycle is to end; the session state then
-/// says whether the user logged out (1) or leaves (6). The objects given to the constructor must outlive the window.
-/// GUI thread only.
+/// says whether the user logged out (1) or leaves (6). Place, panes and tabs are kept in the user's folder and come
+/// back at the next login. The objects given to the constructor must outlive the window. GUI thread only.
 class ArkvaleTolmaMain : public QMainWindow
 {
     Q_OBJECT
@@ -42,11 +41,20 @@ public:
     ~ArkvaleTolmaMain() override;
 
     void setLoggerId(int id) { m_loggerId = id; }
+    /// Puts a page for shares behind the "Share" button; it may have the signals sigIntoFolder(QString) and
+    /// sigShareToMeFileDownloadStart(QList<FileItem>, QList<FileItem>, SubCenter, QString). The window owns it.
+    void setSharePage(QWidget *page);
     /// All drive pages, pane by pane.
     QList<NetdiskPage *> pages() const;
+    DrivePanes *panes() const { return m_panes; }
     TransferringWidget *transfers() const { return m_transfers; }
+    /// The cycle ended because a web page asked for another user.
+    bool switchedByPage() const { return m_switchedByPage; }
 
 signals:
+    void sigGetUserIcon();
+    /// The window wants that size, which may not fit on the screen.
+    void ReadyResize(QSize size);
     void Close();
     void languageChanged();
     void sigWriteLog(int logLevel, int, QString, const wchar_t *fileName, int lineNum);
@@ -56,7 +64,10 @@ signals:
     void SigUpdateSubcenterPaths(QMap<QString, QString> paths);
 
 public slots:
-    /// Opens the first drive page. The sending timer's property "initPath" names the folder to open.
+    /// Shows the "Share" button where there is a share page, sharing is allowed and the user has a home.
+    void checkSharePage();
+    /// Opens the tabs of the last time and the first drive page. The sending timer's property "initPath" names the
+    /// folder to open in it.
     void initSplitWidget();
     /// A new pane to the right of the others.
     TabWidget *addSplitWidget();
@@ -65,83 +76,112 @@ public slots:
     /// @param ndpId name of the pane that takes the page
     NetdiskPage *addNetDiskPage(QString ndpId, SubCenter subCenter, QString initPath);
     void removeNetDiskPage(NetdiskPage *page);
+    /// What can be done with tabs and panes now shows in the buttons.
+    void changeTabButtonState();
     void changeTab(int index);
     /// Closes the tab of the sending pane; the last tab of all stays.
     void closeTab(int index);
-    /// Lets the person choose a sub-center for a new tab.
+    /// A new tab: of the one sub-center that there is, or of the one that the person chooses.
     void openTab();
     void addTab(QString subCenterId);
     void splitTab(int index);
+    void RefreshSubCenterIcon();
     void SetUserIcon();
     void SetStorage();
     void showMenu();
     void refreshAD();
+    /// Gives the ticker the width that the window has for it.
+    void resizeScrollText();
+    /// Takes the size as far as the screen has room for it, and comes wholly onto the screen.
+    void resizeShow(QSize size);
     void showMaximizedOrNormal();
     void changePage();
     void updateTransferList();
     void Logout();
-    void Logout(QString user);
-    void Exit();
     void UpdateApp();
     void UpdateFinished(int retcode);
     void ClearCache();
     void ChangeLanguage();
     void About();
-    void Help();
     void onRaise();
     /// Brings the window forward, with the transfer page when @p bSwith is true.
     void onShowTransfering(bool bSwith = true);
-    /// Brings the window forward and opens the settings.
+    /// Brings the window forward with the settings.
     void onShowSetting();
     void StartSocketServer();
     void StopSocketServer();
     void ProcessDownloadRequest(QString subCenterId, QList<FileItem> items);
     void ProcessUploadRequest(QString subcenterId, QString remotePath);
     void CloseMinimizedToTray();
+    /// A web page wants another user to log in.
+    void Logout(QString user);
+    void Exit();
     void initSubCenter();
     void refreshSubCenter();
     void UpdateSubcenterPaths();
-    /// Settings of that sub-center were changed.
+    /// The transfer settings of a sub-center changed.
     void RefreshConfig(QString subCenterId);
     void RefreshVipParam();
+    /// Into the tray where the desktop has one, else into the task bar.
+    void showMinimized();
+    void Help();
+    void reopenTab();
+    /// Splits the current tab into a second pane, or closes the current one of several.
+    void toggleSplit();
+    void closePane();
+    void closeCurrentTab();
+    /// Shows a folder of the current sub-center.
+    void openFolder(QString path);
 
 protected:
     void closeEvent(QCloseEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
 
 private slots:
     void announceStart();
-    void sessionEnded(QString message);
+    void sessionEnded(QString message = QString());
     void checkStorage();
 
 private:
     // Construction
-    void buildTitleBar();
     void buildPages();
     void connectStore();
     void connectTransfers();
+    void connectHeader();
+    void addShortcuts();
     void retranslate();
+    void hearPane(TabWidget *pane);
 
     // Panes and pages
     void openFirstPage();
-    TabWidget *paneOf(const NetdiskPage *page) const;
-    QList<TabWidget *> panes() const;
-    TabWidget *currentPane() const;
-    NetdiskPage *currentPage() const;
-    NetdiskPage *findPage(const QString &subCenterId) const;
+    void restoreTabs();
+    /// Opens a tab of the last time; false while its sub-center is not known to be there.
+    bool restoreTab(const WindowState::Tab &tab, const QString &pane);
+    void restoreLateTabs();
     /// The page of that sub-center, brought to the front, made when there is none; null where the user has no access.
     NetdiskPage *preparePage(const QString &subCenterId, const QString &path);
+    /// A second page onto what the page shows, in a pane of its own.
+    void splitInto(NetdiskPage *page);
     void showDiskPage();
+    QWidget *buildSettings();
+    void showTab(int index);
     void retitle(NetdiskPage *page, const QString &folder);
-
-    // Requests
     void startCommandLine(NetdiskPage *page);
-    void listForCommandLine(CommandLineTransfer *transfer, const SubCenter &center, const QString &folder, int tries);
+    /// Carries out a web page's request on the page of that sub-center, unless another one is being carried out.
+    void serve(const QString &subCenterId, const QString &path, const std::function<void(NetdiskPage *)> &action);
+
+    // Place
+    QString stateFile() const;
+    void restorePlace();
+    void keepState();
 
     // Small helpers
+    QString leavingText(const QString &question) const;
     void finish(int state);
     bool ask(const QString &title, const QString &text);
     void tell(const QString &title, const QString &text);
+    void complain(const QString &text);
     void writeLog(const QString &message, int line);
     void scheduleStorageCheck(int milliseconds);
     void bringForward();
@@ -152,29 +192,26 @@ private:
     BrowserServer *m_bridge;
     QObject *m_updater;
     OrderedWork *m_work;
+    const QString m_user; ///< whose window it is
     int m_loggerId = 0;
     bool m_closed = false;
     bool m_ready = false;
+    bool m_serving = false; ///< a request of a web page has the person's attention
+    bool m_switchedByPage = false;
+    bool m_sessionEnded = false;
     bool m_waitingForCenter = false;
-    int m_paneNumber = 0;
     QString m_initPath;
+    WindowState m_state;                ///< of the last time
+    QList<WindowState::Tab> m_lateTabs; ///< whose sub-centers have not answered yet
 
-    QWidget *m_titleBar = nullptr;
-    QButtonGroup *m_pageButtons = nullptr;
-    QPushButton *m_diskButton = nullptr;
-    QPushButton *m_transferButton = nullptr;
-    QPushButton *m_settingButton = nullptr;
-    QToolButton *m_newTab = nullptr;
-    QToolButton *m_toTray = nullptr;
-    QToolButton *m_menuButton = nullptr;
-    AdTicker *m_ads = nullptr;
-    QProgressBar *m_storageBar = nullptr;
-    QLabel *m_storageText = nullptr;
-    QLabel *m_avatar = nullptr;
-    QLabel *m_userName = nullptr;
+    HeaderBar *m_header = nullptr;
     QStackedWidget *m_stack = nullptr;
-    QSplitter *m_splitter = nullptr;
     QLabel *m_waiting = nullptr;
+    DrivePanes *m_panes = nullptr;
     TransferringWidget *m_transfers = nullptr;
+    QWidget *m_share = nullptr;
+    QWidget *m_settings = nullptr;
+    CenterIcons *m_icons = nullptr;
     QTimer *m_storageTimer = nullptr;
+    QTimer *m_endTimer = nullptr;
 };

@@ -1,9 +1,12 @@
 #include "ArkvaleTolmaMain.h"
 
+#include "ArkvaleTray.h"
 #include "BrowserServer.h"
 #include "GlobalConfig.h"
+#include "HeaderBar.h"
 #include "MsgBox.h"
 #include "MsgDlg.h"
+#include "OpenDialogs.h"
 #include "OrderedWork.h"
 #include "Settings.h"
 #include "SystemBrowser.h"
@@ -11,15 +14,24 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QClipboard>
 #include <QCloseEvent>
 #include <QDir>
 #include <QMenu>
+#include <QMimeData>
+#include <QPixmapCache>
 #include <QPointer>
-#include <QPushButton>
+#include <QTimer>
 #include <QToolButton>
 #include <QTranslator>
 #include <QUrl>
 #include <QVariant>
+
+namespace {
+
+constexpr int kEndInterval = 50; // milliseconds
+
+} // namespace
 
 // End of the cycle
 
@@ -30,6 +42,16 @@ void ArkvaleTolmaMain::finish(int state)
     m_closed = true;
     m_config->setState(state);
     m_bridge->setReady(false);
+    keepState();
+    // What the user cut or copied, and pictures of the user's files, are nobody else's.
+    if (const QMimeData *kept = QApplication::clipboard()->mimeData();
+        kept && kept->hasFormat(QStringLiteral("ArkvaleTolma")))
+        QApplication::clipboard()->clear();
+    QPixmapCache::clear();
+    // Open questions run loops of their own, inside which the cycle cannot end; answering one may open the next.
+    connect(m_endTimer, &QTimer::timeout, this, [] { rejectOpenDialogs(); });
+    m_endTimer->start(kEndInterval);
+    rejectOpenDialogs();
     emit Close();
 }
 
@@ -54,37 +76,41 @@ void ArkvaleTolmaMain::tell(const QString &title, const QString &text)
     delete notice;
 }
 
+QString ArkvaleTolmaMain::leavingText(const QString &question) const
+{
+    const int running = m_transfers->runningCount();
+    if (running == 0)
+        return question;
+    return question + QLatin1Char('\n') +
+           tr("%1 transfers are still running. They stop now and can go on after the next login.").arg(running);
+}
+
 void ArkvaleTolmaMain::Exit()
 {
-    QString text = tr("Are you sure you want to exit?");
-    if (m_transfers->runningCount() > 0)
-        text += QLatin1Char('\n') +
-                tr("%1 transfers are still running and will be stopped.").arg(m_transfers->runningCount());
-    if (ask(tr("Exit"), text))
+    if (ask(tr("Exit"), leavingText(tr("Are you sure you want to exit?"))))
         finish(GlobalConfig::Quitting);
 }
 
 void ArkvaleTolmaMain::Logout()
 {
-    QString text = tr("Are you sure you want to logout?");
-    if (m_transfers->runningCount() > 0)
-        text += QLatin1Char('\n') +
-                tr("%1 transfers are still running and will be stopped.").arg(m_transfers->runningCount());
-    if (ask(tr("Logout"), text))
+    if (ask(tr("Logout"), leavingText(tr("Are you sure you want to logout?"))))
         finish(GlobalConfig::LoggedOut);
 }
 
 void ArkvaleTolmaMain::Logout(QString)
 {
+    m_switchedByPage = true;
     finish(GlobalConfig::LoggedOut);
 }
 
 void ArkvaleTolmaMain::sessionEnded(QString message)
 {
     // Every page and poll may tell of the same end; the person hears of it once.
-    if (m_closed || property("sessionEnded").toBool())
+    if (m_closed || m_sessionEnded)
         return;
-    setProperty("sessionEnded", true);
+    m_sessionEnded = true;
+    m_bridge->setReady(false);
+    rejectOpenDialogs();
     const QPointer<ArkvaleTolmaMain> alive(this);
     tell(tr("Tip"), message.isEmpty() ? tr("The session has ended. Please log in again.") : message);
     if (alive)
@@ -107,6 +133,15 @@ void ArkvaleTolmaMain::CloseMinimizedToTray()
     showMinimized();
 }
 
+void ArkvaleTolmaMain::showMinimized()
+{
+    // Out of the task bar only where the tray brings the window back.
+    if (m_tray->isShown())
+        hide();
+    else
+        QMainWindow::showMinimized();
+}
+
 void ArkvaleTolmaMain::bringForward()
 {
     if (isMinimized())
@@ -127,7 +162,7 @@ void ArkvaleTolmaMain::onShowTransfering(bool bSwith)
 {
     bringForward();
     if (bSwith) {
-        m_transferButton->setChecked(true);
+        m_header->setPage(HeaderBar::Transfers);
         changePage();
     }
 }
@@ -135,14 +170,11 @@ void ArkvaleTolmaMain::onShowTransfering(bool bSwith)
 void ArkvaleTolmaMain::onShowSetting()
 {
     bringForward();
-    // An open dialog of another kind keeps the keyboard; the settings would open below it.
+    // An open question keeps the keyboard, whatever page is behind it.
     if (QApplication::activeModalWidget() || !Settings::offered())
         return;
-    auto *settings = new Settings(this);
-    settings->setAttribute(Qt::WA_DeleteOnClose);
-    connect(settings, SIGNAL(SettingChanged(QString)), this, SLOT(RefreshConfig(QString)));
-    connect(settings, SIGNAL(concurrenceChanged()), m_transfers, SLOT(ApplyConcurrence()));
-    settings->open();
+    m_header->setPage(HeaderBar::Settings);
+    changePage();
 }
 
 void ArkvaleTolmaMain::showMaximizedOrNormal()
@@ -179,7 +211,8 @@ void ArkvaleTolmaMain::showMenu()
     menu->addSeparator();
     menu->addAction(tr("Logout(&L)"), this, SLOT(Logout()));
     menu->addAction(tr("Exit(&E)"), this, SLOT(Exit()));
-    const QPoint corner = m_menuButton->mapToGlobal(QPoint(m_menuButton->width(), m_menuButton->height()));
+    const QToolButton *button = m_header->menuButton();
+    const QPoint corner = button->mapToGlobal(QPoint(button->width(), button->height()));
     menu->popup(corner - QPoint(menu->sizeHint().width(), 0));
 }
 
@@ -199,6 +232,8 @@ void ArkvaleTolmaMain::ChangeLanguage()
     if (!m_config->save())
         tell(tr("Tip"), tr("The language could not be saved and holds until the program ends."));
     emit languageChanged();
+    if (m_header->page() == HeaderBar::Settings)
+        changePage();
     m_config->requestAdvertisements();
 }
 

@@ -1,124 +1,76 @@
 #include "ArkvaleTolmaMain.h"
 
 #include "BrowserServer.h"
-#include "CommandLineTransfer.h"
-#include "FileItemReader.h"
+#include "CenterIcons.h"
+#include "CommandLineRunner.h"
+#include "DrivePanes.h"
 #include "GlobalConfig.h"
+#include "HeaderBar.h"
 #include "LoginService.h"
 #include "MsgDlg.h"
 #include "NetdiskPage.h"
-#include "OrderedWork.h"
-#include "OrvClient.h"
 #include "SelectCenterDialog.h"
+#include "Settings.h"
 #include "TabWidget.h"
 #include "TransferringWidget.h"
 
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPointer>
-#include <QPushButton>
-#include <QSplitter>
 #include <QStackedWidget>
-#include <QTimer>
 #include <QVariant>
+
+#include <algorithm>
+#include <cstdio>
 
 namespace {
 
-constexpr int kMostPanes = 4;
-constexpr int kListingTries = 3;
-constexpr int kListingPause = 2000; // milliseconds
 constexpr int kAfterRemoval = 3000; // milliseconds
+constexpr int kSettingsWidth = 900; // pixels
+
+QStringList homes(const GlobalConfig *config)
+{
+    QStringList ids;
+    const QList<SubCenter> centers = config->subCenters();
+    for (const SubCenter &center : centers) {
+        if (center.hasHome())
+            ids << center.id;
+    }
+    return ids;
+}
 
 } // namespace
 
 // Panes and tabs
 
-QList<TabWidget *> ArkvaleTolmaMain::panes() const
-{
-    QList<TabWidget *> found;
-    for (int i = 0; i < m_splitter->count(); ++i) {
-        if (auto *pane = qobject_cast<TabWidget *>(m_splitter->widget(i)))
-            found << pane;
-    }
-    return found;
-}
-
 QList<NetdiskPage *> ArkvaleTolmaMain::pages() const
 {
-    QList<NetdiskPage *> found;
-    const QList<TabWidget *> all = panes();
-    for (const TabWidget *pane : all) {
-        for (int i = 0; i < pane->count(); ++i) {
-            if (auto *page = qobject_cast<NetdiskPage *>(pane->widget(i)))
-                found << page;
-        }
-    }
-    return found;
-}
-
-TabWidget *ArkvaleTolmaMain::paneOf(const NetdiskPage *page) const
-{
-    const QList<TabWidget *> all = panes();
-    for (TabWidget *pane : all) {
-        if (pane->indexOf(const_cast<NetdiskPage *>(page)) >= 0)
-            return pane;
-    }
-    return nullptr;
-}
-
-TabWidget *ArkvaleTolmaMain::currentPane() const
-{
-    const QList<TabWidget *> all = panes();
-    for (TabWidget *pane : all) {
-        if (pane->isAncestorOf(focusWidget()))
-            return pane;
-    }
-    return all.value(0);
-}
-
-NetdiskPage *ArkvaleTolmaMain::currentPage() const
-{
-    const TabWidget *pane = currentPane();
-    return pane ? qobject_cast<NetdiskPage *>(pane->currentWidget()) : nullptr;
-}
-
-NetdiskPage *ArkvaleTolmaMain::findPage(const QString &subCenterId) const
-{
-    NetdiskPage *current = currentPage();
-    if (current && current->subCenter().id == subCenterId)
-        return current;
-    const QList<NetdiskPage *> all = pages();
-    for (NetdiskPage *page : all) {
-        if (page->subCenter().id == subCenterId)
-            return page;
-    }
-    return nullptr;
+    return m_panes->pages();
 }
 
 TabWidget *ArkvaleTolmaMain::addSplitWidget()
 {
-    auto *pane = new TabWidget;
-    pane->setObjectName(QStringLiteral("SplitWidget%1").arg(++m_paneNumber));
+    return m_panes->addPane();
+}
+
+void ArkvaleTolmaMain::hearPane(TabWidget *pane)
+{
     connect(pane, SIGNAL(sigAddTab()), this, SLOT(openTab()));
     connect(pane, SIGNAL(sigSplitWidget(int)), this, SLOT(splitTab(int)));
     connect(pane, SIGNAL(sigCloseTab(int)), this, SLOT(closeTab(int)));
-    connect(pane, SIGNAL(currentChanged(int)), this, SLOT(changeTab(int)));
-    m_splitter->addWidget(pane);
+    connect(pane, &TabWidget::sigCloseOthers, this, [this, pane](int index) { m_panes->closeOthers(pane, index); });
     m_waiting->hide();
-    m_splitter->show();
-    return pane;
+    m_panes->show();
 }
 
 void ArkvaleTolmaMain::removeSplitWidget(TabWidget *pane)
 {
-    if (!pane || pane->count() > 0 || panes().size() < 2)
-        return;
-    pane->setParent(nullptr);
-    pane->deleteLater();
+    m_panes->removePane(pane);
 }
 
 NetdiskPage *ArkvaleTolmaMain::addNetDiskPage(QString ndpId, SubCenter subCenter, QString initPath)
 {
-    TabWidget *pane = m_splitter->findChild<TabWidget *>(ndpId, Qt::FindDirectChildrenOnly);
+    TabWidget *pane = m_panes->pane(ndpId);
     if (!pane)
         pane = addSplitWidget();
     auto *page = new NetdiskPage(subCenter, initPath);
@@ -132,16 +84,16 @@ NetdiskPage *ArkvaleTolmaMain::addNetDiskPage(QString ndpId, SubCenter subCenter
     connect(m_transfers, SIGNAL(ChangeTransferStatus(int)), page, SLOT(changeTransferStatus(int)));
     connect(page, &NetdiskPage::UserConfermRemove, this, [this] { scheduleStorageCheck(kAfterRemoval); });
     connect(page, &NetdiskPage::sigTitleChanged, this, [this, page](const QString &title) { retitle(page, title); });
-    pane->addTab(page, QString());
+    m_panes->addPage(pane, page);
     retitle(page, QString());
-    pane->setCurrentWidget(page);
+    pane->setTabIcon(pane->indexOf(page), m_icons->icon(subCenter.id));
     page->changeTransferStatus(m_transfers->runningCount() > 0 ? 2 : 0);
     return page;
 }
 
 void ArkvaleTolmaMain::retitle(NetdiskPage *page, const QString &folder)
 {
-    TabWidget *pane = paneOf(page);
+    TabWidget *pane = m_panes->paneOf(page);
     if (!pane)
         return;
     const QString center = page->subCenter().name;
@@ -150,46 +102,93 @@ void ArkvaleTolmaMain::retitle(NetdiskPage *page, const QString &folder)
 
 void ArkvaleTolmaMain::removeNetDiskPage(NetdiskPage *page)
 {
-    TabWidget *pane = paneOf(page);
-    if (!pane || pages().size() < 2)
-        return;
-    pane->removeTab(pane->indexOf(page));
-    page->deleteLater();
-    removeSplitWidget(pane);
+    m_panes->closePage(page);
+}
+
+void ArkvaleTolmaMain::changeTabButtonState()
+{
+    const bool several = m_panes->panes().size() > 1;
+    m_header->setTabActions(m_panes->hasClosed(), m_panes->canSplit() && m_panes->currentPage(), several);
 }
 
 void ArkvaleTolmaMain::closeTab(int index)
 {
     auto *pane = qobject_cast<TabWidget *>(sender());
     if (!pane)
-        pane = currentPane();
-    if (pane)
-        removeNetDiskPage(qobject_cast<NetdiskPage *>(pane->widget(index)));
+        pane = m_panes->currentPane();
+    if (NetdiskPage *page = DrivePanes::page(pane, index))
+        removeNetDiskPage(page);
+}
+
+void ArkvaleTolmaMain::closeCurrentTab()
+{
+    if (m_header->page() != HeaderBar::Disk)
+        return showDiskPage();
+    if (NetdiskPage *page = m_panes->currentPage())
+        removeNetDiskPage(page);
 }
 
 void ArkvaleTolmaMain::splitTab(int index)
 {
     auto *pane = qobject_cast<TabWidget *>(sender());
-    auto *page = pane ? qobject_cast<NetdiskPage *>(pane->widget(index)) : nullptr;
-    // A pane's only tab has the room that a pane of its own would give it.
-    if (!page || pane->count() < 2 || panes().size() >= kMostPanes)
+    m_panes->splitPage(DrivePanes::page(pane ? pane : m_panes->currentPane(), index));
+}
+
+void ArkvaleTolmaMain::splitInto(NetdiskPage *page)
+{
+    if (!page || !m_panes->canSplit())
         return;
-    const QString title = pane->tabText(index);
-    pane->removeTab(index);
-    TabWidget *other = addSplitWidget();
-    other->addTab(page, title);
-    page->show();
+    showDiskPage();
+    const int place = m_panes->panes().indexOf(m_panes->paneOf(page)) + 1;
+    TabWidget *pane = m_panes->addPane(place);
+    m_panes->activate(addNetDiskPage(pane->objectName(), page->subCenter(), page->currentPath()));
+}
+
+void ArkvaleTolmaMain::toggleSplit()
+{
+    if (m_panes->panes().size() > 1)
+        closePane();
+    else
+        splitInto(m_panes->currentPage());
+}
+
+void ArkvaleTolmaMain::closePane()
+{
+    m_panes->closePane(m_panes->currentPane());
+}
+
+void ArkvaleTolmaMain::reopenTab()
+{
+    while (m_panes->hasClosed()) {
+        const WindowState::Tab tab = m_panes->takeClosed();
+        const TabWidget *pane = m_panes->currentPane();
+        if (restoreTab(tab, pane ? pane->objectName() : QString())) {
+            showDiskPage();
+            break;
+        }
+    }
+    changeTabButtonState();
 }
 
 void ArkvaleTolmaMain::changeTab(int)
 {
-    if (const NetdiskPage *page = currentPage())
+    if (const NetdiskPage *page = m_panes->currentPage())
         m_config->setCurrentSubCenterId(page->subCenter().id);
     SetStorage();
 }
 
+void ArkvaleTolmaMain::showTab(int index)
+{
+    showDiskPage();
+    m_panes->selectTab(index);
+}
+
 void ArkvaleTolmaMain::openTab()
 {
+    // Sub-centers without a home are no choice, and of one there is nothing to choose.
+    const QStringList choice = homes(m_config);
+    if (choice.size() == 1)
+        return addTab(choice.first());
     SelectCenterDialog dialog(this);
     dialog.watch(m_loginService);
     connect(&dialog, SIGNAL(centerSelected(QString)), this, SLOT(addTab(QString)));
@@ -204,25 +203,62 @@ void ArkvaleTolmaMain::openTab()
 void ArkvaleTolmaMain::addTab(QString subCenterId)
 {
     const SubCenter center = m_config->subCenter(subCenterId);
-    if (!center.hasHome())
+    if (!center.hasHome() || m_closed)
         return;
     showDiskPage();
-    const TabWidget *pane = currentPane();
-    addNetDiskPage(pane ? pane->objectName() : QString(), center, QString());
+    const TabWidget *pane = m_panes->currentPane();
+    m_panes->activate(addNetDiskPage(pane ? pane->objectName() : QString(), center, QString()));
+}
+
+void ArkvaleTolmaMain::openFolder(QString path)
+{
+    const SubCenter center = m_config->subCenter(m_config->currentSubCenterId());
+    if (center.hasHome())
+        preparePage(center.id, path);
 }
 
 void ArkvaleTolmaMain::showDiskPage()
 {
-    m_diskButton->setChecked(true);
+    m_header->setPage(HeaderBar::Disk);
     changePage();
 }
 
 void ArkvaleTolmaMain::changePage()
 {
-    m_stack->setCurrentIndex(m_transferButton->isChecked() ? 1 : 0);
+    QWidget *shown = m_stack->widget(0);
+    if (m_header->page() == HeaderBar::Transfers)
+        shown = m_transfers;
+    else if (m_header->page() == HeaderBar::Share && m_share)
+        shown = m_share;
+    else if (m_header->page() == HeaderBar::Settings)
+        shown = buildSettings();
+    m_stack->setCurrentWidget(shown);
+    m_header->setPage(m_header->page());
+    if (shown == m_stack->widget(0) && m_panes->currentPage())
+        m_panes->currentPage()->setFocus();
 }
 
-// The first page
+QWidget *ArkvaleTolmaMain::buildSettings()
+{
+    // Anew each time: it shows what the store and the service say now, in the language of now.
+    delete m_settings;
+    m_settings = new QWidget;
+    m_settings->setObjectName(QStringLiteral("page_settings"));
+    auto *settings = new Settings(m_settings);
+    settings->embed();
+    settings->setMaximumWidth(kSettingsWidth);
+    auto *layout = new QHBoxLayout(m_settings);
+    layout->addStretch(1);
+    layout->addWidget(settings, 100);
+    layout->addStretch(1);
+    connect(settings, SIGNAL(SettingChanged(QString)), this, SLOT(RefreshConfig(QString)));
+    connect(settings, SIGNAL(concurrenceChanged()), m_transfers, SLOT(ApplyConcurrence()));
+    connect(settings, &QDialog::finished, this, &ArkvaleTolmaMain::showDiskPage, Qt::QueuedConnection);
+    m_stack->addWidget(m_settings);
+    return m_settings;
+}
+
+// The first pages
 
 void ArkvaleTolmaMain::initSplitWidget()
 {
@@ -259,11 +295,77 @@ void ArkvaleTolmaMain::openFirstPage()
     if (!pages().isEmpty())
         return;
     const SubCenter center = m_config->subCenter(m_config->currentSubCenterId());
-    NetdiskPage *page = addNetDiskPage(QString(), center, m_initPath);
+    restoreTabs();
+    NetdiskPage *page = m_panes->findPage(center.id);
+    if (!page) {
+        const TabWidget *pane = m_panes->currentPane();
+        page = addNetDiskPage(pane ? pane->objectName() : QString(), center, m_initPath);
+    } else if (!m_initPath.isEmpty()) {
+        page->IntoFolder(m_initPath);
+    }
+    m_panes->activate(page);
     SetStorage();
     m_ready = true;
     m_bridge->setReady(true);
     startCommandLine(page);
+}
+
+bool ArkvaleTolmaMain::restoreTab(const WindowState::Tab &tab, const QString &pane)
+{
+    const SubCenter center = m_config->subCenter(tab.center);
+    if (!center.hasHome())
+        return false;
+    m_panes->activate(addNetDiskPage(pane, center, tab.path));
+    return true;
+}
+
+void ArkvaleTolmaMain::restoreTabs()
+{
+    QList<int> widths;
+    QList<QPair<QString, int>> fronts; // pane and the tab in front
+    for (const WindowState::Pane &kept : qAsConst(m_state.panes)) {
+        QString name;
+        for (const WindowState::Tab &tab : kept.tabs) {
+            const SubCenter center = m_config->subCenter(tab.center);
+            if (!center.hasHome()) {
+                if (!center.id.isEmpty() && center.path.isEmpty())
+                    m_lateTabs << tab;
+                continue;
+            }
+            if (name.isEmpty())
+                name = addSplitWidget()->objectName();
+            restoreTab(tab, name);
+        }
+        if (name.isEmpty())
+            continue;
+        widths << qMax(1, kept.width);
+        fronts << qMakePair(name, kept.current);
+    }
+    for (const auto &front : qAsConst(fronts))
+        m_panes->pane(front.first)->setCurrentIndex(front.second);
+    if (widths.size() == m_panes->count())
+        m_panes->setSizes(widths);
+    const TabWidget *current = m_panes->panes().value(m_state.currentPane);
+    if (NetdiskPage *page = DrivePanes::page(current, current ? current->currentIndex() : -1))
+        m_panes->activate(page);
+}
+
+void ArkvaleTolmaMain::restoreLateTabs()
+{
+    NetdiskPage *current = m_panes->currentPage();
+    QList<WindowState::Tab> waiting;
+    bool restored = false;
+    for (const WindowState::Tab &tab : qAsConst(m_lateTabs)) {
+        const SubCenter center = m_config->subCenter(tab.center);
+        if (center.hasHome())
+            restored = restoreTab(tab, m_panes->panes().last()->objectName()) || restored;
+        else if (center.path.isEmpty())
+            waiting << tab;
+    }
+    m_lateTabs = waiting;
+    // The person works elsewhere meanwhile.
+    if (restored && current)
+        m_panes->activate(current);
 }
 
 void ArkvaleTolmaMain::initSubCenter()
@@ -276,8 +378,11 @@ void ArkvaleTolmaMain::refreshSubCenter()
     const QList<NetdiskPage *> all = pages();
     for (NetdiskPage *page : all)
         page->refreshSubCenter();
+    RefreshSubCenterIcon();
     if (m_waitingForCenter)
         openFirstPage();
+    else if (!m_lateTabs.isEmpty() && !all.isEmpty())
+        restoreLateTabs();
     scheduleStorageCheck(300);
 }
 
@@ -291,34 +396,46 @@ NetdiskPage *ArkvaleTolmaMain::preparePage(const QString &subCenterId, const QSt
         return nullptr;
     }
     showDiskPage();
-    NetdiskPage *page = findPage(subCenterId);
+    NetdiskPage *page = m_panes->findPage(subCenterId);
     if (!page) {
-        const TabWidget *pane = currentPane();
+        const TabWidget *pane = m_panes->currentPane();
         page = addNetDiskPage(pane ? pane->objectName() : QString(), center, path);
-    } else {
-        paneOf(page)->setCurrentWidget(page);
-        if (!path.isEmpty())
-            page->IntoFolder(path);
+    } else if (!path.isEmpty()) {
+        page->IntoFolder(path);
     }
+    m_panes->activate(page);
     writeLog(QStringLiteral("Netdiskpage is prepared，current path is :%1").arg(page->currentPath()), __LINE__);
     return page;
+}
+
+void ArkvaleTolmaMain::serve(const QString &subCenterId, const QString &path,
+                             const std::function<void(NetdiskPage *)> &action)
+{
+    // Pages may ask as often as they like; the person answers one question at a time.
+    if (m_serving || m_closed) {
+        writeLog(QStringLiteral("Request dropped: another one waits for an answer"), __LINE__);
+        return;
+    }
+    m_serving = true;
+    const QPointer<ArkvaleTolmaMain> alive(this);
+    bringForward();
+    if (NetdiskPage *page = preparePage(subCenterId, path))
+        action(page);
+    if (alive)
+        m_serving = false;
 }
 
 void ArkvaleTolmaMain::ProcessDownloadRequest(QString subCenterId, QList<FileItem> items)
 {
     writeLog(QStringLiteral("Process download request %1:files(%2)").arg(subCenterId, QString::number(items.size())),
              __LINE__);
-    bringForward();
-    if (NetdiskPage *page = preparePage(subCenterId, QString()))
-        page->Download(items);
+    serve(subCenterId, QString(), [items](NetdiskPage *page) { page->Download(items); });
 }
 
 void ArkvaleTolmaMain::ProcessUploadRequest(QString subcenterId, QString remotePath)
 {
     writeLog(QStringLiteral("Process upload request %1:%2").arg(subcenterId, remotePath), __LINE__);
-    bringForward();
-    if (NetdiskPage *page = preparePage(subcenterId, remotePath))
-        page->Upload(false);
+    serve(subcenterId, remotePath, [](NetdiskPage *page) { page->Upload(false); });
 }
 
 // The command line's request
@@ -328,67 +445,28 @@ void ArkvaleTolmaMain::startCommandLine(NetdiskPage *page)
     const CommandLineRequest request = m_config->request();
     // Taken once: a login after a logout starts no transfer again.
     m_config->setRequest(CommandLineRequest());
-    auto *transfer = new CommandLineTransfer(request, page->currentPath(), page);
-    if (transfer->isEmpty()) {
-        delete transfer;
+    if (!request.subCenter.isEmpty() && request.subCenter != page->subCenter().id) {
+        // Its paths are those of another drive, so nothing of it is done here.
+        const SubCenter wanted = m_config->subCenter(request.subCenter);
+        complain(wanted.id.isEmpty() ? tr("There is no sub-center \"%1\".").arg(request.subCenter)
+                                     : tr("You have no folder in the sub-center \"%1\".").arg(wanted.name));
         return;
     }
-    const SubCenter center = page->subCenter();
-    connect(transfer, &CommandLineTransfer::upload, page, &NetdiskPage::UploadTo);
-    connect(transfer, &CommandLineTransfer::download, page,
-            [page](const QList<FileItem> &files, const QList<FileItem> &folders, const QString &localFolder) {
-                if (localFolder.isEmpty())
-                    page->Download(files + folders);
-                else
-                    page->DownloadTo(files, folders, localFolder);
-            });
-    connect(transfer, &CommandLineTransfer::uploadChoiceWanted, page, [page](const QString &folder) {
-        page->IntoFolder(folder);
-        page->Upload(true);
-    });
-    connect(transfer, &CommandLineTransfer::listingWanted, this,
-            [this, transfer, center](const QString &folder) { listForCommandLine(transfer, center, folder, 1); });
-    connect(transfer, &CommandLineTransfer::problem, this, [this](const QString &text) {
-        writeLog(text, __LINE__);
-        // Not exec(): what does exist is transferred meanwhile.
-        auto *notice = new MsgDlg(this);
-        notice->setAttribute(Qt::WA_DeleteOnClose);
-        notice->setTitle(tr("Tip"));
-        notice->setText(text);
-        notice->setButtonVisible(QStringLiteral("cancel"), false);
-        notice->open();
-    });
-    transfer->start();
+    auto *runner = new CommandLineRunner(request, page);
+    connect(runner, &CommandLineRunner::problem, this, &ArkvaleTolmaMain::complain);
+    connect(runner, &CommandLineRunner::sessionEnded, this, &ArkvaleTolmaMain::sessionEnded);
+    runner->start();
 }
 
-void ArkvaleTolmaMain::listForCommandLine(CommandLineTransfer *transfer, const SubCenter &center, const QString &folder,
-                                          int tries)
+void ArkvaleTolmaMain::complain(const QString &text)
 {
-    auto *client = new OrvClient(m_config->client());
-    client->setParent(transfer);
-    client->setUrl(center.address);
-    connect(client, &OrvClient::listFileFinished, transfer, [=](qint64, int code, const QByteArray &body) {
-        client->deleteLater();
-        if (code == 201) {
-            sessionEnded(QString());
-        } else if (code == 200 || code == 203) {
-            // A large folder's listing takes its time to read.
-            const QPointer<CommandLineTransfer> alive(transfer);
-            m_work->run([alive, code, body]() -> OrderedWork::Deliver {
-                QList<FileItem> entries;
-                if (code == 200)
-                    entries = FileItemReader::items(body, FileItemReader::ListingTime);
-                return [alive, entries] {
-                    if (alive)
-                        alive->setListing(true, entries);
-                };
-            });
-        } else if (code == 404 || tries >= kListingTries) {
-            transfer->setListing(code == 404, {});
-        } else {
-            QTimer::singleShot(kListingPause, transfer,
-                               [=] { listForCommandLine(transfer, center, folder, tries + 1); });
-        }
-    });
-    client->listFile(folder, 1);
+    writeLog(text, __LINE__);
+    std::fprintf(stderr, "%s\n", text.toUtf8().constData());
+    // Not exec(): what does exist is transferred meanwhile.
+    auto *notice = new MsgDlg(this);
+    notice->setAttribute(Qt::WA_DeleteOnClose);
+    notice->setTitle(tr("Tip"));
+    notice->setText(text);
+    notice->setButtonVisible(QStringLiteral("cancel"), false);
+    notice->open();
 }

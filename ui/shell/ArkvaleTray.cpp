@@ -4,11 +4,14 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QTimer>
 
 namespace {
 
 constexpr int kTransferBalloon = 1000; // milliseconds
 constexpr int kTextBalloon = 100;
+constexpr int kGatherTime = 1000;
+constexpr int kMostNames = 10; // lines that a balloon has room for
 
 } // namespace
 
@@ -86,21 +89,71 @@ void ArkvaleTray::showBalloon(const QString &title, const QString &text, int mil
     m_icon.showMessage(title, text, QSystemTrayIcon::Information, milliseconds);
 }
 
+void ArkvaleTray::gather(Kind kind, const QStringList &names)
+{
+    Gathered &gathered = m_gathered[kind];
+    if (!gathered.timer) {
+        gathered.timer = new QTimer(this);
+        gathered.timer->setInterval(kGatherTime);
+        connect(gathered.timer, &QTimer::timeout, this, [this, kind] { showGathered(kind); });
+    }
+    if (!gathered.timer->isActive()) {
+        gathered.timer->start();
+        showEvents(kind, 1, names);
+        return;
+    }
+    ++gathered.count;
+    gathered.names << names;
+}
+
+void ArkvaleTray::showGathered(Kind kind)
+{
+    Gathered &gathered = m_gathered[kind];
+    if (gathered.count == 0) {
+        gathered.timer->stop();
+        return;
+    }
+    const int count = gathered.count;
+    const QStringList names = gathered.names;
+    gathered.count = 0;
+    gathered.names.clear();
+    showEvents(kind, count, names);
+}
+
+void ArkvaleTray::showEvents(Kind kind, int count, const QStringList &names)
+{
+    QString text;
+    if (kind == DownloadCreated) {
+        text = count == 1 ? tr("Download task created") : tr("%1 download tasks created").arg(count);
+    } else if (kind == UploadCreated) {
+        text = count == 1 ? tr("Upload task created") : tr("%1 upload tasks created").arg(count);
+    } else {
+        text = QStringList(names.mid(0, kMostNames)).join(QLatin1Char('\n'));
+        if (names.size() > kMostNames)
+            text += QLatin1Char('\n') + tr("and %1 more").arg(names.size() - kMostNames);
+    }
+    QString title = tr("Message");
+    if (kind == DownloadFinished)
+        title = tr("File download finished");
+    else if (kind == UploadFinished)
+        title = tr("File upload finished");
+    showBalloon(title, text, kTransferBalloon);
+}
+
 void ArkvaleTray::slotShowFileTransferringCreatedMsg(ZPDTCMDTYPE type)
 {
     if (type == ZPDT_DOWNLOAD)
-        showBalloon(tr("Message"), tr("Download task created"), kTransferBalloon);
+        gather(DownloadCreated, {});
     else if (type == ZPDT_UPLOAD)
-        showBalloon(tr("Message"), tr("Upload task created"), kTransferBalloon);
+        gather(UploadCreated, {});
 }
 
 void ArkvaleTray::slotShowFileTransferringFinishedMsg(QStringList names, ZPDTCMDTYPE type)
 {
-    const QString text = names.join(QLatin1Char('\n'));
     if (type == ZPDT_DOWNLOAD)
-        showBalloon(tr("File download finished"), text, kTransferBalloon);
+        gather(DownloadFinished, names);
     else if (type == ZPDT_UPLOAD)
-        showBalloon(tr("File upload finished"), text, kTransferBalloon);
+        gather(UploadFinished, names);
 }
 
 void ArkvaleTray::slotShowLoginMessage()

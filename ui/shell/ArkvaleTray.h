@@ -8,8 +8,11 @@
 #include <QObject>
 #include <QSystemTrayIcon>
 
+class QTimer;
+
 /// The icon in the system tray with its menu and balloons. Keeps no state of its own: every command leaves as a signal.
-/// On a desktop without a tray nothing is seen and no command comes. GUI thread only.
+/// Many transfers that are created or finished within a second make one balloon. On a desktop without a tray nothing is
+/// seen and no command comes. GUI thread only.
 class ArkvaleTray : public QObject
 {
     Q_OBJECT
@@ -21,6 +24,8 @@ public:
     /// Shows the icon, and the actions that make sense only for a logged-in user when @p visible is true.
     void setLoggedInActionsVisible(bool visible);
     void setVisible(bool visible);
+    /// The desktop has a tray and the icon is in it, so that the person can bring a hidden window back.
+    bool isShown() const { return m_icon.isVisible() && QSystemTrayIcon::isSystemTrayAvailable(); }
     const QMenu *menu() const { return &m_menu; }
     QSystemTrayIcon *icon() { return &m_icon; }
 
@@ -49,10 +54,30 @@ protected:
     virtual void showBalloon(const QString &title, const QString &text, int milliseconds);
 
 private:
+    /// What happened within a second after a balloon of the same kind.
+    struct Gathered
+    {
+        int count = 0;
+        QStringList names;
+        QTimer *timer = nullptr;
+    };
+    enum Kind
+    {
+        DownloadCreated,
+        UploadCreated,
+        DownloadFinished,
+        UploadFinished,
+        KindCount
+    };
     QAction *addAction(const char *text, const char *signal);
+    /// Shows it at once, or with whatever else comes within the second.
+    void gather(Kind kind, const QStringList &names);
+    void showGathered(Kind kind);
+    void showEvents(Kind kind, int count, const QStringList &names);
 
     QMenu m_menu;
     QSystemTrayIcon m_icon;
     QAction *m_transferList = nullptr;
     QAction *m_logout = nullptr;
+    Gathered m_gathered[KindCount];
 };

@@ -84,6 +84,7 @@ void CommandLineTransfer::startUpload()
         QStringList folders;
         QStringList missing;
         const QDir folder(local);
+        const bool there = folder.exists();
         for (const QString &name : names) {
             const QFileInfo info(folder.filePath(name));
             if (!isPlainName(name) || !info.exists())
@@ -91,8 +92,9 @@ void CommandLineTransfer::startUpload()
             else
                 (info.isDir() ? folders : files) << info.absoluteFilePath();
         }
-        return [this, local, files, folders, missing] {
-            tell({missingText(missing, QDir::toNativeSeparators(local))});
+        return [this, there, local, files, folders, missing] {
+            const QString shown = QDir::toNativeSeparators(local);
+            tell({there ? missingText(missing, shown) : tr("There is no folder \"%1\".").arg(shown)});
             if (!files.isEmpty() || !folders.isEmpty())
                 emit upload(files, folders, m_remote);
         };

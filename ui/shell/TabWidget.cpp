@@ -1,19 +1,47 @@
 #include "TabWidget.h"
 
+#include "TabBar.h"
+
+#include <QDrag>
+#include <QDragEnterEvent>
 #include <QEvent>
 #include <QMenu>
-#include <QTabBar>
+#include <QMimeData>
+#include <QStyle>
+
+namespace {
+
+const char kTabFormat[] = "application/x-arkvale-tab";
+constexpr int kSideShare = 4; // a quarter of the pane's width at each side
+
+bool isTab(const QDropEvent *event)
+{
+    return event->mimeData()->hasFormat(QLatin1String(kTabFormat)) && qobject_cast<TabWidget *>(event->source());
+}
+
+} // namespace
 
 TabWidget::TabWidget(QWidget *parent)
     : QTabWidget(parent)
+    , m_hint(new QWidget(this))
 {
+    auto *bar = new TabBar(this);
+    setTabBar(bar);
     setTabsClosable(true);
     setMovable(true);
     setDocumentMode(true);
     setTabBarAutoHide(true);
     setElideMode(Qt::ElideMiddle);
-    tabBar()->setContextMenuPolicy(Qt::CustomContextMenu);
-    connect(tabBar(), &QWidget::customContextMenuRequested, this, &TabWidget::showMenu);
+    setUsesScrollButtons(true);
+    setAcceptDrops(true);
+    setAttribute(Qt::WA_StyledBackground);
+    m_hint->setObjectName(QStringLiteral("dropHint"));
+    m_hint->setAttribute(Qt::WA_StyledBackground);
+    m_hint->setAttribute(Qt::WA_TransparentForMouseEvents);
+    m_hint->hide();
+    bar->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(bar, &QWidget::customContextMenuRequested, this, &TabWidget::showMenu);
+    connect(bar, &TabBar::dragOut, this, &TabWidget::startDrag);
     connect(this, &QTabWidget::tabCloseRequested, this, &TabWidget::sigCloseTab);
     connect(this, &QTabWidget::tabBarDoubleClicked, this, [this](int index) {
         if (index < 0)
@@ -28,6 +56,15 @@ void TabWidget::setTitle(QWidget *page, const QString &text)
     const int index = indexOf(page);
     setTabText(index, shown);
     setTabToolTip(index, QStringLiteral("<qt>%1</qt>").arg(text.toHtmlEscaped()));
+}
+
+void TabWidget::setMarked(bool marked)
+{
+    if (property("marked").toBool() == marked)
+        return;
+    setProperty("marked", marked);
+    style()->unpolish(this);
+    style()->polish(this);
 }
 
 void TabWidget::tabInserted(int index)
@@ -48,7 +85,7 @@ void TabWidget::retranslate()
     for (int i = 0; i < count(); ++i) {
         for (QTabBar::ButtonPosition side : {QTabBar::LeftSide, QTabBar::RightSide}) {
             if (QWidget *close = tabBar()->tabButton(i, side))
-                close->setToolTip(tr("Close tab"));
+                close->setToolTip(tr("Close tab") + QStringLiteral(" (Ctrl+W)"));
         }
     }
 }
@@ -60,8 +97,91 @@ void TabWidget::showMenu(const QPoint &position)
     menu->setAttribute(Qt::WA_DeleteOnClose);
     menu->addAction(tr("New tab"), this, &TabWidget::sigAddTab);
     if (index >= 0) {
-        menu->addAction(tr("Move to a new pane"), this, [this, index] { emit sigSplitWidget(index); });
+        QAction *split = menu->addAction(tr("Move to a new pane"), this, [this, index] { emit sigSplitWidget(index); });
+        split->setEnabled(m_splittable && count() > 1);
+        menu->addSeparator();
         menu->addAction(tr("Close tab"), this, [this, index] { emit sigCloseTab(index); });
+        QAction *others = menu->addAction(tr("Close other tabs"), this, [this, index] { emit sigCloseOthers(index); });
+        others->setEnabled(count() > 1);
     }
     menu->popup(tabBar()->mapToGlobal(position));
+}
+
+// Dragging
+
+void TabWidget::startDrag(int index)
+{
+    if (index < 0 || index >= count())
+        return;
+    auto *content = new QMimeData;
+    content->setData(QLatin1String(kTabFormat), QByteArray::number(index));
+    auto *drag = new QDrag(this);
+    drag->setMimeData(content);
+    drag->setPixmap(tabBar()->grab(tabBar()->tabRect(index)));
+    m_drop = Drop();
+    const QPointer<QWidget> page = widget(index);
+    const QPointer<TabWidget> alive(this);
+    drag->exec(Qt::MoveAction);
+    // Only now, for a pane that loses its last tab goes away, and the drag stands on this one.
+    if (!alive || !m_drop.target || !page)
+        return;
+    const Drop drop = m_drop;
+    m_drop = Drop();
+    emit sigTabDropped(indexOf(page), drop.target, drop.place, drop.at);
+}
+
+TabWidget::Drop TabWidget::dropAt(const QPoint &position)
+{
+    Drop drop;
+    drop.target = this;
+    const QPoint onBar = tabBar()->mapFrom(this, position);
+    if (tabBar()->isVisible() && tabBar()->rect().contains(onBar)) {
+        drop.at = tabBar()->tabAt(onBar);
+        return drop;
+    }
+    if (m_splittable && position.x() < width() / kSideShare)
+        drop.place = LeftSide;
+    else if (m_splittable && position.x() > width() - width() / kSideShare)
+        drop.place = RightSide;
+    return drop;
+}
+
+QRect TabWidget::roomOf(const Drop &drop) const
+{
+    QRect room = rect();
+    if (drop.place == LeftSide)
+        room.setRight(room.width() / 2);
+    else if (drop.place == RightSide)
+        room.setLeft(room.width() / 2);
+    return room;
+}
+
+void TabWidget::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (isTab(event))
+        event->acceptProposedAction();
+}
+
+void TabWidget::dragMoveEvent(QDragMoveEvent *event)
+{
+    if (!isTab(event))
+        return;
+    m_hint->setGeometry(roomOf(dropAt(event->pos())));
+    m_hint->raise();
+    m_hint->show();
+    event->acceptProposedAction();
+}
+
+void TabWidget::dragLeaveEvent(QDragLeaveEvent *)
+{
+    m_hint->hide();
+}
+
+void TabWidget::dropEvent(QDropEvent *event)
+{
+    m_hint->hide();
+    if (!isTab(event))
+        return;
+    qobject_cast<TabWidget *>(event->source())->m_drop = dropAt(event->pos());
+    event->acceptProposedAction();
 }

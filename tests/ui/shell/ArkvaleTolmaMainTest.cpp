@@ -64,6 +64,13 @@ private:
         return center;
     }
 
+    /// The next window begins as a user's first one does.
+    static void forgetWindow()
+    {
+        GlobalConfig *config = GlobalConfig::instance();
+        QFile::remove(config->userFolder(config->currentUser().username) + QStringLiteral("Window.json"));
+    }
+
 private slots:
     void init()
     {
@@ -93,6 +100,7 @@ private slots:
         config->setRequestedSubCenterId(QString());
         config->setRequest(CommandLineRequest());
         config->setState(GlobalConfig::LoggedIn);
+        forgetWindow();
     }
 
     void opensTheChosenSubCenter()
@@ -200,6 +208,7 @@ private slots:
         for (QStringList &shown : texts) {
             auto language = &shown == texts ? nullptr : std::make_unique<MarkedLanguage>();
             GlobalConfig::instance()->setCurrentSubCenterId(QStringLiteral("1"));
+            forgetWindow();
             Cycle cycle;
             cycle.open();
             cycle.window.show();

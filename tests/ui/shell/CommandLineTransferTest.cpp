@@ -100,7 +100,7 @@ private slots:
         QTest::newRow("a file among the folders") << 0 << QStringList{"d"} << QStringList{"a"} << ""
                                                   << "/r" << QStringList{"a|d > /r/"};
         QTest::newRow("nothing there") << 0 << QStringList{"x"} << absent << "none"
-                                       << "/r" << QStringList{"problem Not found in \"none\":\nx"};
+                                       << "/r" << QStringList{"problem There is no folder \"none\"."};
         QTest::newRow("remote folder not named") << 0 << QStringList{"a"} << absent << ""
                                                  << "" << QStringList{"a| > /shown/"};
         QTest::newRow("local folder not named")
