@@ -218,15 +218,15 @@ void TransferManager::OnDelFinishedRecord(QList<TaskRecord> tasks)
 bool TransferManager::nothingPending()
 {
     int pending = 0;
-    const auto tell = [&pending](const char *label, PendingRecords &data) {
+    const auto note = [&pending](const char *label, PendingRecords &data) {
         QMutexLocker lock(&data.mutex());
         qDebug() << label << data.size() << "add:" << data.size(PendingRecords::Add)
                  << "del:" << data.size(PendingRecords::Del);
         pending += data.size();
     };
-    tell("m_downloadData--all:", m_downloadData);
-    tell("m_uploadData----all:", m_uploadData);
-    tell("m_finishedData--all:", m_finishedData);
+    note("m_downloadData--all:", m_downloadData);
+    note("m_uploadData----all:", m_uploadData);
+    note("m_finishedData--all:", m_finishedData);
     return pending == 0;
 }
 

@@ -16,12 +16,10 @@
 
 #include <QEvent>
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QPushButton>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QTimer>
-#include <QTreeView>
 #include <QVBoxLayout>
 
 #include <limits>
@@ -262,10 +260,11 @@ void TransferringWidget::connectStore()
     const auto join = [](const QObject *sender, const char *signal, const QObject *receiver, const char *slot) {
         connect(sender, signal, receiver, slot, Qt::QueuedConnection);
     };
-    join(m_engine.get(), SIGNAL(TaskFinished(QList<TaskRecord>, ZPDTCMDTYPE)), store,
-         SLOT(OnDelTransferRecord(QList<TaskRecord>, ZPDTCMDTYPE)));
+    // In this order: a program that is killed in between looks at the task once more, and loses none.
     join(m_engine.get(), SIGNAL(TaskFinished(QList<TaskRecord>, ZPDTCMDTYPE)), store,
          SLOT(OnAddFinishedRecord(QList<TaskRecord>, ZPDTCMDTYPE)));
+    join(m_engine.get(), SIGNAL(TaskFinished(QList<TaskRecord>, ZPDTCMDTYPE)), store,
+         SLOT(OnDelTransferRecord(QList<TaskRecord>, ZPDTCMDTYPE)));
     join(m_engine.get(), SIGNAL(TaskCancelEnd(QList<TaskRecord>, ZPDTCMDTYPE)), store,
          SLOT(OnDelTransferRecord(QList<TaskRecord>, ZPDTCMDTYPE)));
     for (TransferListWidget *list : {m_uploads, m_downloads}) {
@@ -304,11 +303,6 @@ void TransferringWidget::retranslate()
     }
     m_clearAll->setText(tr("Clear All"));
     RefreshTaskCount();
-    // Rows and column heads take their words anew when they are painted.
-    for (QTreeView *view : findChildren<QTreeView *>()) {
-        view->header()->viewport()->update();
-        view->viewport()->update();
-    }
 }
 
 void TransferringWidget::changeEvent(QEvent *event)

@@ -526,6 +526,37 @@
     </message>
 </context>
 <context>
+    <name>FinishedItemWidget</name>
+    <message>
+        <source>Error</source>
+        <translation>错误</translation>
+    </message>
+    <message>
+        <source>File not found!</source>
+        <translation>找不到文件！</translation>
+    </message>
+    <message>
+        <source>cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Open file</source>
+        <translation>打开文件</translation>
+    </message>
+    <message>
+        <source>Open folder where file resides</source>
+        <translation>打开文件所在文件夹</translation>
+    </message>
+    <message>
+        <source>Retry</source>
+        <translation>重试</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>删除</translation>
+    </message>
+</context>
+<context>
     <name>FinishedListWidget</name>
     <message>
         <source>Open file</source>
@@ -552,16 +583,12 @@
         <translation>确定要清除所有记录吗？</translation>
     </message>
     <message>
-        <source>Error</source>
-        <translation>错误</translation>
+        <source>Nothing has been transferred yet.</source>
+        <translation>还没有传输过任何文件。</translation>
     </message>
     <message>
-        <source>File not found!</source>
-        <translation>找不到文件！</translation>
-    </message>
-    <message>
-        <source>cancel</source>
-        <translation>取消</translation>
+        <source>Finished</source>
+        <translation>已完成</translation>
     </message>
 </context>
 <context>
@@ -1197,6 +1224,21 @@
     </message>
 </context>
 <context>
+    <name>TaskListFrame</name>
+    <message>
+        <source>Select all</source>
+        <translation>全选</translation>
+    </message>
+    <message>
+        <source>Filter...</source>
+        <translation>筛选...</translation>
+    </message>
+    <message>
+        <source>Filter by name</source>
+        <translation>按名称筛选</translation>
+    </message>
+</context>
+<context>
     <name>TransferDispatch</name>
     <message>
         <source>real name authentication</source>
@@ -1220,6 +1262,17 @@
     </message>
 </context>
 <context>
+    <name>TransferItemWidget</name>
+    <message>
+        <source>%1 of %2 files</source>
+        <translation>%1/%2 个文件</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+</context>
+<context>
     <name>TransferListWidget</name>
     <message>
         <source>Cancel</source>
@@ -1232,6 +1285,30 @@
     <message>
         <source>Are you sure to cancel all transmission?</source>
         <translation>确定要取消所有传输吗？</translation>
+    </message>
+    <message>
+        <source>No uploads. Drop files on a folder of the drive to send them.</source>
+        <translation>没有上传任务。把文件拖到网盘文件夹上即可上传。</translation>
+    </message>
+    <message>
+        <source>No downloads. Choose files of the drive and press Download.</source>
+        <translation>没有下载任务。在网盘中选择文件并点击下载。</translation>
+    </message>
+    <message>
+        <source>Uploads</source>
+        <translation>上传</translation>
+    </message>
+    <message>
+        <source>Downloads</source>
+        <translation>下载</translation>
+    </message>
+    <message>
+        <source>Start</source>
+        <translation>开始</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>暂停</translation>
     </message>
 </context>
 <context>
@@ -1255,26 +1332,6 @@
 </context>
 <context>
     <name>TransferSummaryBar</name>
-    <message>
-        <source>%1 s</source>
-        <translation>%1 秒</translation>
-    </message>
-    <message>
-        <source>%1 min %2 s</source>
-        <translation>%1 分 %2 秒</translation>
-    </message>
-    <message>
-        <source>%1 min</source>
-        <translation>%1 分钟</translation>
-    </message>
-    <message>
-        <source>%1 h %2 min</source>
-        <translation>%1 小时 %2 分</translation>
-    </message>
-    <message>
-        <source>%1 d %2 h</source>
-        <translation>%1 天 %2 小时</translation>
-    </message>
     <message>
         <source>%1 of %2 files</source>
         <translation>%1 / %2 个文件</translation>
@@ -1345,6 +1402,10 @@
     <message>
         <source>%1 files failed</source>
         <translation>%1 个文件失败</translation>
+    </message>
+    <message>
+        <source>Time left</source>
+        <translation>剩余时间</translation>
     </message>
 </context>
 <context>
@@ -1432,6 +1493,26 @@
     <message>
         <source>The transfer failed</source>
         <translation>传输失败</translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 秒</translation>
+    </message>
+    <message>
+        <source>%1 min %2 s</source>
+        <translation>%1 分 %2 秒</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 分钟</translation>
+    </message>
+    <message>
+        <source>%1 h %2 min</source>
+        <translation>%1 小时 %2 分</translation>
+    </message>
+    <message>
+        <source>%1 d %2 h</source>
+        <translation>%1 天 %2 小时</translation>
     </message>
 </context>
 <context>

@@ -526,6 +526,37 @@
     </message>
 </context>
 <context>
+    <name>FinishedItemWidget</name>
+    <message>
+        <source>Error</source>
+        <translation>錯誤</translation>
+    </message>
+    <message>
+        <source>File not found!</source>
+        <translation>找不到檔案！</translation>
+    </message>
+    <message>
+        <source>cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Open file</source>
+        <translation>開啟檔案</translation>
+    </message>
+    <message>
+        <source>Open folder where file resides</source>
+        <translation>開啟檔案所在資料夾</translation>
+    </message>
+    <message>
+        <source>Retry</source>
+        <translation>重試</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>刪除</translation>
+    </message>
+</context>
+<context>
     <name>FinishedListWidget</name>
     <message>
         <source>Open file</source>
@@ -552,16 +583,12 @@
         <translation>確定要清除所有記錄嗎？</translation>
     </message>
     <message>
-        <source>Error</source>
-        <translation>錯誤</translation>
+        <source>Nothing has been transferred yet.</source>
+        <translation>尚未傳輸任何檔案。</translation>
     </message>
     <message>
-        <source>File not found!</source>
-        <translation>找不到檔案！</translation>
-    </message>
-    <message>
-        <source>cancel</source>
-        <translation>取消</translation>
+        <source>Finished</source>
+        <translation>已完成</translation>
     </message>
 </context>
 <context>
@@ -1197,6 +1224,21 @@
     </message>
 </context>
 <context>
+    <name>TaskListFrame</name>
+    <message>
+        <source>Select all</source>
+        <translation>全選</translation>
+    </message>
+    <message>
+        <source>Filter...</source>
+        <translation>篩選...</translation>
+    </message>
+    <message>
+        <source>Filter by name</source>
+        <translation>依名稱篩選</translation>
+    </message>
+</context>
+<context>
     <name>TransferDispatch</name>
     <message>
         <source>real name authentication</source>
@@ -1220,6 +1262,17 @@
     </message>
 </context>
 <context>
+    <name>TransferItemWidget</name>
+    <message>
+        <source>%1 of %2 files</source>
+        <translation>%1/%2 個檔案</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+</context>
+<context>
     <name>TransferListWidget</name>
     <message>
         <source>Cancel</source>
@@ -1232,6 +1285,30 @@
     <message>
         <source>Are you sure to cancel all transmission?</source>
         <translation>確定要取消所有傳輸嗎？</translation>
+    </message>
+    <message>
+        <source>No uploads. Drop files on a folder of the drive to send them.</source>
+        <translation>沒有上傳任務。將檔案拖到網路硬碟資料夾上即可上傳。</translation>
+    </message>
+    <message>
+        <source>No downloads. Choose files of the drive and press Download.</source>
+        <translation>沒有下載任務。在網路硬碟中選擇檔案並點選下載。</translation>
+    </message>
+    <message>
+        <source>Uploads</source>
+        <translation>上傳</translation>
+    </message>
+    <message>
+        <source>Downloads</source>
+        <translation>下載</translation>
+    </message>
+    <message>
+        <source>Start</source>
+        <translation>開始</translation>
+    </message>
+    <message>
+        <source>Pause</source>
+        <translation>暫停</translation>
     </message>
 </context>
 <context>
@@ -1255,26 +1332,6 @@
 </context>
 <context>
     <name>TransferSummaryBar</name>
-    <message>
-        <source>%1 s</source>
-        <translation>%1 秒</translation>
-    </message>
-    <message>
-        <source>%1 min %2 s</source>
-        <translation>%1 分 %2 秒</translation>
-    </message>
-    <message>
-        <source>%1 min</source>
-        <translation>%1 分鐘</translation>
-    </message>
-    <message>
-        <source>%1 h %2 min</source>
-        <translation>%1 小時 %2 分</translation>
-    </message>
-    <message>
-        <source>%1 d %2 h</source>
-        <translation>%1 天 %2 小時</translation>
-    </message>
     <message>
         <source>%1 of %2 files</source>
         <translation>%1 / %2 個檔案</translation>
@@ -1345,6 +1402,10 @@
     <message>
         <source>%1 files failed</source>
         <translation>%1 個檔案失敗</translation>
+    </message>
+    <message>
+        <source>Time left</source>
+        <translation>剩餘時間</translation>
     </message>
 </context>
 <context>
@@ -1432,6 +1493,26 @@
     <message>
         <source>The transfer failed</source>
         <translation>傳輸失敗</translation>
+    </message>
+    <message>
+        <source>%1 s</source>
+        <translation>%1 秒</translation>
+    </message>
+    <message>
+        <source>%1 min %2 s</source>
+        <translation>%1 分 %2 秒</translation>
+    </message>
+    <message>
+        <source>%1 min</source>
+        <translation>%1 分鐘</translation>
+    </message>
+    <message>
+        <source>%1 h %2 min</source>
+        <translation>%1 小時 %2 分</translation>
+    </message>
+    <message>
+        <source>%1 d %2 h</source>
+        <translation>%1 天 %2 小時</translation>
     </message>
 </context>
 <context>

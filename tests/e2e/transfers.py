@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
 """The command line moves real trees both ways: the real client against the real service, digests compared on disk."""
+import contextlib
 import os
 import shutil
 import signal
+import sqlite3
 import sys
 import time
 
@@ -144,6 +146,54 @@ def client_killed(rig):
     rigs.compare(home, target)
 
 
+def records(rig):
+    """The transfer tables of the demo user: (unfinished, finished) with status, as lists."""
+    path = os.path.join(rig.home, "config", "ArkvaleTolma", "Users", "demo", "ArkvaleTolma")
+    with contextlib.closing(sqlite3.connect(path)) as database:
+        return [database.execute(f'select "Path", "Status" from {table}').fetchall()
+                for table in ("tb_transfer_filelist", "tb_finished_filelist")]
+
+
+def queue_survives_kills(rig):
+    """10,000 files, the client killed three times: it goes on by itself, each file arrives once, the tables agree."""
+    rig.start_service()
+    rig.target_speed(100000)
+    source = os.path.join(rig.folder, "source")
+    names = [f"f{at:05d}" for at in range(10000)]
+    for at, name in enumerate(names):
+        rigs.write(f"{source}/{name}", os.urandom(100 + at * 37 % 5000 if at % 500 else 3 << 20))
+    remote = os.path.join(home_of(rig), "queue")
+
+    def arrived():
+        """Name -> inode of what is whole; the same inode later means that it was not sent again."""
+        with contextlib.suppress(FileNotFoundError):
+            with os.scandir(remote) as entries:
+                return {e.name: e.inode() for e in entries if not e.name.endswith(".ZPDT.cache")}
+        return {}
+
+    client = upload(rig, source, "/queue", names)
+    before = {}
+    for part in (1, 2, 3):
+        wait_for(lambda: len(arrived()) >= len(names) * part // 4, 120, f"a share of {part}/4")
+        client.kill()
+        client.wait()
+        before.update(arrived())
+        if len(before) == len(names):
+            raise Failure("all was over before the client could be killed")
+        client = login(rig)
+    wait_for(settled(source, remote), 120, "the rest of the files")
+    wait_for(lambda: not records(rig)[0], 15, "the table of unfinished tasks is empty")
+    rig.stop_client(client)
+    rigs.compare(source, remote)
+    again = [name for name, inode in arrived().items() if before.get(name, inode) != inode]
+    if again:
+        raise Failure(f"{len(again)} files were sent again: {again[:5]}")
+    unfinished, finished = records(rig)
+    wanted = sorted((f"{source}/{name}", 4096) for name in names)
+    if unfinished or sorted(finished) != wanted:
+        raise Failure(f"{len(unfinished)} unfinished, {len(finished)} finished in the tables")
+
+
 def second_instance(rig):
     """A second client says so, ends with 0 and leaves the first alone."""
     rig.start_service()
@@ -182,5 +232,5 @@ def bad_settings(rig):
 
 
 if __name__ == "__main__":
-    sys.exit(rigs.main({c.__name__: c for c in (trees, huge, service_restart, client_killed, second_instance,
-                                                bad_settings)}))
+    sys.exit(rigs.main({c.__name__: c for c in (trees, huge, service_restart, client_killed, queue_survives_kills,
+                                                second_instance, bad_settings)}))

@@ -2,6 +2,7 @@
 #include "ConnectionHealth.h"
 #include "TestSupport.h"
 #include "TransferSummaryBar.h"
+#include "TransferTexts.h"
 
 #include <random>
 
@@ -235,7 +236,7 @@ private slots:
     void durations()
     {
         QFETCH(qint64, seconds);
-        QTEST(TransferSummaryBar::duration(seconds), "text");
+        QTEST(TransferTexts::duration(seconds), "text");
     }
 };
 

@@ -1,15 +1,13 @@
 #pragma once
 
+#include "TaskListFrame.h"
 #include "TransferModule.h"
 
-#include <QWidget>
-
 class FinishedTaskModel;
-class QTreeView;
 
 /// The list of ended transfers, named "listwid_finished", newest first. A failed one says why and can be sent again; a
 /// successful one can be opened. Records that an earlier run kept are asked for in pages. GUI thread only.
-class FinishedListWidget : public QWidget
+class FinishedListWidget : public TaskListFrame
 {
     Q_OBJECT
 
@@ -17,7 +15,6 @@ public:
     explicit FinishedListWidget(QWidget *parent = nullptr);
 
     FinishedTaskModel *model() const { return m_model; }
-    QTreeView *view() const { return m_view; }
     void add(const TaskRecord &task, ZpdtError error, const QString &detail);
     /// Asks the store for the newest records of earlier runs.
     void Load();
@@ -28,12 +25,12 @@ public slots:
     /// A task that runs again is no longer an ended one.
     void Withdraw(QList<TaskRecord> tasks);
     void HandlerLoadFinishedTaskRecord(QList<TaskRecord> tasks);
+    /// Removes the records of the selected rows; the files stay.
+    void RemoveSelected();
+    /// Both ask first, and remove all records.
     void RemoveFinishedTaskRecord();
-    /// Asks first.
     void RemoveAllFinishedTaskRecord();
     void Scroll(int value);
-    void OpenFile(TaskRecord task);
-    void OpenFolder(TaskRecord task);
     void RetrySelected();
 
 signals:
@@ -43,23 +40,17 @@ signals:
     void sigClearFinishedTaskRecord();
     void sigFinishTaskCountChanged(qint64 count);
 
+protected:
+    void retranslate() override;
+
 private:
-    enum ActionId
-    {
-        Open,
-        Folder,
-        Retry,
-        Delete
-    };
-    void trigger(int id, const QModelIndex &index);
+    void activate(const QModelIndex &index);
     void showMenu(const QPoint &position);
-    QList<TaskRecord> selected() const;
     void remove(const QList<TaskRecord> &tasks);
-    void tellMissing();
+    void loadMore();
     void reportCount();
 
     FinishedTaskModel *m_model;
-    QTreeView *m_view;
     bool m_loading = false;
     bool m_complete = false; ///< there are no older records than those shown
     qint64 m_notShown = 0;   ///< records of the store that are not in the list yet

@@ -6,14 +6,23 @@
 #include <QIcon>
 #include <QLocale>
 
+namespace {
+
+/// Rows that are taken in at once: some milliseconds of work.
+constexpr int kSlice = 10000;
+
+} // namespace
+
 FinishedTaskModel::FinishedTaskModel(QObject *parent)
     : QAbstractTableModel(parent)
 {
+    m_next.setSingleShot(true);
+    connect(&m_next, &QTimer::timeout, this, [this] { takeIn(kSlice); });
 }
 
 int FinishedTaskModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : m_rows.count();
+    return parent.isValid() ? 0 : m_count;
 }
 
 int FinishedTaskModel::columnCount(const QModelIndex &parent) const
@@ -27,20 +36,15 @@ QVariant FinishedTaskModel::data(const QModelIndex &index, int role) const
         return QVariant();
     const Row &row = m_rows.at(place(index.row()));
     const bool success = row.record.Status == ZPDT_SUCCESS;
-    if (role == SuccessRole)
-        return success;
+    if (role == TaskRole)
+        return QVariant::fromValue(row.record);
+    if (role == ReasonRole)
+        return reasonOf(row.record);
     if (role == Qt::DecorationRole && index.column() == NameColumn)
         return QIcon(row.record.Type == ZPDT_UPLOAD ? QStringLiteral(":/ArkvaleTolmaMain/Icon/upload.svg")
                                                     : QStringLiteral(":/ArkvaleTolmaMain/Icon/download.svg"));
-    if (role == Qt::ToolTipRole && index.column() != ActionColumn) {
-        QStringList lines{row.record.Path, tr("To: %1").arg(row.record.Dest)};
-        if (!success)
-            lines << row.reason() << row.detail;
-        lines.removeAll(QString());
-        for (QString &line : lines)
-            line = line.toHtmlEscaped();
-        return QStringLiteral("<qt>%1</qt>").arg(lines.join(QStringLiteral("<br>")));
-    }
+    if (role == Qt::ToolTipRole)
+        return toolTip(row);
     if (role != Qt::DisplayRole)
         return QVariant();
     switch (index.column()) {
@@ -57,9 +61,7 @@ QVariant FinishedTaskModel::data(const QModelIndex &index, int role) const
     case TimeColumn:
         return QLocale().toString(row.record.FinishDate, QLocale::ShortFormat);
     case ResultColumn:
-        if (success)
-            return tr("successful");
-        return row.error == ZpdtError::None ? tr("failed") : tr("failed") + QStringLiteral(": ") + row.reason();
+        return success ? tr("successful") : tr("failed");
     }
     return QVariant();
 }
@@ -83,50 +85,105 @@ QVariant FinishedTaskModel::headerData(int section, Qt::Orientation orientation,
     return QVariant();
 }
 
-QString FinishedTaskModel::Row::reason() const
+QString FinishedTaskModel::reasonOf(const TaskRecord &record)
 {
-    return error == ZpdtError::None ? QString() : TransferTexts::reason(error);
+    const auto error = static_cast<ZpdtError>(record.taskExtra);
+    return record.Status == ZPDT_SUCCESS || error == ZpdtError::None ? QString() : TransferTexts::reason(error);
+}
+
+QString FinishedTaskModel::reason(int row) const
+{
+    return reasonOf(record(row));
+}
+
+QString FinishedTaskModel::toolTip(const Row &row) const
+{
+    QStringList lines{row.record.Path, tr("To: %1").arg(row.record.Dest), reasonOf(row.record), row.detail};
+    lines.removeAll(QString());
+    // Names come from other people: shown as text, never read as markup.
+    for (QString &line : lines)
+        line = line.toHtmlEscaped();
+    return QStringLiteral("<qt>%1</qt>").arg(lines.join(QStringLiteral("<br>")));
 }
 
 int FinishedTaskModel::find(const TaskRecord &task) const
 {
-    const int found = m_rows.find(TransferTexts::taskKey(task));
+    const int found = m_rows.find(task);
     return found < 0 ? -1 : m_rows.count() - 1 - found;
 }
 
 void FinishedTaskModel::add(const TaskRecord &task, ZpdtError error, const QString &detail)
 {
+    // The table knows no direction in the identity of an ended task.
+    TaskRecord twin = task;
+    twin.Type = task.Type == ZPDT_UPLOAD ? ZPDT_DOWNLOAD : ZPDT_UPLOAD;
+    remove(twin);
     remove(task);
+    TaskRecord record = task;
+    record.taskExtra = record.Status == ZPDT_SUCCESS ? 0 : static_cast<quint64>(error);
     beginInsertRows(QModelIndex(), 0, 0);
-    m_rows.append(TransferTexts::taskKey(task), Row{task, error, detail});
+    m_rows.append(Row{record, detail});
+    m_count = m_rows.count();
     endInsertRows();
 }
 
 void FinishedTaskModel::addOlder(const QList<TaskRecord> &tasks)
 {
-    for (const TaskRecord &task : tasks) {
-        const QString key = TransferTexts::taskKey(task);
-        if (m_rows.find(key) >= 0)
-            continue;
-        beginInsertRows(QModelIndex(), m_rows.count(), m_rows.count());
-        m_rows.prepend(key, Row{task, ZpdtError::None, QString()});
-        endInsertRows();
-    }
+    m_coming = m_coming.isEmpty() ? tasks : m_coming + tasks;
+    if (!m_next.isActive())
+        takeIn(kSlice);
 }
 
-void FinishedTaskModel::remove(const TaskRecord &task)
+void FinishedTaskModel::takeIn(int count)
 {
-    const int row = find(task);
-    if (row < 0)
+    const int end = static_cast<int>(qMin<qint64>(m_coming.size(), qint64(m_came) + count));
+    m_rows.reserve(end - m_came);
+    for (; m_came < end; ++m_came) {
+        if (m_rows.find(m_coming.at(m_came)) < 0)
+            m_rows.prepend(Row{m_coming.at(m_came), QString()});
+    }
+    if (m_came == m_coming.size()) {
+        m_coming.clear();
+        m_came = 0;
+    } else {
+        m_next.start(0);
+    }
+    if (m_rows.count() == m_count)
         return;
-    beginRemoveRows(QModelIndex(), row, row);
-    m_rows.remove(place(row), place(row));
-    endRemoveRows();
+    beginInsertRows(QModelIndex(), m_count, m_rows.count() - 1);
+    m_count = m_rows.count();
+    endInsertRows();
+}
+
+void FinishedTaskModel::remove(const QList<TaskRecord> &tasks)
+{
+    TaskRows<Row>::Stretches stretches = m_rows.find(tasks);
+    // One that is still coming must not come after its removal.
+    if (!m_coming.isEmpty() && stretches.empty()) {
+        takeIn(m_coming.size());
+        stretches = m_rows.find(tasks);
+    }
+    if (stretches.size() > TaskRows<Row>::kMostStretches) {
+        beginResetModel();
+        m_rows.remove(stretches);
+        m_count = m_rows.count();
+        endResetModel();
+        return;
+    }
+    for (auto it = stretches.rbegin(); it != stretches.rend(); ++it) {
+        beginRemoveRows(QModelIndex(), place(it->second), place(it->first));
+        m_rows.remove(it->first, it->second);
+        m_count = m_rows.count();
+        endRemoveRows();
+    }
 }
 
 void FinishedTaskModel::clear()
 {
     beginResetModel();
+    m_coming.clear();
+    m_came = 0;
     m_rows.clear();
+    m_count = 0;
     endResetModel();
 }

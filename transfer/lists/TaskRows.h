@@ -2,14 +2,16 @@
 
 #include "TransferTexts.h"
 
-#include <QHash>
+#include <QMultiHash>
 
 #include <algorithm>
 #include <deque>
+#include <utility>
+#include <vector>
 
-/// Rows of a list in the order of their arrival, found by the identity of their task. A row is found in constant time
-/// and its place in logarithmic time, whatever is removed before it; removing near either end is cheap. No thread of
-/// its own, not thread-safe.
+/// Rows of a list in the order of their arrival, found by the identity of their task. A row has a member `record`. It
+/// is found in constant time and its place in logarithmic time, whatever is removed before it; removing near either end
+/// is cheap. The index holds hashes and no texts: some 50 bytes a row. No thread of its own, not thread-safe.
 template <typename Row>
 class TaskRows
 {
@@ -18,28 +20,38 @@ public:
     const Row &at(int place) const { return m_rows[static_cast<std::size_t>(place)].row; }
     Row &at(int place) { return m_rows[static_cast<std::size_t>(place)].row; }
 
-    /// Place of the row of that identity, -1 when there is none.
-    int find(const QString &key) const
+    /// Place of the row of that task, -1 when there is none.
+    int find(const TaskRecord &task) const
     {
-        const auto it = m_serials.constFind(key);
-        if (it == m_serials.constEnd())
-            return -1;
-        // Serial numbers rise from row to row, so the place of one is searched for and need not be kept up to date.
-        const auto place = std::lower_bound(m_rows.begin(), m_rows.end(), *it,
-                                            [](const Entry &entry, qint64 serial) { return entry.serial < serial; });
-        return static_cast<int>(place - m_rows.begin());
+        const quint64 hash = TransferTexts::keyHash(task);
+        for (auto it = m_serials.constFind(hash); it != m_serials.constEnd() && it.key() == hash; ++it) {
+            const int place = placeOf(it.value());
+            if (at(place).record.sameTask(task))
+                return place;
+        }
+        return -1;
     }
 
-    /// The identity must not be there yet.
-    void append(const QString &key, Row row)
+    /// A number that stays with the row, whatever happens to the rows around it.
+    qint64 serial(int place) const { return m_rows[static_cast<std::size_t>(place)].serial; }
+    /// Place of the row of that number, -1 when it is gone.
+    int findSerial(qint64 serial) const
     {
-        m_serials.insert(key, ++m_last);
-        m_rows.push_back({m_last, key, std::move(row)});
+        const int place = placeOf(serial);
+        return place < count() && this->serial(place) == serial ? place : -1;
     }
-    void prepend(const QString &key, Row row)
+
+    void reserve(int more) { m_serials.reserve(m_serials.size() + more); }
+    /// The task must not be there yet.
+    void append(Row row)
     {
-        m_serials.insert(key, --m_first);
-        m_rows.push_front({m_first, key, std::move(row)});
+        m_serials.insert(TransferTexts::keyHash(row.record), ++m_last);
+        m_rows.push_back({m_last, std::move(row)});
+    }
+    void prepend(Row row)
+    {
+        m_serials.insert(TransferTexts::keyHash(row.record), --m_first);
+        m_rows.push_front({m_first, std::move(row)});
     }
 
     void remove(int first, int last)
@@ -47,9 +59,54 @@ public:
         const auto begin = m_rows.begin() + first;
         const auto end = m_rows.begin() + last + 1;
         for (auto it = begin; it != end; ++it)
-            m_serials.remove(it->key);
+            m_serials.remove(TransferTexts::keyHash(it->row.record), it->serial);
         m_rows.erase(begin, end);
     }
+
+    /// Stretches of places, first and last of each, in rising order.
+    using Stretches = std::vector<std::pair<int, int>>;
+
+    /// The places of those of the tasks that are there.
+    Stretches find(const QList<TaskRecord> &tasks) const
+    {
+        std::vector<int> places;
+        places.reserve(static_cast<std::size_t>(tasks.size()));
+        for (const TaskRecord &task : tasks) {
+            const int place = find(task);
+            if (place >= 0)
+                places.push_back(place);
+        }
+        std::sort(places.begin(), places.end());
+        places.erase(std::unique(places.begin(), places.end()), places.end());
+        Stretches stretches;
+        for (const int place : places) {
+            if (!stretches.empty() && stretches.back().second == place - 1)
+                stretches.back().second = place;
+            else
+                stretches.emplace_back(place, place);
+        }
+        return stretches;
+    }
+
+    /// All of them in one pass.
+    void remove(const Stretches &stretches)
+    {
+        std::deque<Entry> kept;
+        auto next = stretches.begin();
+        for (int place = 0; place < count(); ++place) {
+            Entry &entry = m_rows[static_cast<std::size_t>(place)];
+            while (next != stretches.end() && next->second < place)
+                ++next;
+            if (next != stretches.end() && next->first <= place)
+                m_serials.remove(TransferTexts::keyHash(entry.row.record), entry.serial);
+            else
+                kept.push_back(std::move(entry));
+        }
+        m_rows = std::move(kept);
+    }
+
+    /// With more separate stretches than this, removing them one by one costs a view more than starting anew.
+    static constexpr std::size_t kMostStretches = 200;
 
     void clear()
     {
@@ -61,12 +118,19 @@ private:
     struct Entry
     {
         qint64 serial;
-        QString key;
         Row row;
     };
 
+    int placeOf(qint64 serial) const
+    {
+        // Serial numbers rise from row to row, so the place of one is searched for and need not be kept up to date.
+        const auto place = std::lower_bound(m_rows.begin(), m_rows.end(), serial,
+                                            [](const Entry &entry, qint64 wanted) { return entry.serial < wanted; });
+        return static_cast<int>(place - m_rows.begin());
+    }
+
     std::deque<Entry> m_rows;
-    QHash<QString, qint64> m_serials;
+    QMultiHash<quint64, qint64> m_serials;
     qint64 m_first = 0;
     qint64 m_last = 0;
 };

@@ -1,81 +1,100 @@
 #include "TransferListWidget.h"
 
 #include "MsgDlg.h"
-#include "TransferRowDelegate.h"
+#include "TransferItemWidget.h"
 #include "TransferTaskModel.h"
 
-#include <QHeaderView>
 #include <QMenu>
 #include <QPointer>
-#include <QShortcut>
-#include <QTreeView>
-#include <QVBoxLayout>
 
 namespace {
 
 /// How far behind the store's figures may be, in milliseconds.
 constexpr int kHandOverPause = 2000;
 
-bool isPaused(const TaskRecord &task)
+bool isStartable(qint32 status)
 {
-    return task.Status == ZPDT_PAUSED || task.Status == ZPDT_PAUSING;
+    return status == ZPDT_PAUSED;
 }
 
-QVector<TransferRowDelegate::Action> actionsFor(qint32 status)
+bool isPausable(qint32 status)
 {
-    const bool paused = status == ZPDT_PAUSED;
-    const bool canceling = status == ZPDT_CANCELING;
-    return {{0, paused ? QStringLiteral("start.svg") : QStringLiteral("pause.svg"), TransferTexts::toggleTip(status),
-             status != ZPDT_PAUSING && !canceling},
-            {1, QStringLiteral("cancel.svg"), TransferListWidget::tr("Cancel"), !canceling}};
+    return TransferTaskModel::isActive(status);
+}
+
+bool isCancelable(qint32 status)
+{
+    return status != ZPDT_CANCELING;
+}
+
+QList<TaskRecord> those(const QList<TaskRecord> &tasks, bool (*which)(qint32))
+{
+    QList<TaskRecord> chosen;
+    for (const TaskRecord &task : tasks) {
+        if (which(task.Status))
+            chosen << task;
+    }
+    return chosen;
 }
 
 } // namespace
 
 TransferListWidget::TransferListWidget(ZPDTCMDTYPE type, QWidget *parent)
-    : QWidget(parent)
+    : TaskListFrame(
+          new TransferTaskModel, TransferTaskModel::TaskRole,
+          [this](QWidget *viewport) {
+              auto *row = new TransferItemWidget(viewport);
+              connect(row, &TransferItemWidget::sigStartTask, this, [this](const TaskRecord &task) { start({task}); });
+              connect(row, &TransferItemWidget::sigPauseTask, this, [this](const TaskRecord &task) { pause({task}); });
+              connect(row, &TransferItemWidget::sigCancelTask, this,
+                      [this](const TaskRecord &task) { cancel({task}); });
+              return row;
+          },
+          parent)
     , m_type(type)
-    , m_model(new TransferTaskModel(this))
-    , m_view(new QTreeView(this))
+    , m_model(static_cast<TransferTaskModel *>(view()->model()))
 {
+    m_model->setParent(this);
     setObjectName(type == ZPDT_UPLOAD ? QStringLiteral("listwid_upload") : QStringLiteral("listwid_download"));
-    m_view->setObjectName(QStringLiteral("view_transfer"));
-    m_view->setModel(m_model);
-    auto *delegate = new TransferRowDelegate(
-        TransferTaskModel::ProgressColumn, TransferTaskModel::PercentRole, TransferTaskModel::ActionColumn,
-        [](const QModelIndex &index) { return actionsFor(index.data(TransferTaskModel::StatusRole).toInt()); }, this);
-    delegate->dress(m_view, TransferTaskModel::NameColumn);
-    QHeaderView *header = m_view->header();
-    header->resizeSection(TransferTaskModel::ProgressColumn, 230);
-    header->resizeSection(TransferTaskModel::SpeedColumn, 110);
-    header->resizeSection(TransferTaskModel::StatusColumn, 120);
-    header->resizeSection(TransferTaskModel::ActionColumn, 72);
-
-    auto *layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->addWidget(m_view);
-    setFocusProxy(m_view);
-
-    connect(delegate, &TransferRowDelegate::triggered, this, &TransferListWidget::trigger);
-    connect(m_view, &QWidget::customContextMenuRequested, this, &TransferListWidget::showMenu);
+    view()->setObjectName(QStringLiteral("view_transfer"));
+    setColumnWidths({210, 100, 110, 150, 76});
+    connect(view(), &QWidget::customContextMenuRequested, this, &TransferListWidget::showMenu);
     m_handOver.setSingleShot(true);
     m_handOver.setInterval(kHandOverPause);
     connect(&m_handOver, &QTimer::timeout, this, &TransferListWidget::handOverProgress);
-    // Shortcuts and not key events: the view takes the blank for its own selection.
-    auto *toggle = new QShortcut(Qt::Key_Space, this, nullptr, nullptr, Qt::WidgetWithChildrenShortcut);
-    connect(toggle, &QShortcut::activated, this, &TransferListWidget::ToggleSelected);
-    auto *cancel = new QShortcut(Qt::Key_Delete, this, nullptr, nullptr, Qt::WidgetWithChildrenShortcut);
-    connect(cancel, &QShortcut::activated, this, &TransferListWidget::CancelSelected);
+    addKey(Qt::Key_Space, [this] { ToggleSelected(); });
+    addKey(Qt::Key_Delete, [this] { CancelSelected(); });
+    TransferListWidget::retranslate();
+}
+
+void TransferListWidget::retranslate()
+{
+    TaskListFrame::retranslate();
+    const bool upload = m_type == ZPDT_UPLOAD;
+    view()->setHint(upload ? tr("No uploads. Drop files on a folder of the drive to send them.")
+                           : tr("No downloads. Choose files of the drive and press Download."),
+                    upload ? QStringLiteral("upload.svg") : QStringLiteral("download.svg"));
+    view()->setAccessibleName(upload ? tr("Uploads") : tr("Downloads"));
 }
 
 QList<TaskRecord> TransferListWidget::ofOwnType(const QList<TaskRecord> &tasks) const
 {
-    QList<TaskRecord> own;
+    const bool own =
+        std::all_of(tasks.begin(), tasks.end(), [this](const TaskRecord &task) { return task.Type == m_type; });
+    if (own)
+        return tasks;
+    QList<TaskRecord> chosen;
     for (const TaskRecord &task : tasks) {
         if (task.Type == m_type)
-            own << task;
+            chosen << task;
     }
-    return own;
+    return chosen;
+}
+
+void TransferListWidget::save(const QList<TaskRecord> &tasks)
+{
+    if (!tasks.isEmpty())
+        emit sigUpdateTransferRecord(tasks, m_type);
 }
 
 void TransferListWidget::CreateEnd(QList<TaskRecord> tasks)
@@ -90,41 +109,17 @@ void TransferListWidget::CreateEnd(QList<TaskRecord> tasks)
 
 void TransferListWidget::StartEnd(QList<TaskRecord> tasks)
 {
-    QList<TaskRecord> fresh;
-    QList<TaskRecord> changed;
-    tasks = ofOwnType(tasks);
-    for (const TaskRecord &task : qAsConst(tasks)) {
-        const int row = m_model->find(task);
-        if (row < 0)
-            fresh << task;
-        else if (isPaused(m_model->record(row)))
-            changed << task;
-    }
-    m_model->put(tasks);
-    if (!fresh.isEmpty())
-        emit sigAddFinishedTaskRecord(fresh, m_type);
-    if (!changed.isEmpty())
-        emit sigUpdateTransferRecord(changed, m_type);
+    // One that is sent again comes without having been created.
+    const TransferTaskModel::Put result = m_model->put(ofOwnType(tasks));
+    if (!result.added.isEmpty())
+        emit sigAddFinishedTaskRecord(result.added, m_type);
+    save(result.resumed);
     reportCounts();
-}
-
-/// Changes that a restart has to know about go to the store at once.
-void TransferListWidget::setStatus(const QList<TaskRecord> &tasks, qint32 status)
-{
-    QList<TaskRecord> changed;
-    m_model->setStatus(tasks, status);
-    for (const TaskRecord &task : tasks) {
-        const int row = m_model->find(task);
-        if (row >= 0)
-            changed << m_model->record(row);
-    }
-    if (!changed.isEmpty())
-        emit sigUpdateTransferRecord(changed, m_type);
 }
 
 void TransferListWidget::PauseEnd(QList<TaskRecord> tasks)
 {
-    setStatus(ofOwnType(tasks), ZPDT_PAUSED);
+    save(m_model->setStatus(ofOwnType(tasks), ZPDT_PAUSED));
     reportCounts();
 }
 
@@ -168,9 +163,7 @@ void TransferListWidget::OnProgressChanged(TaskRecord task, ZpdtProgress progres
 
 void TransferListWidget::handOverProgress()
 {
-    const QList<TaskRecord> tasks = m_model->takeUnsaved();
-    if (!tasks.isEmpty())
-        emit sigUpdateTransferRecord(tasks, m_type);
+    save(m_model->takeUnsaved());
 }
 
 void TransferListWidget::Load()
@@ -190,20 +183,20 @@ void TransferListWidget::HandlerLoadTransferTaskRecord(QList<TaskRecord> tasks)
         if (m_model->find(task) >= 0)
             continue;
         const bool gone = task.Status == ZPDT_CANCELING;
-        const bool rests = isPaused(task);
+        const bool rests = TransferTaskModel::isPaused(task.Status);
         if (!gone)
             task.Status = rests ? ZPDT_PAUSED : ZPDT_WAITING;
         (gone ? canceling : rests ? paused : running) << task;
         all << task;
     }
     m_model->put(all);
+    reportCounts();
     if (!paused.isEmpty())
         emit sigRegisterPausedTask(paused);
     if (!running.isEmpty())
         emit sigStartAllTask(running);
     for (const TaskRecord &task : qAsConst(canceling))
         emit sigCancelTask(task);
-    reportCounts();
 }
 
 void TransferListWidget::reportCounts()
@@ -229,8 +222,12 @@ void TransferListWidget::StartAllTask()
 
 void TransferListWidget::PauseAllTask()
 {
-    if (m_model->rowCount() > 0)
-        emit sigPauseAllTask();
+    if (m_model->rowCount() == 0)
+        return;
+    // Also where the program ends before the engine has answered.
+    save(m_model->setStatusWhere(isPausable, ZPDT_PAUSING));
+    reportCounts();
+    emit sigPauseAllTask();
 }
 
 void TransferListWidget::CancelAllTask()
@@ -241,88 +238,77 @@ void TransferListWidget::CancelAllTask()
     MsgDlg question(window());
     question.setTitle(tr("Promption"));
     question.setText(tr("Are you sure to cancel all transmission?"));
-    if (question.exec() == QDialog::Accepted && alive) {
-        emit sigCancelAllTask();
-        emit sigClearTransferTaskRecord(m_type);
-    }
+    if (question.exec() != QDialog::Accepted || !alive)
+        return;
+    m_model->setStatusWhere(isCancelable, ZPDT_CANCELING);
+    reportCounts();
+    emit sigCancelAllTask();
+    emit sigClearTransferTaskRecord(m_type);
 }
 
-int TransferListWidget::selectedCount() const
+void TransferListWidget::start(const QList<TaskRecord> &tasks)
 {
-    return m_view->selectionModel()->selectedRows().size();
+    if (tasks.size() == 1)
+        emit sigStartTask(tasks.first());
+    else if (!tasks.isEmpty())
+        emit sigStartAllTask(tasks);
 }
 
-QList<TaskRecord> TransferListWidget::selected() const
+void TransferListWidget::pause(const QList<TaskRecord> &tasks)
 {
-    QList<TaskRecord> tasks;
-    const QModelIndexList rows = m_view->selectionModel()->selectedRows();
-    for (const QModelIndex &row : rows)
-        tasks << m_model->record(row.row());
-    return tasks;
+    save(m_model->setStatus(tasks, ZPDT_PAUSING));
+    reportCounts();
+    for (const TaskRecord &task : tasks)
+        emit sigPauseTask(task);
+}
+
+void TransferListWidget::cancel(const QList<TaskRecord> &tasks)
+{
+    save(m_model->setStatus(tasks, ZPDT_CANCELING));
+    reportCounts();
+    for (const TaskRecord &task : tasks)
+        emit sigCancelTask(task);
 }
 
 void TransferListWidget::ToggleSelected()
 {
     const QList<TaskRecord> tasks = selected();
-    for (const TaskRecord &task : tasks) {
-        if (task.Status == ZPDT_PAUSED)
-            ClickStart(task);
-        else if (task.Status != ZPDT_PAUSING && task.Status != ZPDT_CANCELING)
-            ClickPause(task);
-    }
+    pause(those(tasks, isPausable));
+    start(those(tasks, isStartable));
+}
+
+void TransferListWidget::StartSelected()
+{
+    start(those(selected(), isStartable));
+}
+
+void TransferListWidget::PauseSelected()
+{
+    pause(those(selected(), isPausable));
 }
 
 void TransferListWidget::CancelSelected()
 {
-    const QList<TaskRecord> tasks = selected();
-    for (const TaskRecord &task : tasks) {
-        if (task.Status != ZPDT_CANCELING)
-            ClickCancel(task);
-    }
-}
-
-void TransferListWidget::ClickStart(const TaskRecord &task)
-{
-    emit sigStartTask(task);
-}
-
-void TransferListWidget::ClickPause(const TaskRecord &task)
-{
-    setStatus({task}, ZPDT_PAUSING);
-    emit sigPauseTask(task);
-}
-
-void TransferListWidget::ClickCancel(const TaskRecord &task)
-{
-    setStatus({task}, ZPDT_CANCELING);
-    emit sigCancelTask(task);
-}
-
-void TransferListWidget::trigger(int id, const QModelIndex &index)
-{
-    const TaskRecord task = m_model->record(index.row());
-    if (id == Cancel)
-        ClickCancel(task);
-    else if (task.Status == ZPDT_PAUSED)
-        ClickStart(task);
-    else
-        ClickPause(task);
+    cancel(those(selected(), isCancelable));
 }
 
 void TransferListWidget::showMenu(const QPoint &position)
 {
-    const QModelIndex index = m_view->indexAt(position);
-    if (!index.isValid())
-        return;
-    const qint32 status = m_model->record(index.row()).Status;
-    const bool moving = status != ZPDT_PAUSING && status != ZPDT_CANCELING;
+    const QList<TaskRecord> tasks = selected();
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    QAction *toggle = menu->addAction(TransferTexts::toggleTip(status), this, &TransferListWidget::ToggleSelected);
-    toggle->setShortcut(Qt::Key_Space);
-    toggle->setEnabled(moving);
-    QAction *cancel = menu->addAction(tr("Cancel"), this, &TransferListWidget::CancelSelected);
-    cancel->setShortcut(Qt::Key_Delete);
-    cancel->setEnabled(status != ZPDT_CANCELING);
-    menu->popup(m_view->viewport()->mapToGlobal(position));
+    const auto add = [&](const QString &text, void (TransferListWidget::*slot)(), bool (*which)(qint32)) {
+        QAction *action = menu->addAction(text, this, slot);
+        action->setEnabled(
+            std::any_of(tasks.begin(), tasks.end(), [which](const TaskRecord &task) { return which(task.Status); }));
+        return action;
+    };
+    if (!tasks.isEmpty()) {
+        add(tr("Start"), &TransferListWidget::StartSelected, isStartable);
+        add(tr("Pause"), &TransferListWidget::PauseSelected, isPausable);
+        add(tr("Cancel"), &TransferListWidget::CancelSelected, isCancelable)->setShortcut(Qt::Key_Delete);
+        menu->addSeparator();
+    }
+    addCommonActions(menu);
+    menu->popup(view()->viewport()->mapToGlobal(position));
 }

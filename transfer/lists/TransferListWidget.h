@@ -1,17 +1,14 @@
 #pragma once
 
+#include "TaskListFrame.h"
 #include "TransferModule.h"
 
-#include <QTimer>
-#include <QWidget>
-
-class QTreeView;
 class TransferTaskModel;
 
 /// The list of the unfinished transfers of one direction, named "listwid_upload" or "listwid_download". Follows the
-/// engine's reports, of which it takes those of its own direction, and asks for starts, pauses and cancels by signals;
-/// it never speaks to the engine itself. GUI thread only.
-class TransferListWidget : public QWidget
+/// engine's reports, of which it takes those of its own direction, asks for starts, pauses and cancels by signals, and
+/// hands to the store by signals what a restart has to know; it never speaks to the engine itself. GUI thread only.
+class TransferListWidget : public TaskListFrame
 {
     Q_OBJECT
 
@@ -20,8 +17,6 @@ public:
 
     ZPDTCMDTYPE type() const { return m_type; }
     TransferTaskModel *model() const { return m_model; }
-    QTreeView *view() const { return m_view; }
-    int selectedCount() const;
     /// Asks the store for the tasks of an earlier run.
     void Load();
     /// Gives the store the progress that it does not have yet.
@@ -47,6 +42,8 @@ public slots:
     void CancelAllTask();
     /// Starts what is paused among the selected rows and pauses what runs.
     void ToggleSelected();
+    void StartSelected();
+    void PauseSelected();
     void CancelSelected();
 
 signals:
@@ -67,25 +64,20 @@ signals:
     /// @param running whether any task of the list goes on
     void sigButtonStateChanged(bool running);
 
+protected:
+    void retranslate() override;
+
 private:
-    enum ActionId
-    {
-        Toggle,
-        Cancel
-    };
-    QList<TaskRecord> selected() const;
     QList<TaskRecord> ofOwnType(const QList<TaskRecord> &tasks) const;
-    void trigger(int id, const QModelIndex &index);
-    void ClickStart(const TaskRecord &task);
-    void ClickPause(const TaskRecord &task);
-    void ClickCancel(const TaskRecord &task);
+    void start(const QList<TaskRecord> &tasks);
+    void pause(const QList<TaskRecord> &tasks);
+    void cancel(const QList<TaskRecord> &tasks);
+    void save(const QList<TaskRecord> &tasks);
     void showMenu(const QPoint &position);
     void reportCounts();
-    void setStatus(const QList<TaskRecord> &tasks, qint32 status);
 
     ZPDTCMDTYPE m_type;
     TransferTaskModel *m_model;
-    QTreeView *m_view;
     qint64 m_lastCount = 0;
     bool m_lastRunning = false;
     QTimer m_handOver;

@@ -1,25 +1,6 @@
 #include "TransferTaskModel.h"
 
 #include <QIcon>
-#include <QSet>
-
-#include <vector>
-
-namespace {
-
-/// With more separate stretches than this, removing them one by one costs a view more than starting anew.
-constexpr std::size_t kMostStretches = 200;
-
-int percent(const ZpdtProgress &progress, const TaskRecord &record)
-{
-    const qint64 total = qMax(progress.total, record.FileSize);
-    const qint64 done = qMax(progress.offset, record.Offset);
-    if (total <= 0)
-        return 0;
-    return static_cast<int>(qBound(0.0, 100.0 * static_cast<double>(done) / static_cast<double>(total), 100.0));
-}
-
-} // namespace
 
 TransferTaskModel::TransferTaskModel(QObject *parent)
     : QAbstractTableModel(parent)
@@ -28,7 +9,7 @@ TransferTaskModel::TransferTaskModel(QObject *parent)
 
 int TransferTaskModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : m_rows.count();
+    return parent.isValid() ? 0 : m_count;
 }
 
 int TransferTaskModel::columnCount(const QModelIndex &parent) const
@@ -42,10 +23,10 @@ QVariant TransferTaskModel::data(const QModelIndex &index, int role) const
         return QVariant();
     const Row &row = m_rows.at(index.row());
     switch (role) {
-    case PercentRole:
-        return percent(row.progress, row.record);
-    case StatusRole:
-        return row.record.Status;
+    case TaskRole:
+        return QVariant::fromValue(row.record);
+    case ProgressRole:
+        return QVariant::fromValue(row.progress);
     case Qt::DecorationRole:
         if (index.column() == NameColumn)
             return QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/file.svg"));
@@ -61,6 +42,9 @@ QVariant TransferTaskModel::data(const QModelIndex &index, int role) const
         case SpeedColumn:
             return row.record.Status == ZPDT_TRANSFERRING ? TransferTexts::speed(row.progress.speed)
                                                           : QStringLiteral("--");
+        case LeftColumn:
+            return row.record.Status == ZPDT_TRANSFERRING ? TransferTexts::duration(row.progress.secondsLeft)
+                                                          : QString();
         case StatusColumn:
             return TransferTexts::status(row.record.Status);
         }
@@ -80,6 +64,8 @@ QVariant TransferTaskModel::headerData(int section, Qt::Orientation orientation,
         return tr("Progress");
     case SpeedColumn:
         return tr("Speed");
+    case LeftColumn:
+        return tr("Time left");
     case StatusColumn:
         return tr("Status");
     }
@@ -115,91 +101,110 @@ void TransferTaskModel::changeStatus(Row &row, qint32 status)
     row.record.Status = status;
 }
 
-void TransferTaskModel::put(const QList<TaskRecord> &tasks)
+void TransferTaskModel::told(int first, int last)
 {
-    QList<TaskRecord> fresh;
-    QSet<QString> freshKeys;
+    if (first <= last)
+        emit dataChanged(index(first, 0), index(last, ColumnCount - 1));
+}
+
+TransferTaskModel::Put TransferTaskModel::put(const QList<TaskRecord> &tasks)
+{
+    Put result;
+    int first = m_count;
+    int last = -1;
     for (const TaskRecord &task : tasks) {
-        const QString key = TransferTexts::taskKey(task);
-        const int place = m_rows.find(key);
+        const int place = m_rows.find(task);
         if (place < 0) {
-            if (!freshKeys.contains(key)) {
-                freshKeys << key;
-                fresh << task;
-            }
+            m_rows.append(Row{task, ZpdtProgress(), false});
+            m_active += int(isActive(task.Status));
+            result.added << task;
             continue;
         }
         Row &row = m_rows.at(place);
-        const qint32 status = task.Status;
-        TaskRecord record = task;
-        record.Status = row.record.Status;
-        row.record = record;
-        changeStatus(row, status);
-        emit dataChanged(index(place, 0), index(place, ColumnCount - 1));
+        const qint32 before = row.record.Status;
+        if (isPaused(before) && !isPaused(task.Status))
+            result.resumed << task;
+        row.record = task;
+        row.record.Status = before;
+        changeStatus(row, task.Status);
+        if (place < m_count) {
+            first = qMin(first, place);
+            last = qMax(last, place);
+        }
     }
-    if (fresh.isEmpty())
-        return;
-    beginInsertRows(QModelIndex(), m_rows.count(), m_rows.count() + fresh.size() - 1);
-    for (const TaskRecord &task : qAsConst(fresh)) {
-        m_rows.append(TransferTexts::taskKey(task), Row{task, ZpdtProgress(), false});
-        m_active += int(isActive(task.Status));
+    told(first, last);
+    // The views are told when it is known how many rows came: a list may name a task twice.
+    if (m_rows.count() > m_count) {
+        beginInsertRows(QModelIndex(), m_count, m_rows.count() - 1);
+        m_count = m_rows.count();
+        endInsertRows();
     }
-    endInsertRows();
+    return result;
 }
 
 void TransferTaskModel::remove(const QList<TaskRecord> &tasks)
 {
-    std::vector<int> places;
-    places.reserve(static_cast<std::size_t>(tasks.size()));
-    for (const TaskRecord &task : tasks) {
-        const int place = find(task);
-        if (place >= 0)
-            places.push_back(place);
+    const TaskRows<Row>::Stretches stretches = m_rows.find(tasks);
+    for (const auto &[first, last] : stretches) {
+        for (int place = first; place <= last; ++place)
+            m_active -= int(isActive(m_rows.at(place).record.Status));
     }
-    std::sort(places.begin(), places.end());
-    places.erase(std::unique(places.begin(), places.end()), places.end());
-
-    std::vector<std::pair<int, int>> stretches;
-    for (const int place : places) {
-        m_active -= int(isActive(m_rows.at(place).record.Status));
-        if (!stretches.empty() && stretches.back().second == place - 1)
-            stretches.back().second = place;
-        else
-            stretches.emplace_back(place, place);
-    }
-    const bool anew = stretches.size() > kMostStretches;
-    if (anew)
+    if (stretches.size() > TaskRows<Row>::kMostStretches) {
         beginResetModel();
+        m_rows.remove(stretches);
+        m_count = m_rows.count();
+        endResetModel();
+        return;
+    }
     // From the end, so that the places before stay right.
     for (auto it = stretches.rbegin(); it != stretches.rend(); ++it) {
-        if (!anew)
-            beginRemoveRows(QModelIndex(), it->first, it->second);
+        beginRemoveRows(QModelIndex(), it->first, it->second);
         m_rows.remove(it->first, it->second);
-        if (!anew)
-            endRemoveRows();
+        m_count = m_rows.count();
+        endRemoveRows();
     }
-    if (anew)
-        endResetModel();
 }
 
 void TransferTaskModel::clear()
 {
     beginResetModel();
     m_rows.clear();
+    m_count = 0;
     m_unsaved.clear();
     m_active = 0;
     endResetModel();
 }
 
-void TransferTaskModel::setStatus(const QList<TaskRecord> &tasks, qint32 status)
+QList<TaskRecord> TransferTaskModel::setStatus(const QList<TaskRecord> &tasks, qint32 status)
 {
+    QList<TaskRecord> changed;
+    int first = m_rows.count();
+    int last = -1;
     for (const TaskRecord &task : tasks) {
         const int place = find(task);
         if (place < 0)
             continue;
         changeStatus(m_rows.at(place), status);
-        emit dataChanged(index(place, 0), index(place, ColumnCount - 1));
+        changed << m_rows.at(place).record;
+        first = qMin(first, place);
+        last = qMax(last, place);
     }
+    told(first, last);
+    return changed;
+}
+
+QList<TaskRecord> TransferTaskModel::setStatusWhere(bool (*which)(qint32), qint32 status)
+{
+    QList<TaskRecord> changed;
+    for (int place = 0; place < m_rows.count(); ++place) {
+        Row &row = m_rows.at(place);
+        if (!which(row.record.Status))
+            continue;
+        changeStatus(row, status);
+        changed << row.record;
+    }
+    told(0, m_rows.count() - 1);
+    return changed;
 }
 
 void TransferTaskModel::setProgress(const TaskRecord &task, const ZpdtProgress &progress)
@@ -212,21 +217,21 @@ void TransferTaskModel::setProgress(const TaskRecord &task, const ZpdtProgress &
     row.record.FileSize = progress.total;
     row.record.Offset = progress.offset;
     if (!row.unsaved)
-        m_unsaved.push_back(TransferTexts::taskKey(task));
+        m_unsaved.push_back(m_rows.serial(place));
     row.unsaved = true;
     // A report that was under way when the task was told to stop does not make it run again.
     const bool stopping =
         row.record.Status == ZPDT_PAUSED || row.record.Status == ZPDT_PAUSING || row.record.Status == ZPDT_CANCELING;
     if (!stopping || task.Status == ZPDT_PAUSING || task.Status == ZPDT_CANCELING)
         changeStatus(row, task.Status);
-    emit dataChanged(index(place, 0), index(place, ColumnCount - 1));
+    told(place, place);
 }
 
 QList<TaskRecord> TransferTaskModel::takeUnsaved()
 {
     QList<TaskRecord> tasks;
-    for (const QString &key : m_unsaved) {
-        const int place = m_rows.find(key);
+    for (const qint64 serial : m_unsaved) {
+        const int place = m_rows.findSerial(serial);
         if (place < 0)
             continue;
         m_rows.at(place).unsaved = false;

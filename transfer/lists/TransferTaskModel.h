@@ -18,14 +18,15 @@ public:
         NameColumn,
         ProgressColumn,
         SpeedColumn,
+        LeftColumn,
         StatusColumn,
         ActionColumn,
         ColumnCount
     };
     enum Role
     {
-        PercentRole = Qt::UserRole, ///< 0 to 100
-        StatusRole
+        TaskRole = Qt::UserRole, ///< TaskRecord
+        ProgressRole             ///< ZpdtProgress
     };
 
     explicit TransferTaskModel(QObject *parent = nullptr);
@@ -35,11 +36,19 @@ public:
     QVariant data(const QModelIndex &index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
+    struct Put
+    {
+        QList<TaskRecord> added;
+        QList<TaskRecord> resumed; ///< were paused and are no longer
+    };
     /// Adds the tasks that are not there; the others take the new record's values.
-    void put(const QList<TaskRecord> &tasks);
+    Put put(const QList<TaskRecord> &tasks);
     void remove(const QList<TaskRecord> &tasks);
     void clear();
-    void setStatus(const QList<TaskRecord> &tasks, qint32 status);
+    /// Returns those of them that are there, as they are now.
+    QList<TaskRecord> setStatus(const QList<TaskRecord> &tasks, qint32 status);
+    /// Gives every task whose status @p which accepts a new one. Returns them as they are now.
+    QList<TaskRecord> setStatusWhere(bool (*which)(qint32), qint32 status);
     void setProgress(const TaskRecord &task, const ZpdtProgress &progress);
 
     /// The tasks whose progress changed since the last call.
@@ -49,7 +58,9 @@ public:
     QList<TaskRecord> records() const;
     /// The last progress of a task; a default one when it is not held.
     ZpdtProgress progress(const TaskRecord &task) const;
-    int find(const TaskRecord &task) const { return m_rows.find(TransferTexts::taskKey(task)); }
+    int find(const TaskRecord &task) const { return m_rows.find(task); }
+    static bool isActive(qint32 status);
+    static bool isPaused(qint32 status) { return status == ZPDT_PAUSED || status == ZPDT_PAUSING; }
     /// Tasks that neither pause nor wait to end.
     int activeCount() const { return m_active; }
 
@@ -60,11 +71,12 @@ private:
         ZpdtProgress progress;
         bool unsaved = false;
     };
-    static bool isActive(qint32 status);
     QString toolTip(const Row &row) const;
     void changeStatus(Row &row, qint32 status);
+    void told(int first, int last);
 
     TaskRows<Row> m_rows;
-    std::vector<QString> m_unsaved; ///< keys
+    std::vector<qint64> m_unsaved; ///< serial numbers
+    int m_count = 0;               ///< rows that the views know
     int m_active = 0;
 };

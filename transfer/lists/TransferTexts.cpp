@@ -3,6 +3,8 @@
 #include <QDir>
 
 #include <cmath>
+#include <functional>
+#include <string_view>
 
 namespace {
 
@@ -119,6 +121,44 @@ QString TransferTexts::taskKey(const TaskRecord &task)
 {
     return QStringLiteral("*%1*%2*%3*%4*%5*")
         .arg(task.Path, task.Dest, task.From, task.SubCenterId, QString::number(task.Type));
+}
+
+int TransferTexts::share(const TaskRecord &task, int steps)
+{
+    if (task.Status == ZPDT_SUCCESS)
+        return steps;
+    if (task.FileSize <= 0 || task.Offset <= 0)
+        return 0;
+    const double part = static_cast<double>(task.Offset) / static_cast<double>(task.FileSize);
+    return static_cast<int>(qMin(part * steps, steps - 1.0));
+}
+
+quint64 TransferTexts::keyHash(const TaskRecord &task)
+{
+    quint64 hash = static_cast<quint64>(task.Type);
+    for (const QString *part : {&task.Path, &task.Dest, &task.From, &task.SubCenterId}) {
+        const std::string_view bytes(reinterpret_cast<const char *>(part->constData()),
+                                     static_cast<std::size_t>(part->size()) * sizeof(QChar));
+        hash = hash * 0x9e3779b97f4a7c15u + std::hash<std::string_view>()(bytes);
+    }
+    return hash;
+}
+
+QString TransferTexts::duration(qint64 seconds)
+{
+    constexpr qint64 kMinute = 60, kHour = 60 * kMinute, kDay = 24 * kHour;
+    if (seconds < 0)
+        return QString();
+    if (seconds < kMinute)
+        return tr("%1 s").arg(qMax<qint64>(1, seconds));
+    // Nobody can tell the seconds of an hour.
+    if (seconds < 10 * kMinute)
+        return tr("%1 min %2 s").arg(seconds / kMinute).arg(seconds % kMinute / 10 * 10);
+    if (seconds < kHour)
+        return tr("%1 min").arg(seconds / kMinute);
+    if (seconds < kDay)
+        return tr("%1 h %2 min").arg(seconds / kHour).arg(seconds % kHour / kMinute);
+    return tr("%1 d %2 h").arg(seconds / kDay).arg(seconds % kDay / kHour);
 }
 
 QString TransferTexts::taskName(const TaskRecord &task)

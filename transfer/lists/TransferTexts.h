@@ -20,8 +20,15 @@ public:
     /// Why a task failed, in words for a person.
     static QString reason(ZpdtError error);
 
+    /// How much of the task is done, in @p steps. The last step is reached by success alone.
+    static int share(const TaskRecord &task, int steps);
+
     /// Identity of a task as one text.
     static QString taskKey(const TaskRecord &task);
+    /// Hash of that text, made without the text.
+    static quint64 keyHash(const TaskRecord &task);
+    /// A time that is left, in its two largest units; empty when it is not known.
+    static QString duration(qint64 seconds);
     /// Last component of the source path.
     static QString taskName(const TaskRecord &task);
     /// The local end of the task: its source for an upload, what it became in the target folder for a download.

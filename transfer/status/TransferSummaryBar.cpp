@@ -12,10 +12,6 @@
 
 namespace {
 
-constexpr qint64 kMinute = 60;
-constexpr qint64 kHour = 60 * kMinute;
-constexpr qint64 kDay = 24 * kHour;
-
 QString sizeOf(qint64 bytes)
 {
     return sizeText(static_cast<quint64>(qMax<qint64>(0, bytes)));
@@ -48,22 +44,6 @@ QString TransferSummaryBar::text() const
     return m_text->text();
 }
 
-QString TransferSummaryBar::duration(qint64 seconds)
-{
-    if (seconds < 0)
-        return QString();
-    if (seconds < kMinute)
-        return tr("%1 s").arg(qMax<qint64>(1, seconds));
-    // Nobody can tell the seconds of an hour.
-    if (seconds < 10 * kMinute)
-        return tr("%1 min %2 s").arg(seconds / kMinute).arg(seconds % kMinute / 10 * 10);
-    if (seconds < kHour)
-        return tr("%1 min").arg(seconds / kMinute);
-    if (seconds < kDay)
-        return tr("%1 h %2 min").arg(seconds / kHour).arg(seconds % kHour / kMinute);
-    return tr("%1 d %2 h").arg(seconds / kDay).arg(seconds % kDay / kHour);
-}
-
 QString TransferSummaryBar::describe(const TransferFigures &figures)
 {
     QStringList parts;
@@ -74,7 +54,7 @@ QString TransferSummaryBar::describe(const TransferFigures &figures)
         if (figures.counting)
             parts << tr("still counting");
         else if (figures.secondsLeft >= 0)
-            parts << tr("about %1 left").arg(duration(figures.secondsLeft));
+            parts << tr("about %1 left").arg(TransferTexts::duration(figures.secondsLeft));
     } else if (figures.filesDone > 0) {
         parts << tr("%1 files done").arg(figures.filesDone) << sizeOf(figures.bytesDone);
     }

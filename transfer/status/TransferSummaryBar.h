@@ -24,8 +24,6 @@ public:
 
     /// "42 of 10000 files, 1.2G of 40G, 96.00 Mbps, about 6 min left"; empty when there is nothing to tell.
     static QString describe(const TransferFigures &figures);
-    /// In the two largest units; empty for a time that is not known.
-    static QString duration(qint64 seconds);
 
 protected:
     void changeEvent(QEvent *event) override;

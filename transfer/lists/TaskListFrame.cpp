@@ -1,0 +1,133 @@
+#include "TaskListFrame.h"
+
+#include <QEvent>
+#include <QHeaderView>
+#include <QMenu>
+#include <QShortcut>
+#include <QVBoxLayout>
+
+namespace {
+
+/// A person who types is not kept waiting for each letter.
+constexpr int kTypingPause = 200;
+
+} // namespace
+
+TaskListFrame::TaskListFrame(QAbstractItemModel *model, int taskRole, const RowListView::Factory &factory,
+                             QWidget *parent)
+    : QWidget(parent)
+    , m_model(model)
+    , m_taskRole(taskRole)
+    , m_view(new RowListView(factory, this))
+    , m_filter(new QLineEdit(this))
+{
+    m_view->setModel(model);
+    m_filter->setObjectName(QStringLiteral("edit_filter"));
+    m_filter->setClearButtonEnabled(true);
+    m_filter->hide();
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_filter);
+    layout->addWidget(m_view);
+    setFocusProxy(m_view);
+
+    m_apply.setSingleShot(true);
+    m_apply.setInterval(kTypingPause);
+    connect(&m_apply, &QTimer::timeout, this, &TaskListFrame::applyFilter);
+    connect(m_filter, &QLineEdit::textChanged, &m_apply, QOverload<>::of(&QTimer::start));
+    connect(m_filter, &QLineEdit::returnPressed, m_view, QOverload<>::of(&QWidget::setFocus));
+    addKey(QKeySequence::Find, [this] { openFilter(); });
+    addKey(Qt::Key_Escape, [this] { closeFilter(); });
+}
+
+void TaskListFrame::setColumnWidths(const QVector<int> &widths)
+{
+    QHeaderView *header = m_view->header();
+    header->setSectionResizeMode(0, QHeaderView::Stretch);
+    for (int i = 0; i < widths.size(); ++i)
+        header->resizeSection(i + 1, widths.at(i));
+    header->setSectionResizeMode(widths.size(), QHeaderView::Fixed);
+}
+
+void TaskListFrame::addKey(const QKeySequence &keys, const std::function<void()> &action)
+{
+    // Shortcuts and not key events: the view takes some of these keys for its own purposes.
+    auto *shortcut = new QShortcut(keys, this, nullptr, nullptr, Qt::WidgetWithChildrenShortcut);
+    connect(shortcut, &QShortcut::activated, this, action);
+}
+
+void TaskListFrame::addCommonActions(QMenu *menu)
+{
+    QAction *all = menu->addAction(tr("Select all"), m_view, &QAbstractItemView::selectAll);
+    all->setShortcut(QKeySequence::SelectAll);
+    all->setEnabled(m_view->model()->rowCount() > 0);
+    menu->addAction(tr("Filter..."), this, &TaskListFrame::openFilter)->setShortcut(QKeySequence::Find);
+}
+
+QList<TaskRecord> TaskListFrame::selected() const
+{
+    QList<TaskRecord> tasks;
+    const QItemSelection selection = m_view->selectionModel()->selection();
+    const QAbstractItemModel *model = m_view->model();
+    for (const QItemSelectionRange &range : selection) {
+        for (int row = range.top(); row <= range.bottom(); ++row)
+            tasks << model->index(row, 0).data(m_taskRole).value<TaskRecord>();
+    }
+    return tasks;
+}
+
+int TaskListFrame::selectedCount() const
+{
+    int count = 0;
+    const QItemSelection selection = m_view->selectionModel()->selection();
+    for (const QItemSelectionRange &range : selection)
+        count += range.height();
+    return count;
+}
+
+void TaskListFrame::openFilter()
+{
+    m_filter->show();
+    m_filter->setFocus();
+    m_filter->selectAll();
+}
+
+void TaskListFrame::closeFilter()
+{
+    m_filter->clear();
+    m_filter->hide();
+    m_view->setFocus();
+}
+
+void TaskListFrame::applyFilter()
+{
+    const QString text = m_filter->text();
+    if (text.isEmpty() && m_proxy) {
+        m_view->setModel(m_model);
+        delete m_proxy;
+        m_proxy = nullptr;
+    } else if (!text.isEmpty()) {
+        if (!m_proxy) {
+            m_proxy = new QSortFilterProxyModel(this);
+            m_proxy->setFilterCaseSensitivity(Qt::CaseInsensitive);
+            m_proxy->setFilterFixedString(text);
+            m_proxy->setSourceModel(m_model);
+            m_view->setModel(m_proxy);
+        }
+        m_proxy->setFilterFixedString(text);
+    }
+    emit filterChanged();
+}
+
+void TaskListFrame::retranslate()
+{
+    m_filter->setPlaceholderText(tr("Filter by name"));
+}
+
+void TaskListFrame::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    QWidget::changeEvent(event);
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "RowListView.h"
+#include "TransferModule.h"
+
+#include <QLineEdit>
+#include <QSortFilterProxyModel>
+
+class QMenu;
+
+/// What the lists of transfers have in common: rows under a head, and a field that filters them by name, opened by
+/// Ctrl+F and closed by Esc. A filter costs nothing while it is closed. GUI thread only.
+class TaskListFrame : public QWidget
+{
+    Q_OBJECT
+
+public:
+    /// @param taskRole role of the model under which a row gives its TaskRecord
+    TaskListFrame(QAbstractItemModel *model, int taskRole, const RowListView::Factory &factory,
+                  QWidget *parent = nullptr);
+
+    RowListView *view() const { return m_view; }
+    QList<TaskRecord> selected() const;
+    /// Cheaper than asking for them.
+    int selectedCount() const;
+
+public slots:
+    void openFilter();
+    void closeFilter();
+
+signals:
+    /// Rows came into sight or went by a change of the filter.
+    void filterChanged();
+
+protected:
+    void changeEvent(QEvent *event) override;
+    virtual void retranslate();
+    /// Widths of the columns beside the first one, which takes the room that is left.
+    void setColumnWidths(const QVector<int> &widths);
+    /// A key that works in the list.
+    void addKey(const QKeySequence &keys, const std::function<void()> &action);
+    /// What every list's menu ends with.
+    void addCommonActions(QMenu *menu);
+
+private:
+    void applyFilter();
+
+    QAbstractItemModel *m_model;
+    const int m_taskRole;
+    RowListView *m_view;
+    QLineEdit *m_filter;
+    QSortFilterProxyModel *m_proxy = nullptr; ///< only while there is a filter
+    QTimer m_apply;
+};
