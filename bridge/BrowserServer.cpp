@@ -2,9 +2,10 @@
 
 #include "BridgeRequest.h"
 #include "GlobalConfig.h"
+#include "LoopbackListener.h"
 
 #include <QDebug>
-#include <QHostAddress>
+#include <QTcpSocket>
 #include <QWebSocket>
 #include <QWebSocketServer>
 
@@ -14,7 +15,17 @@ namespace {
 
 constexpr int kLogLevel = 600;
 constexpr int kMostClients = 64;
+constexpr int kMostSockets = 2 * kMostClients; // those included that have not said what they are yet
+constexpr int kHandshakeTime = 5000;           // ms
 constexpr quint64 kMostMessageBytes = 1024 * 1024;
+constexpr qint64 kReadBuffer = 1024 * 1024 + 64 * 1024; // a whole message must fit
+constexpr qint64 kMostUnread = 256 * 1024;              // bytes of answers that a peer may leave lying
+// Within a second: of one connection, and of all.
+constexpr int kMostMessages = 100;
+constexpr qint64 kMostBytes = 2 * 1024 * 1024;
+constexpr int kMostCommonMessages = 500;
+constexpr qint64 kMostCommonBytes = 8 * 1024 * 1024;
+constexpr int kMostLogins = 4; // of one connection that wait for the service
 const wchar_t *const kSource = L"Code\\BrowserServer";
 
 const QLatin1String kSwitchingUsers("{\"action\":\"login\", \"ver\": \"1.0.0\", \"wait\": 2,  \"status\" : 200 }");
@@ -27,6 +38,7 @@ const QLatin1String kNowReady("{\"action\":\"SendOK\", \"status\" : 200}");
 BrowserServer::BrowserServer(quint16 port, const OrvClient &client, QObject *parent)
     : QObject(parent)
     , m_client(client)
+    , m_common(kMostCommonMessages, kMostCommonBytes)
     , m_port(port)
     , m_config(GlobalConfig::instance())
 {
@@ -47,7 +59,7 @@ BrowserServer::~BrowserServer()
 
 quint16 BrowserServer::port() const
 {
-    return m_running ? m_server->serverPort() : 0;
+    return m_running ? m_listener->serverPort() : 0;
 }
 
 void BrowserServer::writeLog(const QString &message, int line)
@@ -66,17 +78,23 @@ void BrowserServer::Start()
     if (!m_server) {
         m_server = new QWebSocketServer(QStringLiteral("ZPT Browser Server"), QWebSocketServer::NonSecureMode, this);
         m_server->setMaxPendingConnections(kMostClients);
+        m_server->setHandshakeTimeout(kHandshakeTime);
+        m_listener = new LoopbackListener(kMostSockets, this);
+        connect(m_listener, &QTcpServer::newConnection, this, [this] {
+            while (QTcpSocket *socket = m_listener->nextPendingConnection())
+                m_server->handleConnection(socket);
+        });
         connect(m_server, SIGNAL(newConnection()), this, SLOT(onNewConnection()));
         connect(m_server, SIGNAL(closed()), this, SLOT(onServerClosed()));
         connect(m_server, SIGNAL(sslErrors(QList<QSslError>)), this, SLOT(onSslErrors(QList<QSslError>)));
     }
-    if (!m_server->listen(QHostAddress(QHostAddress::LocalHost), m_port)) {
-        qDebug() << "ZPT Browser Server Error to listen on port" << m_port << m_server->errorString();
+    if (!m_listener->start(m_port)) {
+        qDebug() << "ZPT Browser Server Error to listen on port" << m_port << m_listener->errorString();
         return;
     }
     m_running = true;
-    qDebug() << "ZPT Browser Server listening on port" << m_server->serverPort();
-    writeLog(QStringLiteral("ZPT Browser Server listening on port %1").arg(m_server->serverPort()), __LINE__);
+    qDebug() << "ZPT Browser Server listening on port" << port();
+    writeLog(QStringLiteral("ZPT Browser Server listening on port %1").arg(port()), __LINE__);
 }
 
 void BrowserServer::Stop()
@@ -88,6 +106,7 @@ void BrowserServer::Stop()
         return;
     }
     m_running = false;
+    m_listener->close();
     m_server->close();
     writeLog(QStringLiteral("ZPT Browser Server stopped"), __LINE__);
 }
@@ -97,9 +116,10 @@ void BrowserServer::setReady(bool ready)
     m_ready = ready;
     if (!ready)
         return;
-    for (QWebSocket *client : qAsConst(m_clients)) {
+    const QList<QWebSocket *> clients = m_clients;
+    for (QWebSocket *client : clients) {
         writeLog(QStringLiteral("Notify to prepared client[%1]: %2 ").arg(client->origin(), kNowReady), __LINE__);
-        client->sendTextMessage(kNowReady);
+        answer(client, kNowReady);
     }
 }
 
@@ -117,11 +137,41 @@ void BrowserServer::onNewConnection()
         writeLog(QStringLiteral("Client connected %1 %2").arg(client->peerName(), client->origin()), __LINE__);
         client->setMaxAllowedIncomingMessageSize(kMostMessageBytes);
         client->setMaxAllowedIncomingFrameSize(kMostMessageBytes);
+        client->setReadBufferSize(kReadBuffer);
+        m_budgets.insert(client, MessageBudget(kMostMessages, kMostBytes));
         connect(client, SIGNAL(textMessageReceived(QString)), this, SLOT(receivedTextMessage(QString)));
         connect(client, SIGNAL(binaryMessageReceived(QByteArray)), this, SLOT(receivedBinaryMessage(QByteArray)));
         connect(client, SIGNAL(disconnected()), this, SLOT(socketDisconnected()));
         m_clients << client;
     }
+}
+
+bool BrowserServer::isWelcome(QWebSocket *client, qint64 bytes)
+{
+    const auto budget = m_budgets.find(client);
+    if (budget == m_budgets.end())
+        return false; // what was still in the buffer of a connection that was cut off
+    if (!budget->spend(bytes)) {
+        writeLog(QStringLiteral("Client[%1] sends too much and is cut off").arg(client->origin()), __LINE__);
+        client->abort();
+        return false;
+    }
+    return m_common.spend(bytes);
+}
+
+bool BrowserServer::mayAnswer(QWebSocket *client)
+{
+    if (client->bytesToWrite() <= kMostUnread)
+        return true;
+    writeLog(QStringLiteral("Client[%1] reads nothing and is cut off").arg(client->origin()), __LINE__);
+    client->abort();
+    return false;
+}
+
+void BrowserServer::answer(QWebSocket *client, const QString &text)
+{
+    if (mayAnswer(client))
+        client->sendTextMessage(text);
 }
 
 void BrowserServer::receivedTextMessage(QString message)
@@ -131,6 +181,8 @@ void BrowserServer::receivedTextMessage(QString message)
         qDebug() << "Don't know where send the message";
         return;
     }
+    if (!isWelcome(client, message.size()))
+        return;
     writeLog(QStringLiteral("Received message from client[%1]: %2 ").arg(client->origin(), message), __LINE__);
     try {
         processTextMessage(client, message);
@@ -184,9 +236,11 @@ void BrowserServer::processLogin(QWebSocket *client, const BridgeRequest &reques
                      .arg(client->origin(), request.username, current),
                  __LINE__);
         m_switchRequested = true;
-        client->sendTextMessage(kSwitchingUsers);
+        answer(client, kSwitchingUsers);
         return;
     }
+    if (m_pendingAuth.keys(client).size() >= kMostLogins)
+        return;
     const qint64 id = m_client.auth(request.username, request.token);
     writeLog(QStringLiteral("Process login message client[%1]: %2:%3,%4 ")
                  .arg(client->origin(), request.username, request.token, request.center),
@@ -197,7 +251,8 @@ void BrowserServer::processLogin(QWebSocket *client, const BridgeRequest &reques
 
 void BrowserServer::receivedBinaryMessage(QByteArray message)
 {
-    if (auto *client = qobject_cast<QWebSocket *>(sender()))
+    auto *client = qobject_cast<QWebSocket *>(sender());
+    if (client && isWelcome(client, message.size()) && mayAnswer(client))
         client->sendBinaryMessage(message);
 }
 
@@ -208,6 +263,7 @@ void BrowserServer::socketDisconnected()
     if (!client)
         return;
     m_clients.removeAll(client);
+    m_budgets.remove(client);
     // Its login may still be under way; nobody is left to be told.
     for (auto it = m_pendingAuth.begin(); it != m_pendingAuth.end();) {
         if (it.value() == client)
@@ -239,7 +295,7 @@ void BrowserServer::onAuthFinished(qint64 id, int code, QByteArray body)
     QWebSocket *client = m_pendingAuth.take(id);
     if (!client)
         return;
-    const QString answer = QString(m_ready ? kReadyAnswer : kWaitAnswer).arg(code);
-    writeLog(QStringLiteral("Auth finished responsed client[%1]: %2 ").arg(client->origin(), answer), __LINE__);
-    client->sendTextMessage(answer);
+    const QString text = QString(m_ready ? kReadyAnswer : kWaitAnswer).arg(code);
+    writeLog(QStringLiteral("Auth finished responsed client[%1]: %2 ").arg(client->origin(), text), __LINE__);
+    answer(client, text);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "FileItem.h"
+#include "MessageBudget.h"
 #include "OrvClient.h"
 
 #include <QHash>
@@ -11,13 +12,15 @@
 #include <functional>
 
 class GlobalConfig;
+class LoopbackListener;
 class QWebSocket;
 class QWebSocketServer;
 struct BridgeRequest;
 
 /// WebSocket server on the loopback address through which a page of the service, open in a browser on this machine,
 /// logs the client in and asks it for transfers. Turns messages into signals and answers the page; transfers nothing
-/// itself. A message over 1 MiB ends its connection, and a 65th connection is turned away. GUI thread only.
+/// itself. Every program on the machine can connect, so: a message over 1 MiB, a hundred messages or 2 MiB within a
+/// second, or answers that are not read end a connection, and a 65th one is turned away. GUI thread only.
 class BrowserServer : public QObject
 {
     Q_OBJECT
@@ -61,11 +64,19 @@ private:
     void processLogin(QWebSocket *client, const BridgeRequest &request);
     void later(const std::function<void()> &emitRequest);
     void writeLog(const QString &message, int line);
+    /// False when the message is one too many; its connection is then gone, or the message is to be passed over.
+    bool isWelcome(QWebSocket *client, qint64 bytes);
+    /// False when the peer leaves so much unread that it was cut off.
+    bool mayAnswer(QWebSocket *client);
+    void answer(QWebSocket *client, const QString &text);
 
     OrvClient m_client;
     QList<QWebSocket *> m_clients;
+    QHash<QWebSocket *, MessageBudget> m_budgets;
+    MessageBudget m_common;
     QHash<qint64, QWebSocket *> m_pendingAuth;
     QWebSocketServer *m_server = nullptr;
+    LoopbackListener *m_listener = nullptr;
     quint16 m_port;
     bool m_running = false;
     int m_loggerId = 0;

@@ -8,7 +8,10 @@
 #include <QHostAddress>
 #include <QSignalSpy>
 #include <QTcpServer>
+#include <QTcpSocket>
 #include <QWebSocket>
+
+#include <algorithm>
 
 /// A bridge on a free port, with pages that are real WebSocket clients; the service is scripted.
 class BrowserServerTest : public StrictTest
@@ -239,6 +242,33 @@ private slots:
         settle(pages.back().get());
         const auto next = connectPage();
         settle(next.get());
+    }
+
+    void floodsAndPeersThatDoNotRead()
+    {
+        const auto calm = connectPage();
+        // A hundred messages a second are more than a page has to say; the one after them ends the connection.
+        const auto flood = connectPage();
+        QSignalSpy cut(flood.get(), SIGNAL(disconnected()));
+        for (int i = 0; i < 500; ++i)
+            flood->sendTextMessage(QStringLiteral("{}"));
+        QVERIFY(cut.wait());
+        QCOMPARE(m_log.filter(QStringLiteral("Received message")).size(), 100);
+        QCOMPARE(m_log.filter(QStringLiteral("sends too much")).size(), 1);
+
+        // Connections that never say what they are do not pile up.
+        std::vector<std::unique_ptr<QTcpSocket>> silent;
+        for (int i = 0; i < 200; ++i) {
+            silent.push_back(std::make_unique<QTcpSocket>());
+            silent.back()->connectToHost(QHostAddress(QHostAddress::LocalHost), m_bridge->port());
+        }
+        const auto open = [&silent] {
+            return std::count_if(silent.begin(), silent.end(), [](const std::unique_ptr<QTcpSocket> &socket) {
+                return socket->state() == QAbstractSocket::ConnectedState;
+            });
+        };
+        QTRY_VERIFY(open() > 0 && open() <= 128);
+        settle(calm.get());
     }
 
     void startAndStop()
