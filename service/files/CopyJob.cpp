@@ -63,6 +63,16 @@ Outcome copyFile(const zpdt::SafeFolder &from, const std::string &fromPath, cons
 
 CopyJob::CopyJob(UserHome home, std::vector<std::string> sources, std::string target)
     : m_home(std::move(home))
+    , m_origin(m_home)
+    , m_sources(std::move(sources))
+    , m_target(std::move(target))
+{
+}
+
+CopyJob::CopyJob(UserHome home, std::vector<std::string> sources, std::string target, UserHome origin)
+    : m_home(std::move(home))
+    , m_origin(std::move(origin))
+    , m_foreign(true)
     , m_sources(std::move(sources))
     , m_target(std::move(target))
 {
@@ -87,14 +97,14 @@ Outcome CopyJob::check()
     for (const std::string &source : m_sources) {
         std::vector<std::string> names;
         FileStat stat;
-        outcome = findEntry(m_home, source, names, stat);
+        outcome = findEntry(m_origin, source, names, stat);
         if (!outcome.ok())
             return outcome;
-        if (liesWithin(targetNames, names))
+        if (names.empty() || (!m_foreign && liesWithin(targetNames, names)))
             return Outcome::failure(409, "into-itself", "\"" + source + "\" cannot be copied into itself.");
         Item item{joinPath(names), names.back(), stat.isFolder(), false};
         names.pop_back();
-        item.numbered = names == targetNames;
+        item.numbered = m_foreign || names == targetNames;
         const auto taken = [this](const std::string &name) { return nameTaken(name); };
         if (item.numbered)
             item.name = freeName(item.name, item.isFolder, taken);
@@ -129,20 +139,20 @@ Outcome CopyJob::copyAll(const zpdt::SafeFolder &work, const std::atomic<bool> &
         // Sources of different folders may bear one name, so each has a number for a name until it is published.
         const std::string root = std::to_string(i);
         if (!item.isFolder) {
-            Outcome outcome = copyFile(m_home.folder, item.from, work, root, cancelled, charge);
+            Outcome outcome = copyFile(m_origin.folder, item.from, work, root, cancelled, charge);
             if (!outcome.ok())
                 return outcome;
             continue;
         }
         std::vector<std::pair<std::string, std::int64_t>> times;
         FileStat stat;
-        FileResult result = m_home.folder.stat(item.from, stat);
+        FileResult result = m_origin.folder.stat(item.from, stat);
         if (result.ok())
             result = work.mkdir(root);
         times.emplace_back(root, stat.modifiedNs);
         Outcome inner;
         if (result.ok()) {
-            result = walkTree(m_home.folder, item.from, false, [&](const WalkEntry &entry) {
+            result = walkTree(m_origin.folder, item.from, false, [&](const WalkEntry &entry) {
                 const std::string to = root + entry.path.substr(item.from.size());
                 if (cancelled) {
                     inner = Outcome::cancelled();
@@ -150,7 +160,7 @@ Outcome CopyJob::copyAll(const zpdt::SafeFolder &work, const std::atomic<bool> &
                     inner = Outcome::of(work.mkdir(to), "/" + entry.path);
                     times.emplace_back(to, entry.stat.modifiedNs);
                 } else {
-                    inner = copyFile(m_home.folder, entry.path, work, to, cancelled, charge);
+                    inner = copyFile(m_origin.folder, entry.path, work, to, cancelled, charge);
                     if (inner.status == 404)
                         inner = Outcome(); // Removed since it was listed.
                 }

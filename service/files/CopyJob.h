@@ -16,6 +16,8 @@ class CopyJob
 {
 public:
     CopyJob(UserHome home, std::vector<std::string> sources, std::string target);
+    /// From a folder of somebody else, @p origin, into @p home; a name that exists there gets a number.
+    CopyJob(UserHome home, std::vector<std::string> sources, std::string target, UserHome origin);
 
     /// What can be told at once; the job is not worth starting when it fails.
     Outcome check();
@@ -36,6 +38,8 @@ private:
     Outcome publish(const zpdt::SafeFolder &work) const;
 
     const UserHome m_home;
+    const UserHome m_origin;
+    const bool m_foreign = false;
     const std::vector<std::string> m_sources;
     const std::string m_target;
     std::string m_folder; ///< the target without its first slash

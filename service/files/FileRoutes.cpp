@@ -59,8 +59,9 @@ std::string entityTag(const zpdt::FileStat &stat)
 
 FileRoutes::FileRoutes(Context &context, Options options)
     : m_context(context)
-    , m_thumbnails({std::move(options.thumbnailer)})
-    , m_jobs(options.jobs)
+    , m_options(std::move(options))
+    , m_thumbnails({m_options.thumbnailer})
+    , m_jobs(m_options.jobs)
 {
     for (const SubCenterInfo &subCenter : m_context.subCenters())
         storeroom(subCenter);
@@ -90,16 +91,15 @@ std::shared_ptr<Storeroom> FileRoutes::storeroom(const SubCenterInfo &subCenter)
     return room;
 }
 
-Outcome FileRoutes::openHome(const Request &request, UserHome &home)
+Outcome FileRoutes::openHome(const std::string &user, const std::string &id, UserHome &home)
 {
-    const std::string &id = request.param("id");
     const std::optional<SubCenterInfo> subCenter = m_context.subCenter(id);
     if (!subCenter)
         return Outcome::failure(404, "no-sub-center", "There is no such sub-center.");
-    const std::optional<std::string> path = m_context.userHome(request.user, id);
+    const std::optional<std::string> path = m_context.userHome(user, id);
     if (!path)
         return Outcome::failure(404, "no-home", "The user has no home in this sub-center.");
-    home.user = request.user;
+    home.user = user;
     home.subCenter = id;
     home.context = &m_context;
     home.storeroom = storeroom(*subCenter);
@@ -112,7 +112,7 @@ void FileRoutes::addHomeRoute(Router &router, const std::string &method, const s
 {
     router.add(method, "/sc/{id}/files/" + name, [this, handler = std::move(handler)](const Request &request) {
         UserHome home;
-        const Outcome outcome = openHome(request, home);
+        const Outcome outcome = openHome(request.user, request.param("id"), home);
         return outcome.ok() ? handler(request, home) : answer(outcome);
     });
 }
@@ -140,7 +140,8 @@ void FileRoutes::addTo(Router &router)
             return change(request, home, name);
         });
     }
-    router.add("GET", "/sc/{id}/jobs/{job}", [this](const Request &request) { return jobState(request); });
+    for (const char *pattern : {"/jobs/{job}", "/sc/{id}/jobs/{job}"})
+        router.add("GET", pattern, [this](const Request &request) { return jobState(request); });
 }
 
 Response FileRoutes::list(const Request &request, const UserHome &home)
@@ -198,7 +199,7 @@ Response FileRoutes::change(const Request &request, const UserHome &home, const 
         const auto paths = jsonTexts(*body, "paths");
         if (!paths || paths->size() > kMaxPaths)
             return badRequest();
-        return answer(drive.remove(*paths, name == "remove-files" ? Drive::Kind::File : Drive::Kind::Folder));
+        return removeEntries(home, *paths, name == "remove-files" ? Drive::Kind::File : Drive::Kind::Folder);
     }
     const auto target = jsonText(*body, "dest");
     if (!target)
@@ -208,34 +209,77 @@ Response FileRoutes::change(const Request &request, const UserHome &home, const 
         if (!source)
             return badRequest();
         if (name == "decompress")
-            return startJob(request, std::make_shared<DecompressJob>(home, *source, *target));
+            return startJob(home.user, std::make_shared<DecompressJob>(home, *source, *target));
         const Drive::Kind kind = name == "rename-file" ? Drive::Kind::File : Drive::Kind::Folder;
-        return answer(drive.rename(*source, *target, kind));
+        return renameEntry(home, *source, *target, kind);
     }
     const auto sources = jsonTexts(*body, "src");
     if (!sources || sources->size() > kMaxPaths)
         return badRequest();
     if (name == "move")
-        return answer(drive.move(*sources, *target));
+        return moveEntries(home, *sources, *target);
     if (name == "copy")
-        return startJob(request, std::make_shared<CopyJob>(home, *sources, *target));
-    return startJob(request, std::make_shared<CompressJob>(home, *sources, *target));
+        return startJob(home.user, std::make_shared<CopyJob>(home, *sources, *target));
+    return startJob(home.user, std::make_shared<CompressJob>(home, *sources, *target));
 }
 
-template <typename Job>
-Response FileRoutes::startJob(const Request &request, std::shared_ptr<Job> job)
+Response FileRoutes::startWork(const std::string &user, JobRunner::Work work)
 {
-    const Outcome outcome = job->check();
-    if (!outcome.ok())
-        return answer(outcome);
-    const auto id = m_jobs.start(request.user, [job = std::move(job)](const std::atomic<bool> &cancelled) mutable {
-        Outcome end = job->run(cancelled);
-        job.reset(); // The home is closed when the job ends, not when its result is forgotten.
-        return end;
-    });
+    const auto id = m_jobs.start(user, std::move(work));
     if (!id)
         return Response::error(429, "too-many-jobs", "Too many operations are under way already.");
     return Response::json(202, json{{"job", *id}});
+}
+
+bool FileRoutes::isGone(const UserHome &home, const std::string &path) const
+{
+    std::vector<std::string> names;
+    zpdt::FileStat stat;
+    return findEntry(home, path, names, stat).status == 404;
+}
+
+void FileRoutes::tellMoved(const UserHome &home, const std::string &from, const std::string &to) const
+{
+    std::vector<std::string> names;
+    if (m_options.moved && isGone(home, from) && splitDrive(from, names).ok())
+        m_options.moved(home, drivePath(names), to);
+}
+
+Response FileRoutes::moveEntries(const UserHome &home, const std::vector<std::string> &sources,
+                                 const std::string &target)
+{
+    const Response response = answer(Drive(home, m_types).move(sources, target));
+    std::vector<std::string> folder;
+    for (const std::string &source : sources) {
+        std::vector<std::string> names;
+        if (!splitDrive(target, folder).ok() || !splitDrive(source, names).ok() || names.empty())
+            continue;
+        folder.push_back(names.back());
+        tellMoved(home, source, drivePath(folder));
+    }
+    return response;
+}
+
+Response FileRoutes::renameEntry(const UserHome &home, const std::string &source, const std::string &target,
+                                 Drive::Kind kind)
+{
+    const Outcome outcome = Drive(home, m_types).rename(source, target, kind);
+    std::vector<std::string> names;
+    if (outcome.ok() && splitDrive(target, names).ok())
+        tellMoved(home, source, drivePath(names));
+    return answer(outcome);
+}
+
+Response FileRoutes::removeEntries(const UserHome &home, const std::vector<std::string> &paths, Drive::Kind kind)
+{
+    const Response response = answer(Drive(home, m_types).remove(paths, kind));
+    // Some may be gone although others could not be removed.
+    for (const std::string &path : paths) {
+        std::vector<std::string> names;
+        if (m_options.gone && isGone(home, path) && splitDrive(path, names).ok())
+            m_options.gone(home, drivePath(names));
+    }
+    return response;
 }
 
 Response FileRoutes::jobState(const Request &request)

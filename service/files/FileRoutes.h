@@ -2,6 +2,7 @@
 
 #include "ContentTypes.h"
 #include "Context.h"
+#include "Drive.h"
 #include "JobRunner.h"
 #include "Router.h"
 #include "Thumbnails.h"
@@ -27,6 +28,9 @@ public:
         /// Program that decodes images; empty: no thumbnails are made.
         std::string thumbnailer;
         JobRunner::Limits jobs;
+        /// Told when an entry of the home has another path, or is gone: "/a/b".
+        std::function<void(const UserHome &, const std::string &from, const std::string &to)> moved;
+        std::function<void(const UserHome &, const std::string &path)> gone;
     };
 
     /// Opens the storerooms of all sub-centers, so that what is left over from an earlier run is cleared away.
@@ -41,11 +45,16 @@ public:
     /// a job is answered.
     void stop();
 
+    /// The user's home, for other routes that reach into drives.
+    Outcome openHome(const std::string &user, const std::string &subCenterId, UserHome &home);
+    /// Starts a job, whose state the user then asks for as for any other, or tells why not.
+    template <typename Job>
+    Response startJob(const std::string &user, std::shared_ptr<Job> job);
+
 private:
     using HomeHandler = std::function<Response(const Request &, const UserHome &)>;
 
     void addHomeRoute(Router &router, const std::string &method, const std::string &name, HomeHandler handler);
-    Outcome openHome(const Request &request, UserHome &home);
     std::shared_ptr<Storeroom> storeroom(const SubCenterInfo &subCenter);
 
     Response list(const Request &request, const UserHome &home);
@@ -53,17 +62,35 @@ private:
     Response thumbnail(const Request &request, const UserHome &home);
     Response preview(const Request &request, const UserHome &home);
     Response change(const Request &request, const UserHome &home, const std::string &name);
-    template <typename Job>
-    Response startJob(const Request &request, std::shared_ptr<Job> job);
+    Response moveEntries(const UserHome &home, const std::vector<std::string> &sources, const std::string &target);
+    Response removeEntries(const UserHome &home, const std::vector<std::string> &paths, Drive::Kind kind);
+    Response renameEntry(const UserHome &home, const std::string &source, const std::string &target, Drive::Kind kind);
+    bool isGone(const UserHome &home, const std::string &path) const;
+    void tellMoved(const UserHome &home, const std::string &from, const std::string &to) const;
+    Response startWork(const std::string &user, JobRunner::Work work);
     Response jobState(const Request &request);
 
     Context &m_context;
+    const Options m_options;
     ContentTypes m_types;
     Thumbnails m_thumbnails;
     std::mutex m_mutex;
     std::map<std::string, std::shared_ptr<Storeroom>> m_storerooms; ///< by sub-center id
     JobRunner m_jobs;
 };
+
+template <typename Job>
+Response FileRoutes::startJob(const std::string &user, std::shared_ptr<Job> job)
+{
+    const Outcome outcome = job->check();
+    if (!outcome.ok())
+        return Response::error(outcome.status, outcome.word, outcome.message);
+    return startWork(user, [job = std::move(job)](const std::atomic<bool> &cancelled) mutable {
+        Outcome end = job->run(cancelled);
+        job.reset(); // The home is closed when the job ends, not when its result is forgotten.
+        return end;
+    });
+}
 
 /// Makes the routes and adds them. The result has to outlive the router's last request.
 std::shared_ptr<FileRoutes> registerFileRoutes(Router &router, Context &context,

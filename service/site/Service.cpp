@@ -4,9 +4,14 @@
 #include "AccountStore.h"
 #include "FileRoutes.h"
 #include "Icons.h"
+#include "LinkPages.h"
 #include "Log.h"
 #include "PartialCleaner.h"
+#include "Secrets.h"
 #include "Sessions.h"
+#include "ShareRoutes.h"
+#include "ShareStore.h"
+#include "SharedItems.h"
 #include "SignatureCheck.h"
 #include "Site.h"
 #include "TicketRoutes.h"
@@ -81,11 +86,14 @@ struct Service::Parts
     std::unique_ptr<Icons> icons;
     TicketStore tickets;
     std::map<std::string, TransferListener> listeners; ///< filled before the server starts
+    std::unique_ptr<ShareStore> shares;
     std::shared_ptr<FileRoutes> files;
+    std::unique_ptr<SharedItems> sharedItems;
     std::shared_ptr<TransferRuntime> runtime;
     std::vector<std::unique_ptr<TransferServer>> transfers;
     std::unique_ptr<PartialCleaner> cleaner;
 
+    void registerShares(Router &router, const AccountServices &services, const std::string &dataFolder);
     bool startTransfers(const ServiceOptions &options, std::string *error);
     void startCleaner(std::chrono::seconds age);
     std::unique_ptr<HttpServer> http;
@@ -149,6 +157,21 @@ bool Service::Parts::startTransfers(const ServiceOptions &options, std::string *
     return true;
 }
 
+void Service::Parts::registerShares(Router &router, const AccountServices &services, const std::string &dataFolder)
+{
+    sharedItems = std::make_unique<SharedItems>(store, *shares, *site, *files);
+    const auto accountBase = [address = services.address](const Request &request) {
+        return address.accountBase(request);
+    };
+    registerShareRoutes(router, {store, *shares, *sharedItems, *files, *site, dataFolder + "/reports", accountBase});
+    std::string key = store.setting("share-link-key", "");
+    if (key.empty()) {
+        key = randomHex(32);
+        store.setSetting("share-link-key", key);
+    }
+    LinkPages::registerRoutes(router, std::make_shared<LinkPages>(*shares, *sharedItems, key));
+}
+
 void Service::Parts::startCleaner(std::chrono::seconds age)
 {
     const auto homes = [this] {
@@ -191,6 +214,11 @@ bool Service::start(std::string *error)
     parts->sessions = std::make_unique<Sessions>(parts->store);
     parts->signatures = std::make_unique<SignatureCheck>(*parts->sessions);
     parts->site = std::make_unique<Site>(parts->store);
+    parts->shares = std::make_unique<ShareStore>(parts->store);
+    if (const StoreResult opened = parts->shares->open(); !opened) {
+        *error = opened.error;
+        return false;
+    }
     parts->icons = std::make_unique<Icons>(m_options.dataFolder + "/icons");
     if (!parts->startTransfers(m_options, error))
         return false;
@@ -206,7 +234,14 @@ bool Service::start(std::string *error)
     registerUpdateRoutes(router, UpdateStore(updatesFolder(m_options.dataFolder)));
     FileRoutes::Options files;
     files.thumbnailer = besideThisProgram("arkvale-thumbnailer");
+    files.moved = [shares = parts->shares.get()](const UserHome &home, const std::string &from, const std::string &to) {
+        shares->moved(home.user, home.subCenter, from, to);
+    };
+    files.gone = [shares = parts->shares.get()](const UserHome &home, const std::string &path) {
+        shares->gone(home.user, home.subCenter, path);
+    };
     parts->files = registerFileRoutes(router, *parts->site, files);
+    parts->registerShares(router, services, m_options.dataFolder);
     parts->http = std::make_unique<HttpServer>(
         m_options.http, std::move(router),
         [p = parts.get()](Request &request, Access access) { return p->signatures->check(request, access); });
