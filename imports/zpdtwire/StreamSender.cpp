@@ -48,6 +48,8 @@ bool StreamSender::message(Msg type, WireReader &body)
         if (m_begun || !m_source.wanted || !want.decode(body))
             return false;
         for (std::string &name : want.names) {
+            if (!m_source.only.empty() && name != m_source.only)
+                return false;
             m_wantedBytes += name.size() + sizeof(std::string);
             m_source.names.push_back(std::move(name));
         }

@@ -21,6 +21,7 @@ public:
         std::vector<std::string> excludedSuffixes;
         bool resumed = false;
         bool wanted = false; ///< the names come from the other side
+        std::string only;    ///< with wanted: the one name that may be asked for; empty: any
     };
 
     StreamSender(Session &session, Source source, StreamCallbacks callbacks);

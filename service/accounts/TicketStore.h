@@ -22,6 +22,7 @@ struct Ticket
     std::string subCenterId;
     std::string homeRoot; ///< absolute folder on disk
     std::string folder;   ///< path on the user's drive, "/" for the home itself
+    std::string onlyName; ///< of a download: the one name in the folder that it opens; empty: all
     Direction direction = Direction::Upload;
 };
 

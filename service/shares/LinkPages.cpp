@@ -290,7 +290,9 @@ Response LinkPages::file(const Request &request)
     const std::string &path = request.queryValue("path");
     if (path == "/" || !item.reaches(path))
         return sorry(words, words.gone, 404);
-    return sharedFile(request, item, path, true);
+    Response response = sharedFile(request, item, path, true);
+    const bool shown = response.status() < 400 || response.status() == 416;
+    return shown ? response : sorry(words, words.gone, 404);
 }
 
 Response LinkPages::unlock(const Request &request)

@@ -94,6 +94,7 @@ struct Service::Parts
     std::unique_ptr<PartialCleaner> cleaner;
 
     void registerShares(Router &router, const AccountServices &services, const std::string &dataFolder);
+    std::optional<Response> ticketForShare(const std::string &user, const std::string &path, Ticket *ticket) const;
     bool startTransfers(const ServiceOptions &options, std::string *error);
     void startCleaner(std::chrono::seconds age);
     std::unique_ptr<HttpServer> http;
@@ -120,6 +121,7 @@ bool Service::Parts::startTransfers(const ServiceOptions &options, std::string *
             grant.subCenterId = id;
             grant.homeRoot = ticket->homeRoot;
             grant.folder = ticket->folder.substr(1);
+            grant.onlyName = ticket->onlyName;
             grant.direction = ticket->direction == Ticket::Direction::Upload ? TransferGrant::Direction::Upload
                                                                              : TransferGrant::Direction::Download;
             grant.quotaFree = [this, user = ticket->user, center = ticket->subCenterId] {
@@ -170,6 +172,28 @@ void Service::Parts::registerShares(Router &router, const AccountServices &servi
         store.setSetting("share-link-key", key);
     }
     LinkPages::registerRoutes(router, std::make_shared<LinkPages>(*shares, *sharedItems, key));
+}
+
+std::optional<Response> Service::Parts::ticketForShare(const std::string &user, const std::string &path,
+                                                       Ticket *ticket) const
+{
+    // "/MOUNT/ID" is the folder that holds the item, whatever else lies there; "/MOUNT/ID/NAME..." is in the item.
+    const std::string rest = path.substr(std::string(SharedItems::mountName).size() + 2);
+    const std::size_t slash = rest.find('/');
+    const std::string inner = slash == std::string::npos ? "/" : rest.substr(slash);
+    Share share;
+    SharedItem item;
+    Outcome outcome = sharedItems->find(user, rest.substr(0, slash), &share);
+    if (outcome.ok())
+        outcome = sharedItems->open(share, &item);
+    if (outcome.ok() && (!item.reaches(inner) || ticket->direction != Ticket::Direction::Download))
+        outcome = Outcome::failure(404, "no-share", "The share holds no such folder, or it is not to be changed.");
+    if (!outcome.ok())
+        return Response::error(outcome.status, outcome.word, outcome.message);
+    ticket->homeRoot = item.homeRoot;
+    ticket->folder = inner == "/" ? item.parentPath : (item.parentPath == "/" ? "" : item.parentPath) + inner;
+    ticket->onlyName = inner == "/" ? item.name : std::string();
+    return std::nullopt;
 }
 
 void Service::Parts::startCleaner(std::chrono::seconds age)
@@ -227,7 +251,10 @@ bool Service::start(std::string *error)
     const AccountServices services = {
         parts->store, *parts->sessions, *parts->site, *parts->icons, {m_options.publicUrl, m_options.http.base}};
     registerAccountRoutes(router, services);
-    registerTicketRoutes(router, services, parts->tickets, [p = parts.get()](const std::string &id) {
+    const auto findShared = [p = parts.get()](const std::string &user, const std::string &path, Ticket *ticket) {
+        return p->ticketForShare(user, path, ticket);
+    };
+    registerTicketRoutes(router, services, parts->tickets, findShared, [p = parts.get()](const std::string &id) {
         const auto found = p->listeners.find(id);
         return found == p->listeners.end() ? TransferListener() : found->second;
     });

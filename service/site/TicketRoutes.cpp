@@ -3,6 +3,7 @@
 #include "JsonBody.h"
 #include "Router.h"
 #include "Secrets.h"
+#include "SharedItems.h"
 #include "Site.h"
 #include "TicketStore.h"
 
@@ -27,10 +28,28 @@ std::string cleanDrivePath(const std::string &path)
     return clean.empty() ? "/" : clean;
 }
 
-void registerTicketRoutes(Router &router, const AccountServices &services, TicketStore &tickets,
+namespace {
+
+/// The caller's own drive as the ticket's; the refusal when there is none.
+std::optional<Response> findHome(const AccountServices &services, const Request &request, Ticket *ticket)
+{
+    switch (services.site.findHome(request.user, request.param("id"), &ticket->homeRoot)) {
+    case Site::HomeState::None:
+        return Response::error(404, "no-home", "The user has no home here.");
+    case Site::HomeState::Offline:
+        return Response::error(503, "offline", "The sub-center's storage is not available.");
+    case Site::HomeState::Ready:
+        break;
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+void registerTicketRoutes(Router &router, const AccountServices &services, TicketStore &tickets, FindShared shared,
                           std::function<TransferListener(const std::string &)> listener)
 {
-    const Handler handler = [services, &tickets, listener](const Request &request) {
+    const Handler handler = [services, &tickets, shared, listener](const Request &request) {
         const std::string &id = request.param("id");
         const auto body = parseJsonObject(request.body);
         const auto direction = body ? jsonText(*body, "direction") : std::nullopt;
@@ -41,21 +60,20 @@ void registerTicketRoutes(Router &router, const AccountServices &services, Ticke
         if (!center)
             return Response::error(404, "not-found", "There is no such sub-center.");
         Ticket ticket;
-        switch (services.site.findHome(request.user, id, &ticket.homeRoot)) {
-        case Site::HomeState::None:
-            return Response::error(404, "no-home", "The user has no home here.");
-        case Site::HomeState::Offline:
-            return Response::error(503, "offline", "The sub-center's storage is not available.");
-        case Site::HomeState::Ready:
-            break;
+        ticket.direction = *direction == "upload" ? Ticket::Direction::Upload : Ticket::Direction::Download;
+        ticket.folder = folder;
+        const std::string mount = '/' + std::string(SharedItems::mountName) + '/';
+        if (folder.compare(0, mount.size(), mount) == 0) {
+            if (const auto refusal = shared(request.user, folder, &ticket))
+                return *refusal;
+        } else if (const auto refusal = findHome(services, request, &ticket)) {
+            return *refusal;
         }
         const TransferListener server = listener(id);
         if (server.port == 0)
             return Response::error(503, "offline", "The sub-center moves no files now.");
         ticket.user = request.user;
         ticket.subCenterId = id;
-        ticket.folder = folder;
-        ticket.direction = *direction == "upload" ? Ticket::Direction::Upload : Ticket::Direction::Download;
         const std::int64_t now = nowMs();
         const std::string text = tickets.issue(std::move(ticket), now);
         if (text.empty())

@@ -313,6 +313,7 @@ std::shared_ptr<zpdt::StreamBase> TransferServer::Private::makeStream(zpdt::Sess
         source.excludedSuffixes = message.excludedSuffixes;
         source.resumed = message.resumed;
         source.wanted = true;
+        source.only = grant.onlyName;
         return std::make_shared<zpdt::StreamSender>(session, std::move(source), zpdt::StreamCallbacks());
     }
     std::vector<std::string> names;

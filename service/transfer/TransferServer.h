@@ -21,6 +21,7 @@ struct TransferGrant
     std::string subCenterId;
     std::string homeRoot; ///< folder of this machine that is the user's drive; nothing outside it is reached
     std::string folder; ///< folder of the ticket below homeRoot, '/' between names, no leading one; "" the home itself
+    std::string onlyName; ///< of a download: the one name in the folder that may be asked for; empty: any
     Direction direction = Direction::Upload;
     /// Bytes that the user may still store; empty: no limit. Called on disk threads.
     std::function<std::uint64_t()> quotaFree;
