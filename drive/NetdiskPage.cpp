@@ -6,6 +6,7 @@
 #include "FileInfoAssistant.h"
 #include "FileItemModel.h"
 #include "FileListing.h"
+#include "FilePreview.h"
 #include "FileWidget.h"
 #include "GlobalConfig.h"
 #include "NetDiskServer.h"
@@ -35,10 +36,12 @@ NetdiskPage::NetdiskPage(const SubCenter &center, const QString &initPath, QWidg
     , m_info(new FileInfoAssistant(center.address, this))
     , m_cache(new FileCacheAssistant(center.id, this))
     , m_icons(new FileIconAssistant(center.address, m_cache->folders(), this))
+    , m_preview(new FilePreview(center.address, m_cache->folders(), this, this))
     , m_work(new OrderedWork(this))
 {
     setObjectName(QStringLiteral("NetdiskPage"));
     buildLayout();
+    m_view->setPreviewAvailable(true);
     addShortcuts();
     m_address->setRootName(center.name);
     m_view->model()->setSubCenterId(center.id);
@@ -108,22 +111,6 @@ void NetdiskPage::connectViews()
     });
     connect(model, &FileItemModel::added, this, &NetdiskPage::AddItemCount);
     connect(model, &FileItemModel::removed, this, &NetdiskPage::RemoveItemCount);
-}
-
-void NetdiskPage::connectCaches()
-{
-    connect(m_icons, SIGNAL(checkFileIconCache(FileItem, QSize)), m_cache, SLOT(checkThumbnailCache(FileItem, QSize)));
-    connect(m_cache, SIGNAL(thumbnailCacheVaild(FileItem, QSize)), m_icons, SLOT(getLocalIcon(FileItem, QSize)));
-    connect(m_cache, SIGNAL(thumbnailCacheInvaild(FileItem, QSize)), m_icons, SLOT(getRemoteIcon(FileItem)));
-    connect(m_cache, SIGNAL(finished()), m_icons, SLOT(stop()));
-    connect(m_icons, SIGNAL(handlerGetFileIconFinished(QList<FileItem>)), this, SLOT(SetIcons(QList<FileItem>)));
-    connect(m_view, SIGNAL(sigIconChanged(FileItem, QSize)), m_cache, SLOT(writeThumbnailCache(FileItem, QSize)));
-    connect(m_view, SIGNAL(sigGetIcons(QList<FileItem>)), m_icons, SLOT(getIcon(QList<FileItem>)));
-    m_icons->setThumbnailSize(m_view->pictureSize());
-    connect(m_view, &FileWidget::sigVisiblePictures, m_icons, [this](const QList<FileItem> &items, const QSize &size) {
-        m_icons->setThumbnailSize(size);
-        m_icons->getVisibleIcons(items);
-    });
 }
 
 // Places

@@ -11,7 +11,9 @@ class AddressBar;
 class FileCacheAssistant;
 class FileIconAssistant;
 class FileInfoAssistant;
+class FilePreview;
 class FileWidget;
+class ImagePreviewWidget;
 class NetDiskServer;
 class OrderedWork;
 class QLabel;
@@ -61,7 +63,7 @@ public slots:
     void Upload(QStringList paths, QString remoteFolder);
     void Download();
     void Preview();
-    /// Fetches the file at @p path to a folder of the person's choice.
+    /// Shows the image at @p path among the images of its folder, or opens the file with its program on this machine.
     void Preview(QString path);
     void Cut();
     void Copy();
@@ -147,6 +149,11 @@ private:
     /// By the person's settings, or asked for; empty when the person did not choose.
     QString targetFolder();
     void runCommand(int command);
+    void showImage(const FileItem &item);
+    /// The viewer's signal is what runs: its image is the selection.
+    bool askedByViewer() const;
+    /// The window that a question belongs to.
+    QWidget *askOver();
 
     SubCenter m_center;
     QString m_lastTarget; ///< folder of the last download
@@ -154,6 +161,8 @@ private:
     FileInfoAssistant *m_info;
     FileCacheAssistant *m_cache;
     FileIconAssistant *m_icons;
+    FilePreview *m_preview;
+    QPointer<ImagePreviewWidget> m_viewer;
     OrderedWork *m_work;
     FileWidget *m_view = nullptr;
     AddressBar *m_address = nullptr;

@@ -8,6 +8,7 @@
 #include "FileNameRules.h"
 #include "FileWidget.h"
 #include "GlobalConfig.h"
+#include "ImagePreviewWidget.h"
 #include "MsgDlg.h"
 #include "NetDiskServer.h"
 #include "NewFolderWidget.h"
@@ -89,7 +90,7 @@ bool NetdiskPage::ask(const QString &title, const QString &text, const QString &
 {
     // Not on the stack: the dialog is a child of the page, which may go away while it is open.
     const QPointer<NetdiskPage> self(this);
-    const QPointer<MsgDlg> dialog = new MsgDlg(this);
+    const QPointer<MsgDlg> dialog = new MsgDlg(askOver());
     dialog->setTitle(title);
     dialog->setText(text);
     if (!okText.isEmpty())
@@ -101,7 +102,7 @@ bool NetdiskPage::ask(const QString &title, const QString &text, const QString &
 
 void NetdiskPage::tell(const QString &title, const QString &text)
 {
-    const QPointer<MsgDlg> dialog = new MsgDlg(this);
+    const QPointer<MsgDlg> dialog = new MsgDlg(askOver());
     dialog->setTitle(title);
     dialog->setText(text);
     dialog->setButtonVisible(QStringLiteral("cancel"), false);
@@ -122,7 +123,7 @@ QStringList NetdiskPage::askLocalPaths(QWidget *owner)
 QString NetdiskPage::askTargetFolder(const QString &startFolder)
 {
     const QPointer<NetdiskPage> self(this);
-    const QPointer<QFileDialog> dialog = new QFileDialog(this, tr("Select target folder"), startFolder);
+    const QPointer<QFileDialog> dialog = new QFileDialog(askOver(), tr("Select target folder"), startFolder);
     dialog->setFileMode(QFileDialog::Directory);
     dialog->setOption(QFileDialog::ShowDirsOnly);
     const bool accepted = dialog->exec() == QDialog::Accepted;
@@ -183,7 +184,7 @@ void NetdiskPage::UploadTo(const QStringList &files, const QStringList &folders,
 
 void NetdiskPage::Download()
 {
-    Download(m_view->selectedItems());
+    Download(askedByViewer() ? QList<FileItem>{m_viewer->current()} : m_view->selectedItems());
 }
 
 void NetdiskPage::Download(const QList<FileItem> &items)
@@ -237,21 +238,6 @@ QString NetdiskPage::targetFolder()
     return chosen;
 }
 
-void NetdiskPage::Preview()
-{
-    const QList<FileItem> items = m_view->selectedItems();
-    if (items.size() == 1)
-        Preview(items.first().path);
-}
-
-void NetdiskPage::Preview(QString path)
-{
-    // What is opened here is fetched to the disk, to be opened with a program there.
-    const int row = m_view->model()->rowOf(path);
-    if (row >= 0)
-        Download(QList<FileItem>{m_view->model()->item(row)});
-}
-
 // Changes
 
 void NetdiskPage::NewFolder()
@@ -270,7 +256,9 @@ void NetdiskPage::NewFolder()
 
 void NetdiskPage::Remove()
 {
-    const QStringList files = pathsOf(m_view->selectedFiles()), folders = pathsOf(m_view->selectedFolders());
+    const bool viewer = askedByViewer();
+    const QStringList files = viewer ? QStringList{m_viewer->current().path} : pathsOf(m_view->selectedFiles());
+    const QStringList folders = viewer ? QStringList() : pathsOf(m_view->selectedFolders());
     if (files.isEmpty() && folders.isEmpty()) {
         tell(tr("Tip"), tr("Please select file(s)/folder(s) you want to delete."));
         return;

@@ -441,6 +441,25 @@
     </message>
 </context>
 <context>
+    <name>FilePreviewBase</name>
+    <message>
+        <source>Preview of the file is not supported.</source>
+        <translation>不支持预览该文件。</translation>
+    </message>
+    <message>
+        <source>Preview of file larger than %1MB is not supported, please download it.</source>
+        <translation>不支持预览大于 %1MB 的文件，请下载后查看。</translation>
+    </message>
+    <message>
+        <source>File loading failed!</source>
+        <translation>文件加载失败！</translation>
+    </message>
+    <message>
+        <source>Tip</source>
+        <translation>提示</translation>
+    </message>
+</context>
+<context>
     <name>FileTexts</name>
     <message>
         <source>Name</source>
@@ -694,6 +713,73 @@
     <message>
         <source>Storage used</source>
         <translation>已用空间</translation>
+    </message>
+</context>
+<context>
+    <name>ImagePreviewWidget</name>
+    <message>
+        <source>Fit</source>
+        <translation>适应</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation>下载</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>删除</translation>
+    </message>
+    <message>
+        <source>Previous image</source>
+        <translation>上一张</translation>
+    </message>
+    <message>
+        <source>Next image</source>
+        <translation>下一张</translation>
+    </message>
+    <message>
+        <source>Fit to the window</source>
+        <translation>适应窗口</translation>
+    </message>
+    <message>
+        <source>Full size</source>
+        <translation>原始大小</translation>
+    </message>
+    <message>
+        <source>Darker</source>
+        <translation>调暗</translation>
+    </message>
+    <message>
+        <source>Brighter</source>
+        <translation>调亮</translation>
+    </message>
+    <message>
+        <source>Image</source>
+        <translation>图片</translation>
+    </message>
+    <message>
+        <source>Preview of the file is not supported.</source>
+        <translation>不支持预览该文件。</translation>
+    </message>
+    <message>
+        <source>File loading failed!</source>
+        <translation>文件加载失败！</translation>
+    </message>
+    <message>
+        <source>Loading...</source>
+        <translation>正在加载...</translation>
+    </message>
+    <message>
+        <source>Preview of file larger than %1MB is not supported, please download it.</source>
+        <translation>不支持预览大于 %1MB 的文件，请下载后查看。</translation>
+    </message>
+    <message>
+        <source>Loading... %1%</source>
+        <translation>正在加载... %1%</translation>
+    </message>
+    <message>
+        <source>Exposure</source>
+        <translation>曝光</translation>
     </message>
 </context>
 <context>
@@ -1066,6 +1152,21 @@
     <message>
         <source>Tip</source>
         <translation>提示</translation>
+    </message>
+</context>
+<context>
+    <name>PreviewProgress</name>
+    <message>
+        <source>Preview</source>
+        <translation>预览</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Progress</source>
+        <translation>进度</translation>
     </message>
 </context>
 <context>

@@ -441,6 +441,25 @@
     </message>
 </context>
 <context>
+    <name>FilePreviewBase</name>
+    <message>
+        <source>Preview of the file is not supported.</source>
+        <translation>不支援預覽該檔案。</translation>
+    </message>
+    <message>
+        <source>Preview of file larger than %1MB is not supported, please download it.</source>
+        <translation>不支援預覽大於 %1MB 的檔案，請下載後檢視。</translation>
+    </message>
+    <message>
+        <source>File loading failed!</source>
+        <translation>檔案載入失敗！</translation>
+    </message>
+    <message>
+        <source>Tip</source>
+        <translation>提示</translation>
+    </message>
+</context>
+<context>
     <name>FileTexts</name>
     <message>
         <source>Name</source>
@@ -694,6 +713,73 @@
     <message>
         <source>Storage used</source>
         <translation>已用空間</translation>
+    </message>
+</context>
+<context>
+    <name>ImagePreviewWidget</name>
+    <message>
+        <source>Fit</source>
+        <translation>適應</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation>下載</translation>
+    </message>
+    <message>
+        <source>Delete</source>
+        <translation>刪除</translation>
+    </message>
+    <message>
+        <source>Previous image</source>
+        <translation>上一張</translation>
+    </message>
+    <message>
+        <source>Next image</source>
+        <translation>下一張</translation>
+    </message>
+    <message>
+        <source>Fit to the window</source>
+        <translation>適應視窗</translation>
+    </message>
+    <message>
+        <source>Full size</source>
+        <translation>原始大小</translation>
+    </message>
+    <message>
+        <source>Darker</source>
+        <translation>調暗</translation>
+    </message>
+    <message>
+        <source>Brighter</source>
+        <translation>調亮</translation>
+    </message>
+    <message>
+        <source>Image</source>
+        <translation>圖片</translation>
+    </message>
+    <message>
+        <source>Preview of the file is not supported.</source>
+        <translation>不支援預覽該檔案。</translation>
+    </message>
+    <message>
+        <source>File loading failed!</source>
+        <translation>檔案載入失敗！</translation>
+    </message>
+    <message>
+        <source>Loading...</source>
+        <translation>正在載入...</translation>
+    </message>
+    <message>
+        <source>Preview of file larger than %1MB is not supported, please download it.</source>
+        <translation>不支援預覽大於 %1MB 的檔案，請下載後檢視。</translation>
+    </message>
+    <message>
+        <source>Loading... %1%</source>
+        <translation>正在載入... %1%</translation>
+    </message>
+    <message>
+        <source>Exposure</source>
+        <translation>曝光</translation>
     </message>
 </context>
 <context>
@@ -1066,6 +1152,21 @@
     <message>
         <source>Tip</source>
         <translation>提示</translation>
+    </message>
+</context>
+<context>
+    <name>PreviewProgress</name>
+    <message>
+        <source>Preview</source>
+        <translation>預覽</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Progress</source>
+        <translation>進度</translation>
     </message>
 </context>
 <context>

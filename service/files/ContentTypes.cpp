@@ -71,6 +71,9 @@ ContentTypes::Type ContentTypes::ofFile(const std::string &name)
     const QMimeType mime = QMimeDatabase().mimeTypeForFile(QStringLiteral("x.") + QString::fromStdString(suffix),
                                                            QMimeDatabase::MatchExtension);
     Type type{mime.name().toStdString(), iconAddress(iconOf(mime))};
+    // The one picture format with thumbnails that the machine's table does not know.
+    if (suffix == "hdr")
+        type = {"image/vnd.radiance", iconAddress("image")};
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (m_known.size() < kMaxKnown)
         m_known.emplace(suffix, type);

@@ -488,8 +488,6 @@ private slots:
         QVERIFY(!offered({"/a"}).contains("Decompress"));
         m_page->IntoFolder("/pics");
         QTRY_COMPARE(shown(), (QStringList{"p.png", "q.PSD", "w\"x"}));
-        QVERIFY(!offered({"/pics/p.png"}).contains("Preview(&P)")); // there is no viewer
-        view()->setPreviewAvailable(true);
         QCOMPARE(offered({"/pics/p.png"}).at(4), QString("Preview(&P)"));
         QVERIFY(!offered({"/pics/q.PSD"}).contains("Preview(&P)"));
         QVERIFY(!offered({"/pics/p.png", "/pics/q.PSD"}).contains("Preview(&P)"));

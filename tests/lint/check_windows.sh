@@ -13,7 +13,7 @@ arch=$(dirname "$qt")
 # Headers of header-only and C libraries, linked one by one: /usr/include itself would bring in the host's C library.
 rm -rf "$work/include"
 mkdir -p "$work/include/openssl"
-for name in nlohmann spdlog fmt asio asio.hpp xxhash.h xxh3.h zlib.h zconf.h; do
+for name in nlohmann spdlog fmt asio asio.hpp xxhash.h xxh3.h zlib.h zconf.h OpenEXR Imath; do
     [ ! -e "/usr/include/$name" ] || ln -s "/usr/include/$name" "$work/include/$name"
 done
 ln -s /usr/include/openssl/* "$work/include/openssl/"
@@ -23,7 +23,7 @@ flags=(-std=c++17 -fsyntax-only -Wall -Wextra -Werror -Wno-unknown-pragmas -Wno-
        -Wno-cast-function-type -Wno-attributes
        -DUNICODE -D_UNICODE -DWIN32_LEAN_AND_MEAN -DNOMINMAX -D_WIN32_WINNT=0x0A00 -DQT_NO_CAST_FROM_BYTEARRAY
        -DASIO_STANDALONE -DSPDLOG_FMT_EXTERNAL
-       -isystem "$work/include" -isystem "$qt")
+       -isystem "$work/include" -isystem "$work/include/OpenEXR" -isystem "$work/include/Imath" -isystem "$qt")
 for module in QtCore QtGui QtWidgets QtNetwork QtSql QtWebSockets QtSvg QtConcurrent; do
     flags+=(-isystem "$qt/$module")
 done

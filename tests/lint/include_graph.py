@@ -15,7 +15,7 @@ ALLOWED = {
               "imports/orvclient", "ui/dialogs"],
     "drive/views": ["drive/records", "app/config", "ui/dialogs"],
     "drive/cache": ["drive/records", "app/config", "imports/orvclient"],
-    "drive/preview": ["drive/records", "drive/cache", "app/config", "imports/orvclient", "ui/dialogs"],
+    "drive/preview": ["drive/records", "drive/views", "drive/cache", "app/config", "imports/orvclient", "ui/dialogs"],
     "drive/pickers": ["drive/records", "drive/views", "app/config", "imports/orvclient", "ui/dialogs"],
     "transfer": ["transfer/lists", "transfer/settings", "transfer/status", "app/config", "imports/transfermodule", "drive/records",
                  "ui/dialogs"],
