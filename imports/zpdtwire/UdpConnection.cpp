@@ -121,9 +121,9 @@ bool UdpConnection::reachPort()
         return false;
     const std::weak_ptr<UdpConnection> weak = weak_from_this();
     m_port->receive(
-        [weak](const std::uint8_t *data, std::size_t size, const Endpoint &from) {
+        [weak](const std::uint8_t *data, std::size_t size, const Endpoint &from, Clock::time_point at) {
             if (const auto self = weak.lock())
-                self->onDatagram(data, size, from);
+                self->onDatagram(data, size, from, at);
         },
         [weak] {
             if (const auto self = weak.lock())
@@ -272,7 +272,7 @@ void UdpConnection::schedule()
             at = std::min(at, m_leaveAt);
         const bool something = m_outbox.hasLost() || (m_outbox.unsent() > 0 && m_outbox.nextOffset() < m_otherMost);
         if (something && m_recovery.inFlight() + m_size->size() <= m_controller->window())
-            at = std::min(at, m_nextSend);
+            at = std::min(at, std::max(m_nextSend, m_notBefore));
         else if (m_outbox.unsent() > 0 && !m_recovery.anyFlying())
             at = std::min(at, m_lastSent + kBlockedPing);
         break;

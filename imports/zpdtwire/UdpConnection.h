@@ -48,7 +48,7 @@ public:
     std::string peer() const;
 
     /// A datagram for this connection, then the end of the batch in which it came.
-    void onDatagram(const std::uint8_t *data, std::size_t size, const Endpoint &from);
+    void onDatagram(const std::uint8_t *data, std::size_t size, const Endpoint &from, Clock::time_point at);
     void onBatchEnd();
 
 private:
@@ -71,7 +71,8 @@ private:
 
     // Receiving.
     bool decrypt(const UdpHeader &header, const std::uint8_t *data, std::size_t size);
-    void onFrames(const UdpHeader &header, const std::uint8_t *data, std::size_t size, const Endpoint &from);
+    void onFrames(const UdpHeader &header, const std::uint8_t *data, std::size_t size, const Endpoint &from,
+                  Clock::time_point at);
     bool onFrame(const UdpFrame &frame, Clock::time_point now, const Endpoint &from);
     void onAddress(const UdpHeader &header, const Endpoint &from, std::size_t size);
     void movedTo(const Endpoint &remote);
@@ -143,7 +144,8 @@ private:
     RateGoal m_goal;
     std::uint64_t m_otherMost = UdpInbox::kLeastWindow;
     std::unique_ptr<UdpPathSize> m_size;
-    Clock::time_point m_nextSend;
+    Clock::time_point m_nextSend;  ///< by the pace
+    Clock::time_point m_notBefore; ///< after the last burst, when it is late
     Bytes m_burst;
     std::size_t m_burstEnd = 0;
     std::size_t m_burstSegment = 0;

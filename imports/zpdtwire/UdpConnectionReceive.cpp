@@ -17,7 +17,7 @@ constexpr auto kChallengeEvery = std::chrono::milliseconds(200);
 
 } // namespace
 
-void UdpConnection::onDatagram(const std::uint8_t *data, std::size_t size, const Endpoint &from)
+void UdpConnection::onDatagram(const std::uint8_t *data, std::size_t size, const Endpoint &from, Clock::time_point at)
 {
     if (m_state == State::Ended || m_state == State::Idle || size == 0)
         return;
@@ -39,7 +39,7 @@ void UdpConnection::onDatagram(const std::uint8_t *data, std::size_t size, const
     if (header.connection != m_met.own || !m_arrivals.fresh(header.number) || !decrypt(header, data, size))
         return;
     m_bytesIn += size;
-    onFrames(header, m_plain.data(), size - kUdpHeader - kUdpTag, from);
+    onFrames(header, m_plain.data(), size - kUdpHeader - kUdpTag, from, at);
 }
 
 bool UdpConnection::decrypt(const UdpHeader &header, const std::uint8_t *data, std::size_t size)
@@ -70,10 +70,10 @@ bool UdpConnection::decrypt(const UdpHeader &header, const std::uint8_t *data, s
     return true;
 }
 
-void UdpConnection::onFrames(const UdpHeader &header, const std::uint8_t *data, std::size_t size, const Endpoint &from)
+void UdpConnection::onFrames(const UdpHeader &header, const std::uint8_t *data, std::size_t size, const Endpoint &from,
+                             Clock::time_point at)
 {
-    const auto now = Clock::now();
-    m_heard = now;
+    m_heard = at;
     if (m_server)
         onAddress(header, from, size);
     UdpFrameReader reader(data, size);
@@ -81,14 +81,14 @@ void UdpConnection::onFrames(const UdpHeader &header, const std::uint8_t *data, 
     bool elicits = false;
     while (reader.next(frame)) {
         elicits = elicits || frame.type == UdpFrameType::Data || frame.type == UdpFrameType::Ping;
-        if (!onFrame(frame, now, from))
+        if (!onFrame(frame, at, from))
             return;
     }
     if (!reader.ok())
         return fail(Error::Integrity, "a packet that breaks the rules");
-    m_arrivals.add(header.number, now, elicits);
+    m_arrivals.add(header.number, at, elicits);
     if (elicits)
-        wantAck(now);
+        wantAck(at);
 }
 
 void UdpConnection::wantAck(Clock::time_point now)

@@ -15,8 +15,9 @@ constexpr std::size_t kHeadV4 = 28;
 constexpr std::size_t kHeadV6 = 48;
 constexpr double kBurstTime = 0.001;
 constexpr int kBurstsAtOnce = 16;
+constexpr double kCatchUp = 0.6;
 /// Packets under one key, far below what the cipher allows.
-constexpr std::uint64_t kPhasePackets = 1u << 18;
+constexpr std::uint64_t kPhasePackets = 1u << 14;
 
 } // namespace
 
@@ -138,7 +139,7 @@ bool UdpConnection::sendBurst()
                   m_burst.begin());
         m_burstEnd -= sent;
         m_blocked = true;
-        m_port->whenWritable([weak = weak_from_this()] {
+        m_port->whenRoom([weak = weak_from_this()] {
             if (const auto self = weak.lock()) {
                 self->m_blocked = false;
                 self->flush();
@@ -190,13 +191,15 @@ void UdpConnection::flush()
     if (m_told && m_state == State::Open)
         probeSize(now);
     const auto grain =
-        std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(UdpBatch::timerGrain()));
-    for (int i = 0; i < kBurstsAtOnce && (now >= m_nextSend || m_probes > 0); ++i) {
+        std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(UdpSocket::timerGrain()));
+    for (int i = 0; i < kBurstsAtOnce && (now >= std::max(m_nextSend, m_notBefore) || m_probes > 0); ++i) {
         if (!fillBurst(now))
             break;
         const auto cost =
             std::chrono::duration<double>(double(m_burstEnd) * 1.02 / std::max(m_controller->pace(), 1.0));
+        // Time that was lost is made up for, not in one burst but at a somewhat quicker pace.
         m_nextSend = std::max(m_nextSend, now - grain) + std::chrono::duration_cast<Clock::duration>(cost);
+        m_notBefore = now + std::chrono::duration_cast<Clock::duration>(cost * kCatchUp);
         if (!sendBurst())
             return schedule();
         if (m_listener && m_told)

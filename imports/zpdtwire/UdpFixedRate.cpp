@@ -7,6 +7,8 @@ namespace zpdt {
 namespace {
 
 constexpr double kWindow = 2.0;
+/// How far the pace may lie above what the line delivers. Below a third of loss the target holds.
+constexpr double kAbove = 1.5;
 constexpr double kLeastPackets = 64.0;
 constexpr auto kLeastPeriod = std::chrono::seconds(10);
 constexpr double kStep = 0.02;
@@ -28,6 +30,11 @@ void UdpFixedRate::setTarget(double wireBytesPerSecond, double start, double flo
     m_target = wireBytesPerSecond;
     m_floor = std::min(floor, m_target);
     m_pace = std::clamp(m_pace, m_floor, m_target);
+}
+
+double UdpFixedRate::pace() const
+{
+    return m_rates.get() > 0.0 ? std::min(m_pace, kAbove * m_rates.get()) : m_pace;
 }
 
 std::uint64_t UdpFixedRate::window() const

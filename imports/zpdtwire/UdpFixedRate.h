@@ -13,7 +13,7 @@ public:
 
     void onSample(const UdpSample &sample) override;
     void setTarget(double wireBytesPerSecond, double start, double floor) override;
-    double pace() const override { return m_pace; }
+    double pace() const override;
     std::uint64_t window() const override;
     std::string name() const override { return "fixed"; }
 

@@ -74,10 +74,10 @@ private:
         UdpClock::time_point at;
     };
 
-    void onDatagram(const std::uint8_t *data, std::size_t size, const Endpoint &from);
+    void onDatagram(const std::uint8_t *data, std::size_t size, const Endpoint &from, UdpClock::time_point at);
     void onHello(const std::uint8_t *data, std::size_t size, const Endpoint &from);
     void onFirst(Opening &opening, const UdpHeader &header, const std::uint8_t *data, std::size_t size,
-                 const Endpoint &from);
+                 const Endpoint &from, UdpClock::time_point at);
     void onUnknown(std::uint64_t connection, std::size_t size, const Endpoint &from);
     void onBatchEnd();
     void dropOld(UdpClock::time_point now);
@@ -120,9 +120,9 @@ bool UdpListener::Core::listen(const std::string &address, std::uint16_t port, s
     m_port = std::move(socket);
     const std::weak_ptr<Core> weak = weak_from_this();
     m_port->receive(
-        [weak](const std::uint8_t *data, std::size_t size, const Endpoint &from) {
+        [weak](const std::uint8_t *data, std::size_t size, const Endpoint &from, UdpClock::time_point at) {
             if (const auto self = weak.lock())
-                self->onDatagram(data, size, from);
+                self->onDatagram(data, size, from, at);
         },
         [weak] {
             if (const auto self = weak.lock())
@@ -140,7 +140,8 @@ void UdpListener::Core::close()
         m_port->close();
 }
 
-void UdpListener::Core::onDatagram(const std::uint8_t *data, std::size_t size, const Endpoint &from)
+void UdpListener::Core::onDatagram(const std::uint8_t *data, std::size_t size, const Endpoint &from,
+                                   UdpClock::time_point at)
 {
     UdpHeader header;
     if (!UdpHeader::read(data, size, header))
@@ -149,11 +150,11 @@ void UdpListener::Core::onDatagram(const std::uint8_t *data, std::size_t size, c
     if (found != m_connections.end()) {
         const auto connection = found->second;
         m_touched.insert(connection);
-        return connection->onDatagram(data, size, from);
+        return connection->onDatagram(data, size, from, at);
     }
     const auto opening = m_opening.find(header.connection);
     if (opening != m_opening.end())
-        return onFirst(opening->second, header, data, size, from);
+        return onFirst(opening->second, header, data, size, from, at);
     onUnknown(header.connection, size, from);
 }
 
@@ -199,7 +200,7 @@ void UdpListener::Core::onHello(const std::uint8_t *data, std::size_t size, cons
 }
 
 void UdpListener::Core::onFirst(Opening &opening, const UdpHeader &header, const std::uint8_t *data, std::size_t size,
-                                const Endpoint &from)
+                                const Endpoint &from, UdpClock::time_point at)
 {
     Bytes plain(size);
     if (!opening.met.in.open(header.number, data, kUdpHeader, data + kUdpHeader, size - kUdpHeader, plain.data()))
@@ -215,7 +216,7 @@ void UdpListener::Core::onFirst(Opening &opening, const UdpHeader &header, const
                                                               self->forget(number);
                                                       });
     m_connections.emplace(header.connection, connection);
-    connection->onDatagram(data, size, from);
+    connection->onDatagram(data, size, from, at);
     m_touched.insert(connection);
     m_accept(std::shared_ptr<UdpChannel>(new UdpChannel(std::move(connection))));
 }

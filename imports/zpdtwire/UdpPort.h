@@ -1,48 +1,49 @@
 #pragma once
 
-#include "UdpBatch.h"
+#include "UdpSocket.h"
 
-#include <asio/io_context.hpp>
-
-#include <deque>
-#include <string>
+#include <asio/steady_timer.hpp>
 
 namespace zpdt {
 
-/// A UDP socket that hands out what comes, in batches, and knows when it can send again. Lives on the I/O thread and
-/// keeps itself alive until close().
+/// A UDP socket that hands out what comes, in batches: on a busy line it sleeps for a moment between them. Lives on
+/// the I/O thread and keeps itself alive until close().
 class UdpPort : public std::enable_shared_from_this<UdpPort>
 {
 public:
-    using Endpoint = asio::ip::udp::endpoint;
+    using Endpoint = UdpSocket::Endpoint;
 
     explicit UdpPort(asio::io_context &io)
         : m_socket(io)
+        , m_gather(io)
+        , m_room(io)
     {
     }
 
-    /// Binds to @p local. False with the system's reason.
-    bool open(const Endpoint &local, std::string &error);
-    Endpoint local() const;
+    bool open(const Endpoint &local, std::string &error) { return m_socket.open(local, error); }
+    Endpoint local() const { return m_socket.local(); }
     /// @p onEnd is called after each batch.
-    void receive(UdpBatch::Sink onDatagram, std::function<void()> onEnd);
-    /// As UdpBatch::send().
+    void receive(UdpSocket::Sink onDatagram, std::function<void()> onEnd);
+    /// As UdpSocket::send().
     UdpSent send(const Endpoint &to, const std::uint8_t *data, std::size_t size, std::size_t segment, std::size_t &sent)
     {
-        return m_batch.send(m_socket, to, data, size, segment, sent);
+        return m_socket.send(to, data, size, segment, sent);
     }
-    /// Calls @p work once when a send that was blocked can go on.
-    void whenWritable(std::function<void()> work);
+    /// Calls @p work once, when a send that was blocked may be tried again.
+    void whenRoom(std::function<void()> work);
     void close();
 
 private:
     void wait();
+    void read();
 
-    asio::ip::udp::socket m_socket;
-    UdpBatch m_batch;
-    UdpBatch::Sink m_onDatagram;
+    UdpSocket m_socket;
+    asio::steady_timer m_gather;
+    asio::steady_timer m_room;
+    std::chrono::steady_clock::time_point m_lastRead;
+    UdpSocket::Sink m_onDatagram;
     std::function<void()> m_onEnd;
-    std::deque<std::function<void()>> m_waiting;
+    std::vector<std::function<void()>> m_waiting;
     bool m_closed = false;
 };
 

@@ -72,6 +72,14 @@ public:
         return at != m_ranges.end() && at->first <= number;
     }
 
+    /// The interval that holds the last number below @p number that is there; an empty one at 0 when there is none.
+    Range lastBefore(std::uint64_t number) const
+    {
+        const auto at = std::lower_bound(m_ranges.begin(), m_ranges.end(), number,
+                                         [](const Range &range, std::uint64_t below) { return range.first < below; });
+        return at == m_ranges.begin() ? Range{0, 0} : *std::prev(at);
+    }
+
     bool empty() const { return m_ranges.empty(); }
     const std::vector<Range> &all() const { return m_ranges; }
     void clear() { m_ranges.clear(); }

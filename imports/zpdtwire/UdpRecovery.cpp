@@ -96,37 +96,32 @@ bool UdpRecovery::onAck(const UdpAck &ack, UdpClock::time_point now, UdpSample &
     sample.now = now;
     UdpSentPacket best;
     bool any = false;
-    std::uint64_t ackedBytes = 0;
+    const std::uint64_t before = sample.acked[0] + sample.acked[1];
     for (const auto &range : ack.ranges) {
         if (range.end <= m_base)
             break;
-        for (std::uint64_t number = range.end; number > std::max(range.first, m_base); --number) {
-            UdpSentPacket &packet = m_packets[std::size_t(number - 1 - m_base)];
-            if (packet.state == UdpSentPacket::Acked)
+        // Each acknowledgement repeats those before it, so most of it is known.
+        std::uint64_t at = range.end;
+        const std::uint64_t first = std::max(range.first, m_base);
+        while (at > first) {
+            const UdpRanges::Range known = m_known.lastBefore(at);
+            if (known.end >= at) {
+                at = known.first;
                 continue;
-            if (packet.state == UdpSentPacket::Lost) {
-                // It was merely late. Its bytes may have left again already; they are not counted twice.
-                if (!packet.probesSize) {
-                    m_reorder = std::min(std::max(m_reorder, ack.largest() - (number - 1) + 1), kMostReorder);
-                    m_late = std::min(m_late + 0.125, kMostLate);
-                    m_lostBytes -= std::min<std::uint64_t>(m_lostBytes, packet.wire);
-                }
-            } else {
-                m_inFlight -= packet.wire;
-                --m_eliciting;
             }
-            packet.state = UdpSentPacket::Acked;
-            if (packet.length > 0)
-                m_outbox.acked(packet.offset, packet.length);
-            if (packet.probesSize)
-                m_sizeProbes.push_back({number - 1, true});
-            sample.acked[packet.probes] += packet.wire;
-            ackedBytes += packet.wire;
-            if (!any || packet.at > best.at)
-                best = packet;
-            any = true;
+            for (const std::uint64_t stop = std::max(first, known.end); at > stop; --at) {
+                UdpSentPacket &packet = m_packets[std::size_t(at - 1 - m_base)];
+                if (packet.state == UdpSentPacket::Acked)
+                    continue;
+                onArrived(packet, at - 1, ack.largest(), sample);
+                if (!any || packet.at > best.at)
+                    best = packet;
+                any = true;
+            }
         }
+        m_known.add(first, range.end);
     }
+    const std::uint64_t ackedBytes = sample.acked[0] + sample.acked[1] - before;
     if (any) {
         m_silences = 0;
         m_delivered += ackedBytes;
@@ -163,6 +158,25 @@ bool UdpRecovery::onAck(const UdpAck &ack, UdpClock::time_point now, UdpSample &
     sample.delivered = m_delivered;
     sample.inFlight = m_inFlight;
     return true;
+}
+
+void UdpRecovery::onArrived(UdpSentPacket &packet, std::uint64_t number, std::uint64_t largest, UdpSample &sample)
+{
+    if (packet.state == UdpSentPacket::Flying) {
+        m_inFlight -= packet.wire;
+        --m_eliciting;
+    } else if (!packet.probesSize) {
+        // It was merely late. Its bytes may have left again already; they are not counted twice.
+        m_reorder = std::min(std::max(m_reorder, largest - number + 1), kMostReorder);
+        m_late = std::min(m_late + 0.125, kMostLate);
+        m_lostBytes -= std::min<std::uint64_t>(m_lostBytes, packet.wire);
+    }
+    packet.state = UdpSentPacket::Acked;
+    if (packet.length > 0)
+        m_outbox.acked(packet.offset, packet.length);
+    if (packet.probesSize)
+        m_sizeProbes.push_back({number, true});
+    sample.acked[packet.probes] += packet.wire;
 }
 
 void UdpRecovery::markLost(UdpSentPacket &packet, UdpSample &sample)
@@ -210,6 +224,7 @@ void UdpRecovery::trim(UdpClock::time_point now)
         m_packets.pop_front();
         ++m_base;
     }
+    m_known.remove(0, m_base);
 }
 
 UdpClock::time_point UdpRecovery::deadline() const

@@ -77,9 +77,9 @@ public:
 
 private:
     UdpSentPacket *find(std::uint64_t number);
-    void newest(UdpSentPacket &packet);
     void markLost(UdpSentPacket &packet, UdpSample &sample);
     void findLost(UdpClock::time_point now, UdpSample &sample);
+    void onArrived(UdpSentPacket &packet, std::uint64_t number, std::uint64_t largest, UdpSample &sample);
     void measure(double seconds);
     void trim(UdpClock::time_point now);
     double lossTime() const;
@@ -87,6 +87,7 @@ private:
 
     UdpOutbox &m_outbox;
     std::deque<UdpSentPacket> m_packets; ///< from m_base on
+    UdpRanges m_known;                   ///< numbers that were acknowledged
     std::uint64_t m_base = 0;
     std::uint64_t m_firstFlying = 0;
     std::uint64_t m_largestAcked = 0;
