@@ -105,6 +105,7 @@ void NetDiskServer::connectClient()
         connect(&m_client, answer, this, handler, Qt::QueuedConnection);
     };
     to(&OrvClient::listFileFinished, &NetDiskServer::handlerGetFloderName);
+    to(&OrvClient::listFileFinished, &NetDiskServer::handlerListFolders);
     to(&OrvClient::getIconFinished, &NetDiskServer::handlerGetIcon);
     to(&OrvClient::listFileFinished, &NetDiskServer::handlerIntoFloder);
     to(&OrvClient::searchFileFinished, &NetDiskServer::handlerSearchFile);
@@ -132,6 +133,18 @@ void NetDiskServer::tellItems(qint64 id, const std::function<void()> &tell)
     tell();
     if (self)
         m_answerIsCurrent = true;
+}
+
+void NetDiskServer::tellChange(bool good, Operation operation, const QStringList &paths, int code,
+                               const std::function<void()> &tell)
+{
+    m_work->post([this, good, operation, paths, code, tell] {
+        const QPointer<NetDiskServer> self(this);
+        if (!good)
+            emit operationFailed(operation, paths, code);
+        if (self)
+            tell();
+    });
 }
 
 void NetDiskServer::loginExpired()
@@ -177,6 +190,28 @@ void NetDiskServer::handlerGetFloderName(qint64 id, int code, QByteArray body)
             else
                 emit handlerGetFloderNameFinshed();
         };
+    });
+}
+
+void NetDiskServer::listFolders(const QString &path)
+{
+    m_folderLists.insert(m_client.listFile(path, 1), path);
+}
+
+void NetDiskServer::handlerListFolders(qint64 id, int code, QByteArray body)
+{
+    if (!m_folderLists.contains(id))
+        return;
+    const QString path = m_folderLists.take(id);
+    read(body, [this, path, code, body]() -> std::function<void()> {
+        QStringList names;
+        const QList<FileItem> items =
+            code == Success ? FileItemReader::items(body, FileItemReader::ListingTime) : QList<FileItem>();
+        for (const FileItem &item : items) {
+            if (item.isFolder())
+                names.append(item.name);
+        }
+        return [this, path, names] { emit foldersListed(path, names); };
     });
 }
 
@@ -239,7 +274,10 @@ void NetDiskServer::requestLocation()
     } else if (place.kind == QLatin1String("SearchFile")) {
         m_lastLocationId = m_client.searchFile(place.keyword, place.path);
         m_searches.append(m_lastLocationId);
+    } else {
+        return;
     }
+    emit locationAsked();
 }
 
 void NetDiskServer::handlerIntoFloder(qint64 id, int code, QByteArray body)
@@ -254,8 +292,11 @@ void NetDiskServer::handlerIntoFloder(qint64 id, int code, QByteArray body)
         return;
     }
     read(body, [this, id, body]() -> std::function<void()> {
-        const QList<FileItem> items = FileItemReader::items(body, FileItemReader::ListingTime);
-        return [this, id, items] { tellItems(id, [this, items] { emit handlerIntoFloderFinished(items); }); };
+        const auto items = std::make_shared<QList<FileItem>>(FileItemReader::items(body, FileItemReader::ListingTime));
+        return [this, id, items] {
+            tellItems(id, [this, items] { emit handlerIntoFloderFinished(*items); });
+            OrderedWork::discard(std::move(*items));
+        };
     });
 }
 
@@ -266,10 +307,13 @@ void NetDiskServer::handlerSearchFile(qint64 id, int code, QByteArray body)
     if (code == Expired)
         return loginExpired();
     read(body, [this, id, code, body]() -> std::function<void()> {
-        QList<FileItem> items;
+        const auto items = std::make_shared<QList<FileItem>>();
         if (code == Success)
-            items = FileItemReader::items(body, FileItemReader::PlainTime, QStringLiteral("SearchFile"));
-        return [this, id, items] { tellItems(id, [this, items] { emit handlerSearchFileFinished(items); }); };
+            *items = FileItemReader::items(body, FileItemReader::PlainTime, QStringLiteral("SearchFile"));
+        return [this, id, items] {
+            tellItems(id, [this, items] { emit handlerSearchFileFinished(*items); });
+            OrderedWork::discard(std::move(*items));
+        };
     });
 }
 
@@ -345,7 +389,7 @@ void NetDiskServer::handlerNewFloder(qint64 id, int code, QByteArray body)
     if (code == Expired)
         return loginExpired();
     const QList<FileItem> items = code == Success ? QList<FileItem>{item} : QList<FileItem>();
-    m_work->post([this, items] { emit handlerNewFolderFinished(items); });
+    tellChange(code == Success, MakeFolder, {item.path}, code, [this, items] { emit handlerNewFolderFinished(items); });
 }
 
 void NetDiskServer::removeFile(const QStringList &paths)
@@ -378,7 +422,7 @@ void NetDiskServer::tellRemoved(QHash<qint64, QStringList> &pending, qint64 id, 
     if (code == Expired)
         return loginExpired();
     const QStringList gone = code == Success ? asked : QStringList();
-    m_work->post([this, gone] { emit handlerRemoveFinished(gone); });
+    tellChange(code == Success, Delete, asked, code, [this, gone] { emit handlerRemoveFinished(gone); });
 }
 
 void NetDiskServer::move(const QStringList &src, const QString &dest)
@@ -399,8 +443,7 @@ void NetDiskServer::handlerMove(qint64 id, int code, QByteArray body)
     const QByteArray text = m_moves.take(id);
     if (code == Expired)
         return loginExpired();
-    const QJsonObject request = code == Success ? QJsonDocument::fromJson(text).object() : QJsonObject();
-    m_work->post([this, request] { emit handlerMoveFinished(sourcesOf(request), destOf(request)); });
+    tellPlaced(Move, code, code == Success, text, &NetDiskServer::handlerMoveFinished);
 }
 
 void NetDiskServer::handlerCopy(qint64 id, int code, QByteArray body)
@@ -411,8 +454,17 @@ void NetDiskServer::handlerCopy(qint64 id, int code, QByteArray body)
     const QByteArray text = m_copies.take(id);
     if (code == Expired)
         return loginExpired();
-    const QJsonObject request = code == CopyAccepted ? QJsonDocument::fromJson(text).object() : QJsonObject();
-    m_work->post([this, request] { emit handlerCopyFinished(sourcesOf(request), destOf(request)); });
+    tellPlaced(Copy, code, code == CopyAccepted, text, &NetDiskServer::handlerCopyFinished);
+}
+
+void NetDiskServer::tellPlaced(Operation operation, int code, bool good, const QByteArray &text,
+                               void (NetDiskServer::*finished)(QStringList, QString))
+{
+    const QJsonObject request = QJsonDocument::fromJson(text).object();
+    const QStringList paths = sourcesOf(request);
+    const QString dest = good ? destOf(request) : QString();
+    tellChange(good, operation, paths, code,
+               [this, good, paths, dest, finished] { emit(this->*finished)(good ? paths : QStringList(), dest); });
 }
 
 void NetDiskServer::renameFile(const QString &src, const QString &dest)
@@ -433,9 +485,11 @@ void NetDiskServer::handlerRename(qint64 id, int code, QByteArray body)
     const QByteArray text = m_renames.take(id);
     if (code == Expired)
         return loginExpired();
-    const QJsonObject request = code == Success ? QJsonDocument::fromJson(text).object() : QJsonObject();
-    m_work->post([this, request] {
-        emit handlerRenameFinished(request.value(QLatin1String("src")).toString(), destOf(request));
+    const bool good = code == Success;
+    const QJsonObject request = QJsonDocument::fromJson(text).object();
+    const QString src = request.value(QLatin1String("src")).toString(), dest = destOf(request);
+    tellChange(good, Rename, {src}, code, [this, good, src, dest] {
+        emit handlerRenameFinished(good ? src : QString(), good ? dest : QString());
     });
 }
 
@@ -452,20 +506,21 @@ void NetDiskServer::handlerCompress(qint64 id, int code, QByteArray body)
     const QString archive = m_compressions.take(id);
     if (code == Expired)
         return accessDenied();
-    m_work->post([this, archive] { emit handlerCompressFinished(archive); });
+    tellChange(code == Success, Compress, {archive}, code, [this, archive] { emit handlerCompressFinished(archive); });
 }
 
 void NetDiskServer::decompress(const QString &src, const QString &dest)
 {
-    m_decompressions.append(m_client.decompress(src, dest));
+    m_decompressions.insert(m_client.decompress(src, dest), src);
 }
 
 void NetDiskServer::handlerDecompress(qint64 id, int code, QByteArray body)
 {
     Q_UNUSED(body)
-    if (m_decompressions.removeAll(id) == 0)
+    if (!m_decompressions.contains(id))
         return;
+    const QString archive = m_decompressions.take(id);
     if (code == Expired)
         return accessDenied();
-    m_work->post([this] { emit handlerDecompressFinished(); });
+    tellChange(code == Success, Decompress, {archive}, code, [this] { emit handlerDecompressFinished(); });
 }

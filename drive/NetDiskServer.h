@@ -23,6 +23,17 @@ class NetDiskServer : public QObject
     Q_OBJECT
 
 public:
+    enum Operation
+    {
+        MakeFolder,
+        Delete,
+        Move,
+        Copy,
+        Rename,
+        Compress,
+        Decompress
+    };
+
     /// @param url address of the sub-center's service
     explicit NetDiskServer(const QString &url, QObject *parent = nullptr);
     ~NetDiskServer() override;
@@ -51,6 +62,9 @@ public slots:
     /// @param dest path of the archive without ".zip"
     void compress(const QStringList &src, const QString &dest);
     void decompress(const QString &src, const QString &dest);
+
+    /// Asks for the names of the folders in a folder; foldersListed answers, without names where it fails.
+    void listFolders(const QString &path);
 
     void forward();
     void backward();
@@ -82,10 +96,19 @@ signals:
     /// @param error 2: the folder is not there, 3: any other failure
     void handlerIntoFloderFailured(int error);
     void sigLogout(QString message);
+    /// A location was asked for; one of the three answers above or sigLogout follows.
+    void locationAsked();
+    /// A change was refused or did not reach the service; told right before the change's own signal.
+    /// @param operation a NetDiskServer::Operation
+    /// @param paths the entries that it was about; for a new folder or archive its own path
+    /// @param code as the client gave it
+    void operationFailed(int operation, QStringList paths, int code);
+    void foldersListed(QString path, QStringList names);
 
 private slots:
     void handlerGetFloderName(qint64 id, int code, QByteArray body);
     void handlerGetIcon(qint64 id, int code, QByteArray body);
+    void handlerListFolders(qint64 id, int code, QByteArray body);
     void handlerIntoFloder(qint64 id, int code, QByteArray body);
     void handlerSearchFile(qint64 id, int code, QByteArray body);
     void handlerGetStorage(qint64 id, int code, QByteArray body);
@@ -110,6 +133,12 @@ private:
     /// Runs @p reader, on a pool thread when @p body is long, and what it returns here and in order.
     void read(const QByteArray &body, const Reader &reader);
     void tellItems(qint64 id, const std::function<void()> &tell);
+    /// Tells of the change and, where @p good does not hold, first of its failure.
+    void tellChange(bool good, Operation operation, const QStringList &paths, int code,
+                    const std::function<void()> &tell);
+    /// The same for a move or copy whose request was @p text.
+    void tellPlaced(Operation operation, int code, bool good, const QByteArray &text,
+                    void (NetDiskServer::*finished)(QStringList, QString));
 
     OrvClient m_client;
     NavigationHistory m_history;
@@ -123,7 +152,6 @@ private:
     QList<qint64> m_listings;
     QList<qint64> m_searches;
     QList<qint64> m_storages;
-    QList<qint64> m_decompressions;
     QHash<qint64, FileItem> m_newFolders;
     QHash<qint64, QStringList> m_fileRemovals;
     QHash<qint64, QStringList> m_folderRemovals;
@@ -131,5 +159,7 @@ private:
     QHash<qint64, QByteArray> m_copies;  ///< the same
     QHash<qint64, QByteArray> m_renames; ///< the same
     QHash<qint64, QString> m_compressions;
+    QHash<qint64, QString> m_decompressions;
+    QHash<qint64, QString> m_folderLists;
     QHash<qint64, QByteArray> m_icons; ///< empty while the picture is on its way
 };

@@ -1,33 +1,28 @@
 #include "NetdiskPage.h"
 
 #include "AddressBar.h"
+#include "BusyStrip.h"
+#include "DriveClipboard.h"
+#include "DropDecision.h"
 #include "FileCacheAssistant.h"
 #include "FileIconAssistant.h"
 #include "FileInfoAssistant.h"
 #include "FileItemModel.h"
 #include "FileListing.h"
 #include "FilePreview.h"
+#include "FileTexts.h"
 #include "FileWidget.h"
 #include "GlobalConfig.h"
 #include "NetDiskServer.h"
+#include "NoticeBar.h"
 #include "OrderedWork.h"
-#include "SizeText.h"
 
-#include <QIcon>
-#include <QLabel>
+#include <QAction>
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QLineEdit>
-#include <QMenu>
-#include <QProgressBar>
-#include <QTimerEvent>
+#include <QSignalBlocker>
 #include <QToolButton>
-
-#include <limits>
-
-namespace {
-
-constexpr int NoticeTime = 8000; // ms
-
-} // namespace
 
 NetdiskPage::NetdiskPage(const SubCenter &center, const QString &initPath, QWidget *parent)
     : QWidget(parent)
@@ -42,7 +37,6 @@ NetdiskPage::NetdiskPage(const SubCenter &center, const QString &initPath, QWidg
     setObjectName(QStringLiteral("NetdiskPage"));
     buildLayout();
     m_view->setPreviewAvailable(true);
-    addShortcuts();
     m_address->setRootName(center.name);
     m_view->model()->setSubCenterId(center.id);
     connectServer();
@@ -63,24 +57,24 @@ void NetdiskPage::connectServer()
     connect(m_server, &NetDiskServer::handlerIntoFloderFinished, this, &NetdiskPage::ShowItems);
     connect(m_server, &NetDiskServer::handlerSearchFileFinished, this, &NetdiskPage::ShowItems);
     connect(m_server, &NetDiskServer::handlerNewFolderFinished, this, [this](const QList<FileItem> &items) {
-        if (items.isEmpty())
-            return showNotice(tr("The folder could not be created."));
         AddItems(items);
-        m_view->select({items.first().path});
+        if (!items.isEmpty())
+            m_view->select({items.first().path});
     });
     connect(m_server, &NetDiskServer::handlerIntoFloderFailured, this, &NetdiskPage::HandlerIntoFloderFailured);
     connect(m_server, &NetDiskServer::handlerRenameFinished, this, &NetdiskPage::HandlerRename);
-    connect(m_server, &NetDiskServer::handlerRemoveFinished, this, [this](const QStringList &paths) {
-        if (paths.isEmpty())
-            showNotice(tr("The items could not be deleted."));
-        RemoveItems(paths);
-    });
+    connect(m_server, &NetDiskServer::handlerRemoveFinished, this, &NetdiskPage::RemoveItems);
     connect(m_server, &NetDiskServer::handlerMoveFinished, this, &NetdiskPage::HandlerMove);
     connect(m_server, &NetDiskServer::handlerCopyFinished, this, &NetdiskPage::HandlerCopy);
     connect(m_server, &NetDiskServer::handlerGetStorageFinished, this, &NetdiskPage::SetStorage);
     connect(m_server, &NetDiskServer::NavgationChanged, this, &NetdiskPage::ChangeButtonStatus);
     connect(m_server, &NetDiskServer::NavgationChanged, this, &NetdiskPage::SlotFolderChanged);
     connect(m_server, &NetDiskServer::sigLogout, this, &NetdiskPage::sigLogout);
+    connect(m_server, &NetDiskServer::sigLogout, m_busy, &BusyStrip::stop);
+    connect(m_server, &NetDiskServer::locationAsked, m_busy, &BusyStrip::start);
+    connect(m_server, &NetDiskServer::operationFailed, this, &NetdiskPage::operationFailed);
+    connect(m_server, &NetDiskServer::foldersListed, m_address, &AddressBar::setFolderNames);
+    connect(m_notice, &NoticeBar::tryAgain, this, &NetdiskPage::Update);
     connect(this, &NetdiskPage::sigGetFileInfo, m_info, &FileInfoAssistant::getFileInfo);
     connect(m_info, &FileInfoAssistant::handlerGetFileInfoFinished, this, &NetdiskPage::AddItems);
 }
@@ -100,15 +94,21 @@ void NetdiskPage::connectViews()
     connect(m_view, &FileWidget::nameCommitted, this, &NetdiskPage::commitRename);
     connect(m_view, &FileWidget::command, this, &NetdiskPage::runCommand);
     connect(m_address, &AddressBar::sigIntoFolder, this, &NetdiskPage::IntoFolder);
+    connect(m_address, &AddressBar::left, m_view, QOverload<>::of(&QWidget::setFocus));
+    connect(m_address, &AddressBar::folderNamesAsked, this, &NetdiskPage::completeFolders);
+    connect(m_address, &AddressBar::dropped, this, [this](const QMimeData *mime, const QString &folder) {
+        if (DropDecision::of(mime, folder, m_center.id) == DropDecision::Move)
+            Move(DriveClipboard::fromMime(mime).paths(), folder);
+        else
+            emit m_view->sigUpload(DriveClipboard::localFiles(mime), folder);
+    });
     connect(m_address, &AddressBar::sigSearch, this, [this](const QString &keyword) {
         m_search->setText(keyword);
         SearchFile();
     });
     FileItemModel *model = m_view->model();
-    connect(model, &FileItemModel::shown, this, [this, model] {
-        ClearItemCount();
-        AddItemCount(model->listing().folders, model->listing().files);
-    });
+    connect(model, &FileItemModel::shown, this, &NetdiskPage::locationShown);
+    connect(m_view, &FileWidget::selectionChanged, this, &NetdiskPage::showSelection);
     connect(model, &FileItemModel::added, this, &NetdiskPage::AddItemCount);
     connect(model, &FileItemModel::removed, this, &NetdiskPage::RemoveItemCount);
 }
@@ -176,15 +176,31 @@ void NetdiskPage::HandlerIntoFloderFailured(int error)
     // The answer of a place that was left in the meantime says nothing about the place that is shown.
     if (!m_server->answerIsCurrent())
         return;
+    m_busy->stop();
     const QPointer<NetdiskPage> self(this);
+    const NavigationEntry failed = m_server->current();
+    const bool entered = m_server->action() == QLatin1String("IntoFolder");
     if (error == 2)
         tell(tr("Error"), tr("Path not found!"));
     else
-        showNotice(tr("The folder could not be opened: the service did not answer as expected."));
-    if (!self)
+        showNotice(tr("The folder \"%1\" could not be opened: the service does not answer as expected.")
+                       .arg(FileTexts::line(failed.path)),
+                   true);
+    // While the message was open the person may have gone on.
+    if (!self || !(m_server->current() == failed))
         return;
     ChangeButtonStatus();
-    m_server->backward();
+    // The list of the very place that is shown could not be had anew: one stays, and so does the list.
+    if (error != 2 && failed == m_shownPlace)
+        return;
+    if (m_server->canBackward())
+        m_server->backward();
+    else if (failed.path != QLatin1String("/"))
+        m_server->intoFolder(QStringLiteral("/"));
+    // A place that never opened is nothing to go forward to.
+    if (entered)
+        m_server->clearForward();
+    ChangeButtonStatus();
 }
 
 void NetdiskPage::ChangeButtonStatus()
@@ -194,6 +210,11 @@ void NetdiskPage::ChangeButtonStatus()
     const bool folder = !inSearch();
     m_upload->setEnabled(folder);
     m_newFolder->setEnabled(folder);
+    m_actions[UploadAction]->setEnabled(folder);
+    m_actions[NewFolderAction]->setEnabled(folder);
+    m_actions[BackAction]->setEnabled(m_server->canBackward());
+    m_actions[ForwardAction]->setEnabled(m_server->canForward());
+    m_actions[ParentAction]->setEnabled(folder && currentPath() != QLatin1String("/"));
 }
 
 void NetdiskPage::SlotFolderChanged()
@@ -202,12 +223,12 @@ void NetdiskPage::SlotFolderChanged()
     if (inSearch()) {
         // Not the place's own title, which is in the language of the time of the search.
         const QString title = NetDiskServer::tr("Search Result");
-        m_address->setTitle(title + QLatin1String(": ") + place.keyword);
+        m_address->setTitle(title + QLatin1String(": ") + FileTexts::line(place.keyword));
         emit sigTitleChanged(title);
         return;
     }
     m_address->setPath(place.path);
-    const QString name = FileListing::fileName(place.path);
+    const QString name = FileTexts::line(FileListing::fileName(place.path));
     emit sigTitleChanged(name.isEmpty() ? m_center.name : name);
 }
 
@@ -217,18 +238,28 @@ void NetdiskPage::ShowItems(QList<FileItem> items)
 {
     if (!m_server->answerIsCurrent())
         return;
-    m_view->model()->setFolder(currentPath());
-    m_view->setSearchResult(inSearch());
-    m_view->model()->show(items);
+    const NavigationEntry &place = m_server->current();
+    m_arriving.enqueue(place);
+    m_view->model()->show(items, place.path, inSearch());
+}
+
+void NetdiskPage::locationShown()
+{
+    m_busy->stop();
+    m_shownPlace = m_arriving.dequeue();
+    const QSignalBlocker quiet(m_filter);
+    m_filter->setText(m_view->model()->filter());
+    ClearItemCount();
+    AddItemCount(m_view->model()->listing().folders, m_view->model()->listing().files);
 }
 
 void NetdiskPage::AddItems(QList<FileItem> items)
 {
-    if (inSearch() || items.isEmpty())
+    if (m_view->model()->isSearchResult() || items.isEmpty())
         return;
     QList<FileItem> here;
     for (const FileItem &item : qAsConst(items)) {
-        if (FileListing::parentFolder(item.path) == currentPath())
+        if (FileListing::parentFolder(item.path) == m_view->model()->folder())
             here.append(item);
     }
     if (here.isEmpty())
@@ -244,20 +275,18 @@ void NetdiskPage::RemoveItems(QStringList paths)
 
 void NetdiskPage::HandlerRename(QString src, QString dest)
 {
-    // The view showed the old name all along.
-    if (src.isEmpty()) {
-        showNotice(tr("The item could not be renamed."));
+    // After a failure there is nothing to restore: the view showed the old name all along.
+    if (src.isEmpty())
         return;
-    }
     m_view->model()->rename(src, dest);
+    m_view->showPath(dest);
 }
 
 void NetdiskPage::HandlerMove(QStringList src, QString dest)
 {
-    if (src.isEmpty()) {
-        showNotice(tr("The items could not be moved."));
+    if (src.isEmpty())
         return;
-    }
+    forgetCut(src);
     if (!inSearch() && FileListing::withSlash(dest) == currentPath())
         m_server->navigation();
     else
@@ -266,11 +295,7 @@ void NetdiskPage::HandlerMove(QStringList src, QString dest)
 
 void NetdiskPage::HandlerCopy(QStringList src, QString dest)
 {
-    if (src.isEmpty()) {
-        showNotice(tr("The items could not be copied."));
-        return;
-    }
-    if (!inSearch() && FileListing::withSlash(dest) == currentPath())
+    if (!src.isEmpty() && !inSearch() && FileListing::withSlash(dest) == currentPath())
         m_server->navigation();
 }
 
@@ -291,129 +316,4 @@ void NetdiskPage::SetIcons(QList<FileItem> items)
 {
     m_view->setIcons(items);
     emit IconChanged(items);
-}
-
-// Counters and labels
-
-void NetdiskPage::ClearItemCount()
-{
-    m_folders = 0;
-    m_files = 0;
-    RefreshItemCount();
-}
-
-void NetdiskPage::AddItemCount(int folders, int files)
-{
-    m_folders += folders;
-    m_files += files;
-    RefreshItemCount();
-    showEmptyFolder(m_folders + m_files == 0);
-}
-
-void NetdiskPage::RemoveItemCount(int folders, int files)
-{
-    AddItemCount(-folders, -files);
-}
-
-void NetdiskPage::RefreshItemCount()
-{
-    QString text = QStringLiteral(" %1").arg(m_folders + m_files) + QLatin1Char(' ') + tr("items");
-    text += QStringLiteral(" (%1").arg(m_files) + QLatin1Char(' ') + tr("files");
-    text += QStringLiteral(", %1").arg(m_folders) + QLatin1Char(' ') + tr("folders") + QLatin1Char(')');
-    m_count->setText(text.trimmed());
-}
-
-void NetdiskPage::showEmptyFolder(bool visible)
-{
-    m_view->setEmptyPanelVisible(visible);
-}
-
-void NetdiskPage::SetStorage()
-{
-    const UserInfo user = GlobalConfig::instance()->currentUser();
-    const qint64 used = qMax<qint64>(0, user.storageUsed), quota = user.storageQuota;
-    if (quota > 0) {
-        const bool fits = used <= std::numeric_limits<qint64>::max() / 100;
-        const qint64 percent = fits ? used * 100 / quota : used / qMax<qint64>(1, quota / 100);
-        m_storageBar->setValue(int(qMin<qint64>(100, percent)));
-    }
-    m_storage->setText(QStringLiteral("%1/%2").arg(sizeText(quint64(used)), sizeText(quint64(qMax<qint64>(0, quota)))));
-}
-
-void NetdiskPage::refreshStorage()
-{
-    m_server->getStorage();
-}
-
-void NetdiskPage::refreshSubCenter()
-{
-    const SubCenter center = GlobalConfig::instance()->subCenter(m_center.id);
-    if (center.id != m_center.id)
-        return;
-    m_center = center;
-    m_address->setRootName(center.name);
-}
-
-void NetdiskPage::ChangeShowMode(int index)
-{
-    const bool toIcons = index < 0 ? m_view->showMode() == FileWidget::ListMode : index == 1;
-    m_view->setShowMode(toIcons ? FileWidget::IconMode : FileWidget::ListMode);
-    showMode();
-}
-
-void NetdiskPage::showMode()
-{
-    const bool toIcons = m_view->showMode() == FileWidget::IconMode;
-    m_mode->setText(toIcons ? tr("Icon") : tr("List"));
-    m_mode->setAccessibleName(m_mode->text());
-    m_mode->setToolTip(toIcons ? tr("Switch to list mode") : tr("Switch to icon mode"));
-    m_mode->setIcon(QIcon(toIcons ? QStringLiteral(":/ArkvaleTolmaMain/Icon/grid.svg")
-                                  : QStringLiteral(":/ArkvaleTolmaMain/Icon/list.svg")));
-}
-
-void NetdiskPage::changeTransferStatus(int state)
-{
-    m_transferState = state;
-    showTransferStatus();
-    emit ChangeTransferStatus(state);
-}
-
-void NetdiskPage::showTransferStatus()
-{
-    m_status->setText(m_transferState == 1   ? tr("Adding to the transfer list...")
-                      : m_transferState == 2 ? tr("Tasks is running...")
-                                             : QString());
-}
-
-void NetdiskPage::changeSortType(const QString &type)
-{
-    m_view->setSortType(type);
-}
-
-void NetdiskPage::contextMenuRequested(const QPoint &globalPos)
-{
-    QMenu *menu = m_view->createContextMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    menu->setStyleSheet(
-        QStringLiteral("QMenu { background: white; font-size: 12px; }"
-                       "QMenu::item { height: 30px; min-width: 95px; padding: 0 24px 0 30px; color: #2459b8; }"
-                       "QMenu::icon { padding-left: 8px; }"
-                       "QMenu::item:selected { background: #e8f0fe; }"
-                       "QMenu::item:disabled { color: #a3aebd; }"));
-    menu->popup(globalPos);
-}
-
-void NetdiskPage::showNotice(const QString &text)
-{
-    m_notice->setText(text);
-    m_notice->show();
-    m_noticeTimer.start(NoticeTime, this);
-}
-
-void NetdiskPage::timerEvent(QTimerEvent *event)
-{
-    if (event->timerId() != m_noticeTimer.timerId())
-        return QWidget::timerEvent(event);
-    m_noticeTimer.stop();
-    m_notice->hide();
 }

@@ -1,13 +1,19 @@
 #pragma once
 
 #include "FileItem.h"
+#include "NavigationHistory.h"
 #include "SubCenter.h"
 
 #include <QBasicTimer>
+#include <QMap>
 #include <QPointer>
+#include <QQueue>
 #include <QWidget>
 
+#include <utility>
+
 class AddressBar;
+class BusyStrip;
 class FileCacheAssistant;
 class FileIconAssistant;
 class FileInfoAssistant;
@@ -15,11 +21,16 @@ class FilePreview;
 class FileWidget;
 class ImagePreviewWidget;
 class NetDiskServer;
+class NoticeBar;
 class OrderedWork;
+class QAction;
 class QLabel;
 class QLineEdit;
+class QMenu;
+class QMimeData;
 class QProgressBar;
 class QToolButton;
+struct ShareRecord;
 
 /// One browser page onto the drive of one sub-center. Owns its NetDiskServer and its views. Transfers leave as
 /// sigUpload and sigDownload, an ended session as sigLogout. The page may be deleted at any time, also while one of its
@@ -44,6 +55,13 @@ public:
     /// are full paths (local ones for an upload).
     void UploadTo(const QStringList &files, const QStringList &folders, const QString &remoteFolder);
     void DownloadTo(const QList<FileItem> &files, const QList<FileItem> &folders, const QString &localFolder);
+
+    /// Offers sharing on the toolbar and in the menus; without somebody behind sigShare it is not offered.
+    void setShareAvailable(bool available);
+    /// What a drop onto the page as a whole, such as onto its tab, does: a DropDecision::Kind, 0 when it is refused.
+    int dropKind(const QMimeData *mime) const;
+    /// Performs such a drop into the folder shown.
+    void takeDrop(const QMimeData *mime);
 
 public slots:
     void Update();
@@ -72,6 +90,9 @@ public slots:
     void Rename();
     void Compress();
     void Decompress();
+    /// Shares the one selected entry by a link or with users: leaves as sigShare.
+    void LinkShare();
+    void UserShare();
     void GetFileInfo(QStringList paths);
     void SetIcons(QList<FileItem> items);
 
@@ -113,6 +134,10 @@ signals:
     void IconChanged(const QList<FileItem> &items);
     void UserConfermRemove();
     void sigGetFileInfo(QStringList paths);
+    /// A share was made from this page; emitted by the dialogs that sigShare opens.
+    void sigMyShared(const ShareRecord &record);
+    /// The person wants to share @p item; @p withUsers: with named users, else by a link.
+    void sigShare(FileItem item, bool withUsers);
     void sigAddItems(QList<FileItem> items);
     void ChangeTransferStatus(int state);
     /// The session ended or the account was restricted; the text is for the person.
@@ -127,18 +152,53 @@ protected:
     void timerEvent(QTimerEvent *event) override;
     void changeEvent(QEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
+    /// What the page itself can do, each with its key; the view's own actions are FileWidget's.
+    enum PageAction
+    {
+        UploadAction,
+        NewFolderAction,
+        LinkShareAction,
+        UserShareAction,
+        BackAction,
+        ForwardAction,
+        ParentAction,
+        HomeAction,
+        RefreshAction,
+        AddressAction,
+        SearchAction,
+        FilterAction,
+        SelectAllAction,
+        DetailsAction,
+        IconsAction
+    };
+
     void buildToolbar(QWidget *toolbar);
     void buildLayout();
     void connectServer();
     void connectViews();
     void connectCaches();
-    void addShortcuts();
+    void buildActions();
+    void fillMenu(QMenu *menu);
+    QMenu *createShareMenu(QWidget *parent);
     void retranslate();
+    void retranslateActions();
+    void fitToolbar();
+    void locationShown();
+    void operationFailed(int operation, const QStringList &paths, int code);
+    void showFailures();
+    static QString reasonOf(int code);
+    void showSelection();
+    void completeFolders(const QString &parent);
+    void share(bool withUsers);
+    void focusFilter();
+    /// A cut selection that has been moved is nothing to paste again.
+    void forgetCut(const QStringList &moved);
     void showMode();
     void showTransferStatus();
-    void showNotice(const QString &text);
+    void showNotice(const QString &text, bool canTryAgain = false);
     /// A modal notice or question; false also when the page went away meanwhile.
     bool ask(const QString &title, const QString &text, const QString &okText = QString());
     void tell(const QString &title, const QString &text);
@@ -171,13 +231,23 @@ private:
     QToolButton *m_mode = nullptr;
     QToolButton *m_upload = nullptr;
     QToolButton *m_newFolder = nullptr;
+    QToolButton *m_share = nullptr;
     QLineEdit *m_search = nullptr;
+    QLineEdit *m_filter = nullptr;
+    QMap<PageAction, QAction *> m_actions;
+    BusyStrip *m_busy = nullptr;
     QLabel *m_count = nullptr;
     QLabel *m_status = nullptr;
-    QLabel *m_notice = nullptr;
+    QLabel *m_selected = nullptr;
+    NoticeBar *m_notice = nullptr;
     QLabel *m_storage = nullptr;
     QProgressBar *m_storageBar = nullptr;
-    QBasicTimer m_noticeTimer;
+    /// Changes that failed within a short while: operation and code to the names, for one message.
+    QMap<std::pair<int, int>, QStringList> m_failures;
+    QBasicTimer m_failureTimer;
+    QQueue<NavigationEntry> m_arriving; ///< those whose entries are being sorted
+    NavigationEntry m_shownPlace;       ///< that whose entries are in the view
+    bool m_shareAvailable = false;
     int m_folders = 0;
     int m_files = 0;
     int m_transferState = 0;

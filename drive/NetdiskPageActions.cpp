@@ -1,7 +1,9 @@
 #include "NetdiskPage.h"
 
+#include "AddressBar.h"
 #include "CollisionQuestion.h"
 #include "DriveClipboard.h"
+#include "DropDecision.h"
 #include "FileDialog.h"
 #include "FileItemModel.h"
 #include "FileListing.h"
@@ -9,6 +11,7 @@
 #include "FileWidget.h"
 #include "GlobalConfig.h"
 #include "ImagePreviewWidget.h"
+#include "MsgBox.h"
 #include "MsgDlg.h"
 #include "NetDiskServer.h"
 #include "NewFolderWidget.h"
@@ -21,7 +24,9 @@
 #include <QGuiApplication>
 #include <QMimeData>
 #include <QStandardPaths>
-#include <QUrl>
+#include <QToolButton>
+
+#include <algorithm>
 
 namespace {
 
@@ -301,6 +306,12 @@ void NetdiskPage::commitRename(const FileItem &item, const QString &name)
 
 void NetdiskPage::Move(QStringList paths, QString folder)
 {
+    // What is there already stays; the service would refuse the whole request for it.
+    paths.erase(std::remove_if(paths.begin(), paths.end(),
+                               [&](const QString &path) {
+                                   return FileListing::parentFolder(path) == FileListing::withSlash(folder);
+                               }),
+                paths.end());
     if (!paths.isEmpty() && !inSearch())
         m_server->move(paths, folder);
 }
@@ -361,19 +372,87 @@ void NetdiskPage::Paste()
             const QString name = origin.name.isEmpty() ? record.subCenterId : origin.name;
             tell(tr("Tip"), tr("These items are in \"%1\". Download them there and upload them here.").arg(name));
         } else if (record.type == QLatin1String("Cut")) {
-            m_server->move(record.paths(), currentPath());
+            Move(record.paths(), currentPath());
         } else if (record.type == QLatin1String("Copy")) {
             m_server->copy(record.paths(), currentPath());
         }
         return;
     }
-    QStringList paths;
-    for (const QUrl &url : mime->urls()) {
-        if (url.isLocalFile())
-            paths.append(url.toLocalFile());
-    }
+    const QStringList paths = DriveClipboard::localFiles(mime);
     if (!paths.isEmpty())
         Upload(paths, currentPath());
+}
+
+void NetdiskPage::forgetCut(const QStringList &moved)
+{
+    QClipboard *clipboard = QGuiApplication::clipboard();
+    if (!clipboard->ownsClipboard())
+        return;
+    const DriveClipboard record = DriveClipboard::fromMime(clipboard->mimeData());
+    if (record.type == QLatin1String("Cut") && record.paths() == moved)
+        clipboard->clear();
+}
+
+int NetdiskPage::dropKind(const QMimeData *mime) const
+{
+    return DropDecision::of(mime, m_view->model()->dropFolder({}), m_center.id);
+}
+
+void NetdiskPage::takeDrop(const QMimeData *mime)
+{
+    m_view->model()->dropMimeData(mime, Qt::CopyAction, -1, -1, {});
+}
+
+// Sharing
+
+void NetdiskPage::setShareAvailable(bool available)
+{
+    m_shareAvailable = available;
+    m_share->setVisible(available);
+    fitToolbar();
+}
+
+void NetdiskPage::LinkShare()
+{
+    share(false);
+}
+
+void NetdiskPage::UserShare()
+{
+    share(true);
+}
+
+void NetdiskPage::share(bool withUsers)
+{
+    GlobalConfig *config = GlobalConfig::instance();
+    if (!config->currentUser().authentication) {
+        const QString name = tr("real name authentication"), address = config->registerUrl();
+        const QString link =
+            address.isEmpty() ? name : QStringLiteral("<a href=\"%1\">%2</a>").arg(address.toHtmlEscaped(), name);
+        const QPointer<MsgBox> notice = new MsgBox(this);
+        notice->setTitle(tr("Tip"));
+        notice->setText(tr("Dear users, you have not been %1, temporarily unable to share.").arg(link));
+        notice->setButtonVisible(QStringLiteral("cancel"), false);
+        notice->exec();
+        delete notice;
+        return;
+    }
+    const QList<FileItem> items = m_view->selectedItems();
+    if (items.size() != 1)
+        return tell(tr("Tip"), tr("Please select one file/folder to share."));
+    emit sigShare(items.first(), withUsers);
+}
+
+void NetdiskPage::completeFolders(const QString &parent)
+{
+    if (parent != m_view->model()->folder() || m_view->model()->isSearchResult())
+        return m_server->listFolders(parent);
+    QStringList names;
+    for (const FileItem &item : m_view->model()->listing().items) {
+        if (item.isFolder())
+            names.append(item.name);
+    }
+    m_address->setFolderNames(parent, names);
 }
 
 void NetdiskPage::runCommand(int command)

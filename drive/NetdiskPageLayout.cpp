@@ -1,21 +1,22 @@
 #include "NetdiskPage.h"
 
 #include "AddressBar.h"
+#include "BusyStrip.h"
 #include "FileWidget.h"
+#include "NoticeBar.h"
 
+#include <QAbstractScrollArea>
 #include <QAction>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QProgressBar>
-#include <QShortcut>
 #include <QToolButton>
 #include <QVBoxLayout>
 
 namespace {
-
-constexpr int kWordsWidth = 760; // pixels
 
 QIcon iconOf(const char *name)
 {
@@ -43,24 +44,34 @@ void NetdiskPage::buildToolbar(QWidget *toolbar)
     m_newFolder = toolButton(toolbar, "newFolderButton", "newfolder", true);
     auto *remove = toolButton(toolbar, "deleteButton", "delete", true);
     auto *rename = toolButton(toolbar, "renameButton", "rename", true);
+    m_share = toolButton(toolbar, "shareButton", "share", true);
+    m_share->setPopupMode(QToolButton::InstantPopup);
+    m_share->hide();
     m_mode = toolButton(toolbar, "modeButton", "list", true);
+    auto *more = toolButton(toolbar, "menuButton", "menu", false);
+    more->setPopupMode(QToolButton::InstantPopup);
+    more->setMenu(new QMenu(more));
     m_search = new QLineEdit(toolbar);
     m_search->setObjectName(QStringLiteral("searchEdit"));
     m_search->setClearButtonEnabled(true);
     m_search->setMaximumWidth(240);
-    m_search->setMinimumWidth(120);
+    m_search->setMinimumWidth(100);
+    m_search->installEventFilter(this);
     auto *searchButton = m_search->addAction(iconOf("search"), QLineEdit::LeadingPosition);
     searchButton->setObjectName(QStringLiteral("searchAction"));
 
     auto *layout = new QHBoxLayout(toolbar);
     layout->setContentsMargins(10, 6, 10, 6);
     layout->setSpacing(4);
-    for (QWidget *button : {m_upload, download, m_newFolder, remove, rename})
+    for (QWidget *button : {m_upload, download, m_newFolder, remove, rename, m_share})
         layout->addWidget(button);
     layout->addStretch(1);
     layout->addWidget(m_mode);
     layout->addSpacing(6);
     layout->addWidget(m_search, 1);
+    layout->addWidget(more);
+    // Less than the texts need: they give way to the icons alone in a narrow pane.
+    toolbar->setMinimumWidth(360);
 
     // Not connected straight: a click carries a bool, which would be taken for the parameter.
     connect(m_upload, &QToolButton::clicked, this, [this] {
@@ -75,6 +86,7 @@ void NetdiskPage::buildToolbar(QWidget *toolbar)
     connect(remove, &QToolButton::clicked, this, &NetdiskPage::Remove);
     connect(rename, &QToolButton::clicked, this, &NetdiskPage::Rename);
     connect(m_mode, &QToolButton::clicked, this, [this] { ChangeShowMode(); });
+    connect(more->menu(), &QMenu::aboutToShow, this, [this, more] { fillMenu(more->menu()); });
     connect(m_search, &QLineEdit::returnPressed, this, &NetdiskPage::SearchFile);
     connect(searchButton, &QAction::triggered, this, &NetdiskPage::SearchFile);
 }
@@ -93,28 +105,35 @@ void NetdiskPage::buildLayout()
     auto *home = toolButton(places, "homeButton", "home", false);
     auto *refresh = toolButton(places, "refreshButton", "refresh", false);
     m_address = new AddressBar(places);
+    m_address->setSubCenterId(m_center.id);
+    m_filter = new QLineEdit(places);
+    m_filter->setObjectName(QStringLiteral("filterEdit"));
+    m_filter->setClearButtonEnabled(true);
+    m_filter->addAction(iconOf("filter"), QLineEdit::LeadingPosition);
+    m_filter->setMinimumWidth(70);
+    m_filter->setMaximumWidth(170);
+    m_filter->installEventFilter(this);
     auto *placesLayout = new QHBoxLayout(places);
     placesLayout->setContentsMargins(10, 6, 10, 6);
     placesLayout->setSpacing(4);
     for (QWidget *part :
          {static_cast<QWidget *>(m_back), static_cast<QWidget *>(m_forward), static_cast<QWidget *>(home)})
         placesLayout->addWidget(part);
-    placesLayout->addWidget(m_address, 1);
+    placesLayout->addWidget(m_address, 4);
     placesLayout->addWidget(refresh);
+    placesLayout->addWidget(m_filter, 1);
 
-    m_notice = new QLabel(this);
-    m_notice->setObjectName(QStringLiteral("pageNotice"));
-    m_notice->setTextFormat(Qt::PlainText);
-    m_notice->setWordWrap(true);
-    m_notice->setContentsMargins(14, 6, 14, 6);
-    m_notice->hide();
-
+    m_notice = new NoticeBar(this);
     m_view = new FileWidget(this);
+    m_busy = new BusyStrip(m_view);
 
     auto *bottom = new QWidget(this);
     bottom->setObjectName(QStringLiteral("netdiskStatus"));
     m_count = new QLabel(bottom);
     m_count->setObjectName(QStringLiteral("itemCount"));
+    m_selected = new QLabel(bottom);
+    m_selected->setObjectName(QStringLiteral("selectionText"));
+    m_selected->hide();
     m_status = new QLabel(bottom);
     m_status->setObjectName(QStringLiteral("statusText"));
     m_storageBar = new QProgressBar(bottom);
@@ -127,7 +146,9 @@ void NetdiskPage::buildLayout()
     auto *bottomLayout = new QHBoxLayout(bottom);
     bottomLayout->setContentsMargins(14, 5, 14, 5);
     bottomLayout->setSpacing(10);
+    bottom->setMinimumWidth(300);
     bottomLayout->addWidget(m_count);
+    bottomLayout->addWidget(m_selected);
     bottomLayout->addStretch(1);
     bottomLayout->addWidget(m_status);
     bottomLayout->addStretch(1);
@@ -147,7 +168,41 @@ void NetdiskPage::buildLayout()
     connect(m_forward, &QToolButton::clicked, this, &NetdiskPage::Forward);
     connect(home, &QToolButton::clicked, this, &NetdiskPage::IntoHome);
     connect(refresh, &QToolButton::clicked, this, &NetdiskPage::Refresh);
+    connect(m_filter, &QLineEdit::textChanged, m_view, &FileWidget::setFilter);
+    for (QAbstractScrollArea *view : m_view->findChildren<QAbstractScrollArea *>()) {
+        view->installEventFilter(this);
+        view->viewport()->installEventFilter(this);
+    }
+    buildActions();
+    m_share->setMenu(createShareMenu(m_share));
     retranslate();
+}
+
+void NetdiskPage::fitToolbar()
+{
+    // The button texts go as soon as one of them would be cut off.
+    auto *toolbar = findChild<QWidget *>(QStringLiteral("netdiskToolbar"));
+    const QList<QToolButton *> buttons = toolbar->findChildren<QToolButton *>(QString(), Qt::FindDirectChildrenOnly);
+    int needed = 60 + m_search->minimumWidth();
+    for (QToolButton *button : buttons) {
+        if (button->isHidden())
+            continue;
+        const bool text = button->objectName() != QLatin1String("menuButton");
+        needed +=
+            button->iconSize().width() + 24 + (text ? button->fontMetrics().horizontalAdvance(button->text()) : 0);
+    }
+    const bool texts = needed <= width();
+    for (QToolButton *button : buttons) {
+        if (button->objectName() != QLatin1String("menuButton"))
+            button->setToolButtonStyle(texts ? Qt::ToolButtonTextBesideIcon : Qt::ToolButtonIconOnly);
+    }
+    m_filter->setVisible(width() > 420);
+}
+
+void NetdiskPage::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitToolbar();
 }
 
 void NetdiskPage::retranslate()
@@ -158,15 +213,17 @@ void NetdiskPage::retranslate()
         QString text;
         const char *keys;
     } buttons[] = {
-        {"uploadButton", tr("Upload"), ""},
+        {"uploadButton", tr("Upload"), " (Ctrl+U)"},
         {"downloadButton", tr("Download"), ""},
         {"newFolderButton", tr("New Folder"), " (Ctrl+Shift+N)"},
         {"deleteButton", tr("Delete"), " (Del)"},
         {"renameButton", tr("Rename"), " (F2)"},
         {"backButton", tr("Back"), " (Alt+Left)"},
         {"forwardButton", tr("Forward"), " (Alt+Right)"},
-        {"homeButton", tr("Home"), ""},
+        {"homeButton", tr("Home"), " (Alt+Home)"},
         {"refreshButton", tr("Refresh"), " (F5)"},
+        {"shareButton", tr("Share"), ""},
+        {"menuButton", tr("All commands"), ""},
     };
     for (const auto &entry : buttons) {
         auto *button = findChild<QToolButton *>(QLatin1String(entry.name));
@@ -174,6 +231,12 @@ void NetdiskPage::retranslate()
         button->setToolTip(entry.text + QLatin1String(entry.keys));
         button->setAccessibleName(entry.text);
     }
+    retranslateActions();
+    m_share->menu()->setTitle(tr("Share"));
+    m_filter->setPlaceholderText(tr("Filter"));
+    m_filter->setAccessibleName(tr("Filter"));
+    m_filter->setToolTip(tr("Show only names that hold this text") + QLatin1String(" (Ctrl+Shift+F)"));
+    m_search->setToolTip(tr("Search the whole drive") + QLatin1String(" (Ctrl+F)"));
     m_search->setPlaceholderText(tr("Search"));
     m_search->setAccessibleName(tr("Search"));
     m_search->findChild<QAction *>(QStringLiteral("searchAction"))->setToolTip(tr("Search"));
@@ -181,6 +244,8 @@ void NetdiskPage::retranslate()
     showMode();
     showTransferStatus();
     RefreshItemCount();
+    showSelection();
+    fitToolbar();
 }
 
 void NetdiskPage::changeEvent(QEvent *event)
@@ -191,38 +256,4 @@ void NetdiskPage::changeEvent(QEvent *event)
             SlotFolderChanged();
     }
     QWidget::changeEvent(event);
-}
-
-void NetdiskPage::resizeEvent(QResizeEvent *event)
-{
-    QWidget::resizeEvent(event);
-    // Side by side there is not room for words on the buttons.
-    const Qt::ToolButtonStyle style = width() < kWordsWidth ? Qt::ToolButtonIconOnly : Qt::ToolButtonTextBesideIcon;
-    const QList<QToolButton *> buttons = m_upload->parentWidget()->findChildren<QToolButton *>();
-    for (QToolButton *button : buttons) {
-        if (!button->text().isEmpty())
-            button->setToolButtonStyle(style);
-    }
-}
-
-void NetdiskPage::addShortcuts()
-{
-    // Several pages share one window, so a key belongs to the page that has the focus.
-    const auto add = [this](QWidget *owner, const QKeySequence &key, void (NetdiskPage::*slot)()) {
-        auto *shortcut = new QShortcut(key, owner);
-        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
-        connect(shortcut, &QShortcut::activated, this, slot);
-    };
-    add(this, QKeySequence(Qt::ALT + Qt::Key_Left), &NetdiskPage::Backward);
-    add(this, QKeySequence(Qt::ALT + Qt::Key_Right), &NetdiskPage::Forward);
-    add(this, QKeySequence(Qt::ALT + Qt::Key_Up), &NetdiskPage::IntoParent);
-    add(m_view, QKeySequence(Qt::Key_Backspace), &NetdiskPage::Backward);
-    add(this, QKeySequence(Qt::Key_F5), &NetdiskPage::Refresh);
-    add(this, QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_N), &NetdiskPage::NewFolder);
-    auto *edit = new QShortcut(QKeySequence(Qt::CTRL + Qt::Key_L), this);
-    edit->setContext(Qt::WidgetWithChildrenShortcut);
-    connect(edit, &QShortcut::activated, m_address, &AddressBar::edit);
-    auto *search = new QShortcut(QKeySequence(QKeySequence::Find), this);
-    search->setContext(Qt::WidgetWithChildrenShortcut);
-    connect(search, &QShortcut::activated, m_search, [this] { m_search->setFocus(Qt::ShortcutFocusReason); });
 }

@@ -1,21 +1,28 @@
 #include "AddressBar.h"
 
 #include "AddressBarButton.h"
+#include "DropDecision.h"
 
+#include <QAbstractItemView>
 #include <QAction>
+#include <QCompleter>
+#include <QDropEvent>
 #include <QIcon>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMouseEvent>
-#include <QStyle>
+#include <QStringListModel>
 #include <QToolButton>
+#include <QWidgetAction>
 
 namespace {
 
 constexpr int Margin = 6;
 constexpr int SeparatorWidth = 14;
+constexpr int MenuLines = 12;
+constexpr int MostCompletions = 100;
 
 } // namespace
 
@@ -26,6 +33,8 @@ AddressBar::AddressBar(QWidget *parent)
     , m_titleLabel(new QLabel(this))
     , m_fold(new QToolButton(this))
     , m_foldMenu(new QMenu(this))
+    , m_completer(new QCompleter(this))
+    , m_completions(new QStringListModel(this))
 {
     setObjectName(QStringLiteral("addressBar"));
     setCursor(Qt::IBeamCursor);
@@ -52,10 +61,19 @@ AddressBar::AddressBar(QWidget *parent)
     m_fold->setCursor(Qt::ArrowCursor);
     m_fold->setPopupMode(QToolButton::InstantPopup);
     m_fold->setMenu(m_foldMenu);
-    // A deep path may hold more folders than the screen has lines.
-    m_foldMenu->setStyleSheet(QStringLiteral("QMenu { menu-scrollable: 1; }"));
     m_fold->hide();
-    connect(m_foldMenu, &QMenu::triggered, this, &AddressBar::SlotClickFloder);
+    buildFoldMenu();
+
+    // Which names fit is worked out here: very long lists are cut before the completer sees them.
+    m_completer->setModel(m_completions);
+    m_completer->setCompletionMode(QCompleter::UnfilteredPopupCompletion);
+    m_completer->setWidget(m_edit);
+    m_completer->popup()->setObjectName(QStringLiteral("addressCompletions"));
+    connect(m_edit, &QLineEdit::textEdited, this, &AddressBar::edited);
+    connect(m_completer, QOverload<const QString &>::of(&QCompleter::activated), this, [this](const QString &text) {
+        m_edit->setText(text);
+        edited(text);
+    });
 
     const int line = fontMetrics().height();
     setFixedHeight(qMax(34, line + 16));
@@ -74,6 +92,8 @@ void AddressBar::retranslate()
     m_edit->findChild<QAction *>(QStringLiteral("addressSearch"))->setToolTip(tr("Search"));
     m_fold->setAccessibleName(tr("Hidden folders"));
     m_fold->setToolTip(tr("Hidden folders"));
+    m_scrollUp->defaultWidget()->setAccessibleName(tr("Scroll up"));
+    m_scrollDown->defaultWidget()->setAccessibleName(tr("Scroll down"));
     rebuild();
 }
 
@@ -131,6 +151,8 @@ void AddressBar::rebuild()
             auto *crumb = new AddressBarButton(name, target, this);
             crumb->setCursor(Qt::PointingHandCursor);
             connect(crumb, &AddressBarButton::clicked, this, [this, target] { emit sigIntoFolder(target); });
+            crumb->setAcceptDrops(true);
+            crumb->installEventFilter(this);
             m_crumbs.append(crumb);
             auto *separator = new QLabel(this);
             separator->setPixmap(
@@ -169,7 +191,7 @@ void AddressBar::layoutCrumbs()
     }
     const bool folded = !editing && first > 0 && !m_crumbs.isEmpty();
     m_fold->setVisible(folded);
-    m_foldMenu->clear();
+    m_folded = folded ? first : 0;
     int x = area.x() + Margin;
     const auto place = [&](QWidget *widget, int width) {
         const int height = qMin(widget->sizeHint().height(), area.height() - 4);
@@ -186,12 +208,74 @@ void AddressBar::layoutCrumbs()
         if (visible) {
             place(crumb, qMin(crumb->sizeHint().width(), qMax(40, area.right() - Margin - x)));
             place(m_separators.at(i), SeparatorWidth);
-        } else if (folded) {
-            QAction *action = m_foldMenu->addAction(crumb->text());
-            action->setData(crumb->path());
         }
     }
+    m_firstInMenu = 0;
+    fillFoldMenu();
 }
+
+// The menu of hidden folders. A deep path may hold more of them than the screen has lines.
+
+void AddressBar::buildFoldMenu()
+{
+    const auto scroller = [this](const char *name, const char *icon, void (AddressBar::*slot)()) {
+        auto *button = new QToolButton(m_foldMenu);
+        button->setObjectName(QLatin1String(name));
+        button->setIcon(QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/%1.svg").arg(QLatin1String(icon))));
+        button->setIconSize(QSize(12, 12));
+        button->setAutoRaise(true);
+        button->setAutoRepeat(true);
+        button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+        connect(button, &QToolButton::clicked, this, slot);
+        // A plain entry would close the menu.
+        auto *action = new QWidgetAction(m_foldMenu);
+        action->setDefaultWidget(button);
+        return action;
+    };
+    m_scrollUp = scroller("scrollUp", "chevron-up", &AddressBar::scrollUp);
+    m_scrollDown = scroller("scrollDown", "chevron-down", &AddressBar::scrollDown);
+    m_foldMenu->installEventFilter(this);
+    connect(m_foldMenu, &QMenu::triggered, this, &AddressBar::SlotClickFloder);
+}
+
+void AddressBar::fillFoldMenu()
+{
+    m_foldMenu->removeAction(m_scrollUp);
+    m_foldMenu->removeAction(m_scrollDown);
+    m_foldMenu->clear();
+    const bool scrolls = m_folded > MenuLines;
+    if (scrolls)
+        m_foldMenu->addAction(m_scrollUp);
+    for (int i = m_firstInMenu; i < qMin(m_folded, m_firstInMenu + MenuLines); ++i) {
+        QAction *action = m_foldMenu->addAction(m_crumbs.at(i)->text());
+        action->setData(m_crumbs.at(i)->path());
+    }
+    if (scrolls)
+        m_foldMenu->addAction(m_scrollDown);
+    m_scrollUp->defaultWidget()->setEnabled(m_firstInMenu > 0);
+    m_scrollDown->defaultWidget()->setEnabled(m_firstInMenu + MenuLines < m_folded);
+}
+
+void AddressBar::scrollMenu(int by)
+{
+    const int first = qBound(0, m_firstInMenu + by, qMax(0, m_folded - MenuLines));
+    if (first == m_firstInMenu)
+        return;
+    m_firstInMenu = first;
+    fillFoldMenu();
+}
+
+void AddressBar::scrollUp()
+{
+    scrollMenu(-1);
+}
+
+void AddressBar::scrollDown()
+{
+    scrollMenu(1);
+}
+
+// Typing
 
 void AddressBar::edit()
 {
@@ -200,12 +284,54 @@ void AddressBar::edit()
     layoutCrumbs();
     m_edit->selectAll();
     m_edit->setFocus(Qt::ShortcutFocusReason);
+    m_namesParent.clear();
+}
+
+void AddressBar::edited(const QString &text)
+{
+    const QString parent = text.left(text.lastIndexOf(QLatin1Char('/')) + 1);
+    if (!parent.startsWith(QLatin1Char('/'))) {
+        m_completer->popup()->hide();
+        return;
+    }
+    if (parent == m_namesParent)
+        return complete();
+    m_namesParent = parent;
+    m_names.clear();
+    emit folderNamesAsked(parent);
+}
+
+void AddressBar::setFolderNames(const QString &parent, const QStringList &names)
+{
+    if (!isEditing() || parent != m_namesParent)
+        return;
+    m_names = names;
+    complete();
+}
+
+void AddressBar::complete()
+{
+    const QString begun = m_edit->text().mid(m_namesParent.size());
+    QStringList found;
+    for (const QString &name : qAsConst(m_names)) {
+        if (!name.startsWith(begun, Qt::CaseInsensitive))
+            continue;
+        found << m_namesParent + name + QLatin1Char('/');
+        if (found.size() == MostCompletions)
+            break;
+    }
+    m_completions->setStringList(found);
+    if (found.isEmpty() || !m_edit->hasFocus())
+        m_completer->popup()->hide();
+    else
+        m_completer->complete();
 }
 
 void AddressBar::stopEditing()
 {
     if (!isEditing())
         return;
+    m_completer->popup()->hide();
     m_edit->hide();
     layoutCrumbs();
 }
@@ -248,15 +374,59 @@ void AddressBar::mousePressEvent(QMouseEvent *event)
         edit();
 }
 
+bool AddressBar::crumbEvent(AddressBarButton *crumb, QEvent *event)
+{
+    if (event->type() != QEvent::DragEnter && event->type() != QEvent::DragMove && event->type() != QEvent::Drop)
+        return false;
+    auto *drop = static_cast<QDropEvent *>(event);
+    const DropDecision::Kind kind = DropDecision::of(drop->mimeData(), crumb->path(), m_subCenterId);
+    DropDecision::apply(kind, drop);
+    if (kind && event->type() == QEvent::Drop)
+        emit dropped(drop->mimeData(), crumb->path());
+    return true;
+}
+
+bool AddressBar::editEvent(QEvent *event)
+{
+    if (event->type() == QEvent::FocusOut && static_cast<QFocusEvent *>(event)->reason() != Qt::PopupFocusReason) {
+        stopEditing();
+        return false;
+    }
+    if (event->type() != QEvent::KeyPress)
+        return false;
+    switch (static_cast<QKeyEvent *>(event)->key()) {
+    case Qt::Key_Escape:
+        stopEditing();
+        emit left();
+        return true;
+    case Qt::Key_Tab:
+        // Takes the first name that fits, as a shell does.
+        if (m_completions->rowCount() > 0) {
+            m_edit->setText(m_completions->stringList().first());
+            edited(m_edit->text());
+        }
+        return true;
+    default:
+        return false;
+    }
+}
+
 bool AddressBar::eventFilter(QObject *watched, QEvent *event)
 {
-    if (watched == m_edit && event->type() == QEvent::FocusOut &&
-        static_cast<QFocusEvent *>(event)->reason() != Qt::PopupFocusReason)
-        stopEditing();
-    if (watched == m_edit && event->type() == QEvent::KeyPress &&
-        static_cast<QKeyEvent *>(event)->key() == Qt::Key_Escape) {
-        stopEditing();
+    if (auto *crumb = qobject_cast<AddressBarButton *>(watched))
+        return crumbEvent(crumb, event);
+    if (watched == m_edit)
+        return editEvent(event);
+    if (watched == m_foldMenu && event->type() == QEvent::Wheel) {
+        static_cast<QWheelEvent *>(event)->angleDelta().y() > 0 ? scrollUp() : scrollDown();
         return true;
+    }
+    if (watched == m_foldMenu && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent *>(event)->key();
+        if (key == Qt::Key_PageUp || key == Qt::Key_PageDown) {
+            scrollMenu(key == Qt::Key_PageUp ? -MenuLines : MenuLines);
+            return true;
+        }
     }
     return QFrame::eventFilter(watched, event);
 }

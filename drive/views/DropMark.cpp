@@ -1,6 +1,6 @@
 #include "DropMark.h"
 
-#include "DriveClipboard.h"
+#include "DropDecision.h"
 #include "FileItemModel.h"
 #include "FileTexts.h"
 
@@ -14,34 +14,22 @@ DropMark::DropMark(QAbstractItemView *view)
 {
 }
 
-QString DropMark::decide(QDropEvent *event) const
-{
-    const auto *model = static_cast<const FileItemModel *>(m_view->model());
-    const QString folder = model->dropFolder(event->mimeData(), m_view->indexAt(event->pos()));
-    if (folder.isEmpty()) {
-        event->ignore();
-    } else {
-        const bool entries = event->mimeData()->hasFormat(DriveClipboard::format());
-        event->setDropAction(entries ? Qt::MoveAction : Qt::CopyAction);
-        event->accept();
-    }
-    return folder;
-}
-
 void DropMark::move(QDragMoveEvent *event)
 {
     const auto *model = static_cast<const FileItemModel *>(m_view->model());
     const QModelIndex under = m_view->indexAt(event->pos());
-    const QString folder = decide(event);
-    const bool onto = !folder.isEmpty() && under.isValid() && model->item(under.row()).isFolder();
+    const QString folder = model->dropFolder(under);
+    const DropDecision::Kind kind = DropDecision::of(event->mimeData(), folder, model->subCenterId());
+    DropDecision::apply(kind, event);
+    const bool onto = kind && under.isValid() && model->item(under.row()).isFolder();
     m_onto = onto ? QPersistentModelIndex(under.siblingAtColumn(0)) : QPersistentModelIndex();
     m_view->viewport()->update();
-    if (folder.isEmpty())
+    if (!kind)
         return QToolTip::hideText();
     const QString name = FileTexts::line(FileListing::fileName(folder));
-    const bool entries = event->mimeData()->hasFormat(DriveClipboard::format());
     const QString place = name.isEmpty() ? FileItemModel::tr("All Files") : name;
-    const QString text = entries ? FileItemModel::tr("Move to \"%1\"") : FileItemModel::tr("Upload to \"%1\"");
+    const QString text =
+        kind == DropDecision::Move ? FileItemModel::tr("Move to \"%1\"") : FileItemModel::tr("Upload to \"%1\"");
     QToolTip::showText(m_view->viewport()->mapToGlobal(event->pos() + QPoint(14, 14)),
                        FileTexts::plainToolTip(text.arg(place)), m_view->viewport());
 }
@@ -55,9 +43,8 @@ void DropMark::leave()
 
 void DropMark::drop(QDropEvent *event)
 {
-    if (!decide(event).isEmpty())
-        m_view->model()->dropMimeData(event->mimeData(), event->dropAction(), -1, -1, m_view->indexAt(event->pos()));
-    // Accepted already, so that the view's own handling only cleans up.
+    m_view->model()->dropMimeData(event->mimeData(), event->dropAction(), -1, -1, m_view->indexAt(event->pos()));
+    // Accepted, so that the view's own handling only cleans up.
     event->accept();
     leave();
 }

@@ -22,8 +22,6 @@ public:
     void paint(QPainter *painter) const;
 
 private:
-    QString decide(QDropEvent *event) const;
-
     QAbstractItemView *m_view;
     QPersistentModelIndex m_onto; ///< the folder under the pointer, none for the ground
 };

@@ -1,6 +1,7 @@
 #include "EmptyFolderPanel.h"
 
-#include "DriveClipboard.h"
+#include "DropDecision.h"
+#include "FileItemModel.h"
 
 #include <QDragEnterEvent>
 #include <QIcon>
@@ -59,27 +60,18 @@ void EmptyFolderPanel::changeEvent(QEvent *event)
     QFrame::changeEvent(event);
 }
 
-void EmptyFolderPanel::decide(QDropEvent *event) const
-{
-    const bool entries = event->mimeData()->hasFormat(DriveClipboard::format());
-    if (m_kind == NothingFound || !(entries || event->mimeData()->hasUrls()))
-        return event->ignore();
-    event->setDropAction(entries ? Qt::MoveAction : Qt::CopyAction);
-    event->accept();
-}
-
 void EmptyFolderPanel::dragEnterEvent(QDragEnterEvent *event)
 {
-    decide(event);
+    dragMoveEvent(event);
 }
 
 void EmptyFolderPanel::dragMoveEvent(QDragMoveEvent *event)
 {
-    decide(event);
+    DropDecision::apply(DropDecision::of(event->mimeData(), m_model->dropFolder({}), m_model->subCenterId()), event);
 }
 
 void EmptyFolderPanel::dropEvent(QDropEvent *event)
 {
-    decide(event);
-    emit dropped(event->mimeData());
+    m_model->dropMimeData(event->mimeData(), event->dropAction(), -1, -1, {});
+    event->accept();
 }

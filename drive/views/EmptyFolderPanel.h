@@ -2,8 +2,8 @@
 
 #include <QFrame>
 
+class FileItemModel;
 class QLabel;
-class QMimeData;
 class QPushButton;
 
 /// What is shown in place of the entries when there are none: an invitation with an "Upload" button, or a line that the
@@ -22,10 +22,11 @@ public:
 
     explicit EmptyFolderPanel(QWidget *parent = nullptr);
     void setKind(Kind kind);
+    /// Where drops go, as if they fell on the ground of a view.
+    void setModel(FileItemModel *model) { m_model = model; }
 
 signals:
     void uploadClicked();
-    void dropped(const QMimeData *data);
 
 protected:
     void changeEvent(QEvent *event) override;
@@ -34,8 +35,7 @@ protected:
     void dropEvent(QDropEvent *event) override;
 
 private:
-    void decide(QDropEvent *event) const;
-
+    FileItemModel *m_model = nullptr;
     QLabel *m_picture;
     QLabel *m_title;
     QLabel *m_text;

@@ -64,11 +64,22 @@ void FileItemModel::renew(const Change &change)
 
 void FileItemModel::show(const QList<FileItem> &items)
 {
+    show(items, m_folder, m_search);
+}
+
+void FileItemModel::show(const QList<FileItem> &items, const QString &folder, bool search)
+{
     const FileOrder::Type order = m_order;
-    m_work->runIf(items.size() > SortInline, [this, items, order] {
+    m_work->runIf(items.size() > SortInline, [this, items, order, folder, search] {
         const auto ready = std::make_shared<FileListing>(FileListing::prepare(items, order));
-        return OrderedWork::Deliver([this, ready] {
-            renew([&] { std::swap(m_listing, *ready); });
+        return OrderedWork::Deliver([this, ready, folder, search] {
+            renew([&] {
+                std::swap(m_listing, *ready);
+                if (folder != m_folder || search != m_search)
+                    m_filter.clear();
+                m_folder = folder;
+                m_search = search;
+            });
             OrderedWork::discard(std::move(*ready));
             emit shown();
             if (!m_listing.thumbnails.isEmpty())

@@ -46,8 +46,10 @@ public:
     QString subCenterId() const { return m_subCenterId; }
     bool isSearchResult() const { return m_search; }
 
-    /// Replaces the list.
+    /// Replaces the list once it is sorted. With a place the drops go there, and another place than before drops the
+    /// filter.
     void show(const QList<FileItem> &items);
+    void show(const QList<FileItem> &items, const QString &folder, bool search);
     /// Inserts entries at their places; an entry that is there already takes the new record.
     void add(const QList<FileItem> &items);
     void remove(const QStringList &paths);
@@ -87,8 +89,8 @@ public:
     Qt::DropActions supportedDragActions() const override { return Qt::CopyAction | Qt::MoveAction; }
     QModelIndexList match(const QModelIndex &start, int role, const QVariant &value, int hits,
                           Qt::MatchFlags flags) const override;
-    /// The folder that a drop there goes to, empty when it is refused.
-    QString dropFolder(const QMimeData *data, const QModelIndex &parent) const;
+    /// The folder that a drop there goes to; empty in a search result, which takes none.
+    QString dropFolder(const QModelIndex &parent) const;
     bool canDropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
                          const QModelIndex &parent) const override;
     bool dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,

@@ -1,10 +1,7 @@
 #include "FileItemModel.h"
 
 #include "DriveClipboard.h"
-
-#include <QUrl>
-
-#include <algorithm>
+#include "DropDecision.h"
 
 Qt::ItemFlags FileItemModel::flags(const QModelIndex &index) const
 {
@@ -37,25 +34,12 @@ QMimeData *FileItemModel::mimeData(const QModelIndexList &indexes) const
     return record.isEmpty() ? nullptr : new DriveMimeData(record);
 }
 
-QString FileItemModel::dropFolder(const QMimeData *data, const QModelIndex &parent) const
+QString FileItemModel::dropFolder(const QModelIndex &parent) const
 {
-    if (m_search || !data)
+    if (m_search)
         return {};
     const bool ontoFolder = parent.isValid() && parent.row() < rowCount() && item(parent.row()).isFolder();
-    const QString folder = ontoFolder ? FileListing::withSlash(item(parent.row()).path) : m_folder;
-    if (!data->hasFormat(DriveClipboard::format())) {
-        const QList<QUrl> urls = data->urls();
-        const bool local = std::any_of(urls.begin(), urls.end(), [](const QUrl &url) { return url.isLocalFile(); });
-        return local ? folder : QString();
-    }
-    const DriveClipboard record = DriveClipboard::fromMime(data);
-    if (record.isEmpty() || record.subCenterId != m_subCenterId)
-        return {};
-    // Nothing is moved into itself, nor to where it is already.
-    const bool useless = std::any_of(record.items.begin(), record.items.end(), [&](const FileItem &item) {
-        return folder.startsWith(FileListing::withSlash(item.path)) || FileListing::parentFolder(item.path) == folder;
-    });
-    return useless ? QString() : folder;
+    return ontoFolder ? FileListing::withSlash(item(parent.row()).path) : m_folder;
 }
 
 bool FileItemModel::canDropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
@@ -63,7 +47,7 @@ bool FileItemModel::canDropMimeData(const QMimeData *data, Qt::DropAction action
 {
     Q_UNUSED(row)
     Q_UNUSED(column)
-    return action != Qt::IgnoreAction && !dropFolder(data, parent).isEmpty();
+    return action != Qt::IgnoreAction && DropDecision::of(data, dropFolder(parent), m_subCenterId);
 }
 
 bool FileItemModel::dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
@@ -71,13 +55,19 @@ bool FileItemModel::dropMimeData(const QMimeData *data, Qt::DropAction action, i
 {
     Q_UNUSED(row)
     Q_UNUSED(column)
-    const QString folder = action == Qt::IgnoreAction ? QString() : dropFolder(data, parent);
-    if (folder.isEmpty())
+    if (action == Qt::IgnoreAction)
         return false;
-    if (data->hasFormat(DriveClipboard::format()))
+    const QString folder = dropFolder(parent);
+    switch (DropDecision::of(data, folder, m_subCenterId)) {
+    case DropDecision::Move:
         emit sigMove(DriveClipboard::fromMime(data).paths(), folder);
-    else
+        break;
+    case DropDecision::Upload:
         emit sigUpload(DriveClipboard::localFiles(data), folder);
+        break;
+    case DropDecision::Refused:
+        break;
+    }
     // The view takes the rows out of a model whose move was accepted; here that is the service's answer to tell.
     return false;
 }

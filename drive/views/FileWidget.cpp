@@ -68,8 +68,7 @@ FileWidget::FileWidget(QWidget *parent)
         emit selectionChanged();
     });
     connect(m_empty, &EmptyFolderPanel::uploadClicked, this, &FileWidget::uploadClicked);
-    connect(m_empty, &EmptyFolderPanel::dropped, this,
-            [this](const QMimeData *mime) { m_model->dropMimeData(mime, Qt::CopyAction, -1, -1, {}); });
+    m_empty->setModel(m_model);
     connect(m_empty, &QWidget::customContextMenuRequested, this,
             [this](const QPoint &pos) { emit menuAsked(m_empty->mapToGlobal(pos)); });
     m_restTimer.setSingleShot(true);
@@ -328,14 +327,6 @@ bool FileWidget::isEmptyPanelVisible() const
     return m_emptyVisible;
 }
 
-void FileWidget::setSearchResult(bool search)
-{
-    m_model->setSearchResult(search);
-    m_tree->setPathColumnVisible(search);
-    showPart();
-    updateActions();
-}
-
 void FileWidget::setPreviewAvailable(bool available)
 {
     m_previewAvailable = available;
@@ -363,35 +354,44 @@ int FileWidget::selectedCount() const
     return rows;
 }
 
-QList<FileItem> FileWidget::selectedItems() const
+void FileWidget::forEachSelected(const std::function<void(const FileItem &item)> &visit) const
 {
     QItemSelection ranges = m_selection->selection();
     std::sort(ranges.begin(), ranges.end(),
               [](const QItemSelectionRange &a, const QItemSelectionRange &b) { return a.top() < b.top(); });
-    QList<FileItem> items;
-    items.reserve(selectedCount());
     int next = 0;
     for (const QItemSelectionRange &range : qAsConst(ranges)) {
         for (int row = qMax(next, range.top()); row <= range.bottom(); ++row)
-            items.append(m_model->item(row));
+            visit(m_model->item(row));
         next = qMax(next, range.bottom() + 1);
     }
+}
+
+QList<FileItem> FileWidget::selectedItems() const
+{
+    QList<FileItem> items;
+    items.reserve(selectedCount());
+    forEachSelected([&](const FileItem &item) { items.append(item); });
     return items;
 }
 
 QList<FileItem> FileWidget::selectedFiles() const
 {
-    QList<FileItem> items = selectedItems();
-    items.erase(std::remove_if(items.begin(), items.end(), [](const FileItem &item) { return item.isFolder(); }),
-                items.end());
+    QList<FileItem> items;
+    forEachSelected([&](const FileItem &item) {
+        if (!item.isFolder())
+            items.append(item);
+    });
     return items;
 }
 
 QList<FileItem> FileWidget::selectedFolders() const
 {
-    QList<FileItem> items = selectedItems();
-    items.erase(std::remove_if(items.begin(), items.end(), [](const FileItem &item) { return !item.isFolder(); }),
-                items.end());
+    QList<FileItem> items;
+    forEachSelected([&](const FileItem &item) {
+        if (item.isFolder())
+            items.append(item);
+    });
     return items;
 }
 
@@ -415,6 +415,13 @@ void FileWidget::select(const QStringList &paths)
     m_selection->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
     selectRows(rows);
     currentView()->scrollTo(first);
+}
+
+void FileWidget::showPath(const QString &path)
+{
+    const int row = m_model->rowOf(path);
+    if (row >= 0)
+        currentView()->scrollTo(m_model->index(row, 0));
 }
 
 void FileWidget::selectRows(QVector<int> rows)
@@ -458,8 +465,7 @@ void FileWidget::keepPlace()
     m_placeAll = selected > 1 && selected == m_model->rowCount();
     m_placeSelected.clear();
     if (!m_placeAll) {
-        for (const FileItem &item : selectedItems())
-            m_placeSelected.append(item.path);
+        forEachSelected([this](const FileItem &item) { m_placeSelected.append(item.path); });
     }
     const int current = m_selection->currentIndex().row();
     m_placeCurrent = current >= 0 && current < m_model->rowCount() ? m_model->item(current).path : QString();
@@ -495,8 +501,8 @@ void FileWidget::restorePlace()
             view->scrollTo(m_model->index(current, 0), QAbstractItemView::PositionAtCenter);
     }
     m_placeSelected.clear();
-    if (!sameFolder || !sameOrder)
-        m_tree->setSortIndicator(m_model->order());
+    m_tree->setSortIndicator(m_model->order());
+    m_tree->setPathColumnVisible(m_model->isSearchResult());
     showPart();
     updateActions();
     emit selectionChanged();

@@ -7,6 +7,8 @@
 #include <QStackedWidget>
 #include <QTimer>
 
+#include <functional>
+
 class EmptyFolderPanel;
 class FileItemModel;
 class FileListWidget;
@@ -50,7 +52,6 @@ public:
     void setShowMode(ShowMode mode);
     void setEmptyPanelVisible(bool visible);
     bool isEmptyPanelVisible() const;
-    void setSearchResult(bool search);
     /// Offers "Preview" for pictures; not offered without a viewer.
     void setPreviewAvailable(bool available);
     /// Size in device pixels in which pictures are wanted.
@@ -62,9 +63,12 @@ public:
 
     QList<FileItem> selectedItems() const;
     QList<FileItem> selectedFiles() const;
+    void forEachSelected(const std::function<void(const FileItem &item)> &visit) const;
     QList<FileItem> selectedFolders() const;
     /// Selects and shows the entries of those paths, as far as they are there.
     void select(const QStringList &paths);
+    /// Scrolls to the entry of that path, if it is there.
+    void showPath(const QString &path);
     /// How many entries are selected; costs nothing, however many they are.
     int selectedCount() const;
     /// Opens the editor on the name of the one selected entry.
@@ -79,6 +83,8 @@ public:
     QMenu *createContextMenu(QWidget *parent);
     /// "Sort by" with its orders, owned by @p parent.
     QMenu *createSortMenu(QWidget *parent);
+    /// Enables the actions that fit the selection.
+    void updateActions();
     QAction *action(Command command) const { return m_actions.value(command); }
 
 signals:
@@ -110,7 +116,6 @@ private:
     void retranslate();
     void setUpView(QAbstractItemView *view);
     void activate(const QModelIndex &index);
-    void updateActions();
     void tellVisiblePictures();
     void dragSelection();
     void keepPlace();

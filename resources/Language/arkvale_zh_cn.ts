@@ -19,6 +19,14 @@
         <source>Hidden folders</source>
         <translation>已折叠的文件夹</translation>
     </message>
+    <message>
+        <source>Scroll up</source>
+        <translation>向上滚动</translation>
+    </message>
+    <message>
+        <source>Scroll down</source>
+        <translation>向下滚动</translation>
+    </message>
 </context>
 <context>
     <name>ArkvaleTolmaMain</name>
@@ -216,6 +224,13 @@
     <message>
         <source>and %1 more</source>
         <translation>以及另外 %1 个</translation>
+    </message>
+</context>
+<context>
+    <name>BusyStrip</name>
+    <message>
+        <source>Loading</source>
+        <translation>正在加载</translation>
     </message>
 </context>
 <context>
@@ -959,36 +974,12 @@
 <context>
     <name>NetdiskPage</name>
     <message>
-        <source>The folder could not be created.</source>
-        <translation>无法创建文件夹。</translation>
-    </message>
-    <message>
-        <source>The items could not be deleted.</source>
-        <translation>无法删除这些项目。</translation>
-    </message>
-    <message>
         <source>Error</source>
         <translation>错误</translation>
     </message>
     <message>
         <source>Path not found!</source>
         <translation>找不到路径！</translation>
-    </message>
-    <message>
-        <source>The folder could not be opened: the service did not answer as expected.</source>
-        <translation>无法打开文件夹：服务未返回预期的响应。</translation>
-    </message>
-    <message>
-        <source>The item could not be renamed.</source>
-        <translation>无法重命名该项目。</translation>
-    </message>
-    <message>
-        <source>The items could not be moved.</source>
-        <translation>无法移动这些项目。</translation>
-    </message>
-    <message>
-        <source>The items could not be copied.</source>
-        <translation>无法复制这些项目。</translation>
     </message>
     <message>
         <source>items</source>
@@ -1118,6 +1109,118 @@
         <source>Storage used</source>
         <translation>已用空间</translation>
     </message>
+    <message>
+        <source>The folder &quot;%1&quot; could not be opened: the service does not answer as expected.</source>
+        <translation>无法打开文件夹“%1”：服务没有按预期应答。</translation>
+    </message>
+    <message>
+        <source>real name authentication</source>
+        <translation>实名认证</translation>
+    </message>
+    <message>
+        <source>Dear users, you have not been %1, temporarily unable to share.</source>
+        <translation>亲爱的用户，您还没有%1，暂时无法分享。</translation>
+    </message>
+    <message>
+        <source>Please select one file/folder to share.</source>
+        <translation>请选择一个文件或文件夹进行分享。</translation>
+    </message>
+    <message>
+        <source>Share</source>
+        <translation>分享</translation>
+    </message>
+    <message>
+        <source>All commands</source>
+        <translation>全部命令</translation>
+    </message>
+    <message>
+        <source>Filter</source>
+        <translation>筛选</translation>
+    </message>
+    <message>
+        <source>Show only names that hold this text</source>
+        <translation>只显示名称包含此文字的项目</translation>
+    </message>
+    <message>
+        <source>Search the whole drive</source>
+        <translation>搜索整个网盘</translation>
+    </message>
+    <message>
+        <source>Share by link</source>
+        <translation>通过链接分享</translation>
+    </message>
+    <message>
+        <source>Share with users</source>
+        <translation>分享给用户</translation>
+    </message>
+    <message>
+        <source>Parent folder</source>
+        <translation>上级文件夹</translation>
+    </message>
+    <message>
+        <source>Edit path</source>
+        <translation>编辑路径</translation>
+    </message>
+    <message>
+        <source>Select all</source>
+        <translation>全选</translation>
+    </message>
+    <message>
+        <source>%1 selected</source>
+        <translation>已选择 %1 项</translation>
+    </message>
+    <message>
+        <source>not allowed</source>
+        <translation>没有权限</translation>
+    </message>
+    <message>
+        <source>not there any more</source>
+        <translation>已不存在</translation>
+    </message>
+    <message>
+        <source>the name is taken</source>
+        <translation>名称已被占用</translation>
+    </message>
+    <message>
+        <source>not enough room</source>
+        <translation>空间不足</translation>
+    </message>
+    <message>
+        <source>the service cannot be reached</source>
+        <translation>无法连接到服务</translation>
+    </message>
+    <message>
+        <source>the service refused, error %1</source>
+        <translation>服务拒绝了请求，错误 %1</translation>
+    </message>
+    <message>
+        <source>Could not create %1: %2.</source>
+        <translation>无法创建 %1：%2。</translation>
+    </message>
+    <message>
+        <source>Could not delete %1: %2.</source>
+        <translation>无法删除 %1：%2。</translation>
+    </message>
+    <message>
+        <source>Could not move %1: %2.</source>
+        <translation>无法移动 %1：%2。</translation>
+    </message>
+    <message>
+        <source>Could not copy %1: %2.</source>
+        <translation>无法复制 %1：%2。</translation>
+    </message>
+    <message>
+        <source>Could not rename %1: %2.</source>
+        <translation>无法重命名 %1：%2。</translation>
+    </message>
+    <message>
+        <source>Could not compress into %1: %2.</source>
+        <translation>无法压缩为 %1：%2。</translation>
+    </message>
+    <message>
+        <source>Could not decompress %1: %2.</source>
+        <translation>无法解压 %1：%2。</translation>
+    </message>
 </context>
 <context>
     <name>NewFolderWidget</name>
@@ -1152,6 +1255,17 @@
     <message>
         <source>Tip</source>
         <translation>提示</translation>
+    </message>
+</context>
+<context>
+    <name>NoticeBar</name>
+    <message>
+        <source>Try again</source>
+        <translation>重试</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
     </message>
 </context>
 <context>

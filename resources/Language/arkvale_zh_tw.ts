@@ -19,6 +19,14 @@
         <source>Hidden folders</source>
         <translation>已摺疊的資料夾</translation>
     </message>
+    <message>
+        <source>Scroll up</source>
+        <translation>向上捲動</translation>
+    </message>
+    <message>
+        <source>Scroll down</source>
+        <translation>向下捲動</translation>
+    </message>
 </context>
 <context>
     <name>ArkvaleTolmaMain</name>
@@ -216,6 +224,13 @@
     <message>
         <source>and %1 more</source>
         <translation>以及另外 %1 個</translation>
+    </message>
+</context>
+<context>
+    <name>BusyStrip</name>
+    <message>
+        <source>Loading</source>
+        <translation>正在載入</translation>
     </message>
 </context>
 <context>
@@ -959,36 +974,12 @@
 <context>
     <name>NetdiskPage</name>
     <message>
-        <source>The folder could not be created.</source>
-        <translation>無法建立資料夾。</translation>
-    </message>
-    <message>
-        <source>The items could not be deleted.</source>
-        <translation>無法刪除這些項目。</translation>
-    </message>
-    <message>
         <source>Error</source>
         <translation>錯誤</translation>
     </message>
     <message>
         <source>Path not found!</source>
         <translation>找不到路徑！</translation>
-    </message>
-    <message>
-        <source>The folder could not be opened: the service did not answer as expected.</source>
-        <translation>無法開啟資料夾：服務未傳回預期的回應。</translation>
-    </message>
-    <message>
-        <source>The item could not be renamed.</source>
-        <translation>無法重新命名該項目。</translation>
-    </message>
-    <message>
-        <source>The items could not be moved.</source>
-        <translation>無法移動這些項目。</translation>
-    </message>
-    <message>
-        <source>The items could not be copied.</source>
-        <translation>無法複製這些項目。</translation>
     </message>
     <message>
         <source>items</source>
@@ -1118,6 +1109,118 @@
         <source>Storage used</source>
         <translation>已使用空間</translation>
     </message>
+    <message>
+        <source>The folder &quot;%1&quot; could not be opened: the service does not answer as expected.</source>
+        <translation>無法開啟資料夾「%1」：服務沒有按預期回應。</translation>
+    </message>
+    <message>
+        <source>real name authentication</source>
+        <translation>實名認證</translation>
+    </message>
+    <message>
+        <source>Dear users, you have not been %1, temporarily unable to share.</source>
+        <translation>親愛的使用者，您還沒有%1，暫時無法分享。</translation>
+    </message>
+    <message>
+        <source>Please select one file/folder to share.</source>
+        <translation>請選擇一個檔案或資料夾進行分享。</translation>
+    </message>
+    <message>
+        <source>Share</source>
+        <translation>分享</translation>
+    </message>
+    <message>
+        <source>All commands</source>
+        <translation>全部命令</translation>
+    </message>
+    <message>
+        <source>Filter</source>
+        <translation>篩選</translation>
+    </message>
+    <message>
+        <source>Show only names that hold this text</source>
+        <translation>只顯示名稱包含此文字的項目</translation>
+    </message>
+    <message>
+        <source>Search the whole drive</source>
+        <translation>搜尋整個網盤</translation>
+    </message>
+    <message>
+        <source>Share by link</source>
+        <translation>透過連結分享</translation>
+    </message>
+    <message>
+        <source>Share with users</source>
+        <translation>分享給使用者</translation>
+    </message>
+    <message>
+        <source>Parent folder</source>
+        <translation>上層資料夾</translation>
+    </message>
+    <message>
+        <source>Edit path</source>
+        <translation>編輯路徑</translation>
+    </message>
+    <message>
+        <source>Select all</source>
+        <translation>全選</translation>
+    </message>
+    <message>
+        <source>%1 selected</source>
+        <translation>已選取 %1 項</translation>
+    </message>
+    <message>
+        <source>not allowed</source>
+        <translation>沒有權限</translation>
+    </message>
+    <message>
+        <source>not there any more</source>
+        <translation>已不存在</translation>
+    </message>
+    <message>
+        <source>the name is taken</source>
+        <translation>名稱已被占用</translation>
+    </message>
+    <message>
+        <source>not enough room</source>
+        <translation>空間不足</translation>
+    </message>
+    <message>
+        <source>the service cannot be reached</source>
+        <translation>無法連線到服務</translation>
+    </message>
+    <message>
+        <source>the service refused, error %1</source>
+        <translation>服務拒絕了請求，錯誤 %1</translation>
+    </message>
+    <message>
+        <source>Could not create %1: %2.</source>
+        <translation>無法建立 %1：%2。</translation>
+    </message>
+    <message>
+        <source>Could not delete %1: %2.</source>
+        <translation>無法刪除 %1：%2。</translation>
+    </message>
+    <message>
+        <source>Could not move %1: %2.</source>
+        <translation>無法移動 %1：%2。</translation>
+    </message>
+    <message>
+        <source>Could not copy %1: %2.</source>
+        <translation>無法複製 %1：%2。</translation>
+    </message>
+    <message>
+        <source>Could not rename %1: %2.</source>
+        <translation>無法重新命名 %1：%2。</translation>
+    </message>
+    <message>
+        <source>Could not compress into %1: %2.</source>
+        <translation>無法壓縮為 %1：%2。</translation>
+    </message>
+    <message>
+        <source>Could not decompress %1: %2.</source>
+        <translation>無法解壓縮 %1：%2。</translation>
+    </message>
 </context>
 <context>
     <name>NewFolderWidget</name>
@@ -1152,6 +1255,17 @@
     <message>
         <source>Tip</source>
         <translation>提示</translation>
+    </message>
+</context>
+<context>
+    <name>NoticeBar</name>
+    <message>
+        <source>Try again</source>
+        <translation>重試</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>關閉</translation>
     </message>
 </context>
 <context>

@@ -1,5 +1,7 @@
 #include "TabWidget.h"
 
+#include "DropDecision.h"
+#include "NetdiskPage.h"
 #include "TabBar.h"
 
 #include <QDrag>
@@ -12,6 +14,7 @@
 namespace {
 
 const char kTabFormat[] = "application/x-arkvale-tab";
+constexpr int kRest = 500;    // ms
 constexpr int kSideShare = 4; // a quarter of the pane's width at each side
 
 bool isTab(const QDropEvent *event)
@@ -39,6 +42,8 @@ TabWidget::TabWidget(QWidget *parent)
     m_hint->setAttribute(Qt::WA_StyledBackground);
     m_hint->setAttribute(Qt::WA_TransparentForMouseEvents);
     m_hint->hide();
+    bar->setAcceptDrops(true);
+    bar->installEventFilter(this);
     bar->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(bar, &QWidget::customContextMenuRequested, this, &TabWidget::showMenu);
     connect(bar, &TabBar::dragOut, this, &TabWidget::startDrag);
@@ -184,4 +189,42 @@ void TabWidget::dropEvent(QDropEvent *event)
         return;
     qobject_cast<TabWidget *>(event->source())->m_drop = dropAt(event->pos());
     event->acceptProposedAction();
+}
+
+bool TabWidget::eventFilter(QObject *watched, QEvent *event)
+{
+    const QEvent::Type type = event->type();
+    const bool enters = type == QEvent::DragEnter, moves = type == QEvent::DragMove, drops = type == QEvent::Drop;
+    if (type == QEvent::DragLeave || drops)
+        m_rest.stop();
+    if (watched != tabBar() || !(enters || moves || drops))
+        return QTabWidget::eventFilter(watched, event);
+    auto *drop = static_cast<QDropEvent *>(event);
+    if (isTab(drop)) {
+        event->ignore(); // the pane takes it
+        return true;
+    }
+    const int index = tabBar()->tabAt(drop->pos());
+    if (moves && index != m_restTab) {
+        m_restTab = index;
+        m_rest.start(kRest, this);
+    }
+    auto *page = qobject_cast<NetdiskPage *>(widget(index));
+    const auto kind = DropDecision::Kind(page ? page->dropKind(drop->mimeData()) : 0);
+    if (enters)
+        drop->accept(); // over which tab the drop happens is not known yet
+    else
+        DropDecision::apply(kind, drop);
+    if (drops && kind)
+        page->takeDrop(drop->mimeData());
+    return true;
+}
+
+void TabWidget::timerEvent(QTimerEvent *event)
+{
+    if (event->timerId() != m_rest.timerId())
+        return QTabWidget::timerEvent(event);
+    m_rest.stop();
+    if (m_restTab >= 0)
+        setCurrentIndex(m_restTab);
 }

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <QBasicTimer>
 #include <QPointer>
 #include <QTabWidget>
 
 /// One pane of drive pages. Its tab bar hides while there is a single tab. What the person wants of the tabs leaves as
 /// signals; the pane itself only lets tabs be moved among each other. Tabs can be dragged to other panes and to the
-/// sides of a pane. GUI thread only.
+/// sides of a pane; what else is dropped on a tab goes to its page, and a tab opens under a drag that rests on it. GUI
+/// thread only.
 class TabWidget : public QTabWidget
 {
     Q_OBJECT
@@ -45,6 +47,8 @@ protected:
     void dragMoveEvent(QDragMoveEvent *event) override;
     void dragLeaveEvent(QDragLeaveEvent *event) override;
     void dropEvent(QDropEvent *event) override;
+    void timerEvent(QTimerEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     struct Drop
@@ -61,5 +65,7 @@ private:
 
     bool m_splittable = true;
     QWidget *m_hint;
+    QBasicTimer m_rest; ///< runs while a drag rests on a tab that is not open
+    int m_restTab = -1;
     Drop m_drop; ///< of the drag that this pane started
 };
