@@ -1,28 +1,17 @@
 #include "LinkPool.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace {
 
-constexpr int kTick = 1000;
-constexpr int kIdleTicks = 30;
-
-double megabits(double bytesPerSecond)
-{
-    return bytesPerSecond * 8.0 / (1024.0 * 1024.0);
-}
+constexpr int kTick = 500;
+constexpr int kIdleTicks = 60;
 
 } // namespace
 
-QString LinkAddress::key() const
-{
-    return subCenterId + QLatin1Char('\n') + host + QLatin1Char('\n') + QString::number(port) + QLatin1Char('\n') +
-           fingerprint;
-}
-
 LinkPool::LinkPool(QObject *parent)
     : QObject(parent)
-    , m_mailbox(std::make_shared<Mailbox>(this))
     , m_tick(this)
 {
     m_tick.setInterval(kTick);
@@ -31,148 +20,115 @@ LinkPool::LinkPool(QObject *parent)
 
 LinkPool::~LinkPool()
 {
-    m_mailbox->close();
-    for (auto &entry : m_links) {
-        if (entry.second.connection)
-            entry.second.connection->close();
-    }
-    m_links.clear();
+    m_lines.clear();
     if (m_context)
         m_context->stop();
 }
 
-zpdt::Connection &LinkPool::acquire(const LinkAddress &address)
+TransferLine &LinkPool::enter(const LinkAddress &address)
 {
     if (!m_context)
         m_context = std::make_unique<zpdt::Context>();
     const QString key = address.key();
-    Link &link = m_links[key];
-    ++link.users;
-    link.idleTicks = 0;
-    if (link.connection)
-        return *link.connection;
-
-    link.address = address;
-    link.serial = ++m_lastSerial;
-    link.info.subCenterId = address.subCenterId;
-    link.info.host = address.host;
-    link.info.port = QString::number(address.port);
-    link.info.carrier = QStringLiteral("TCP");
-    link.info.state = ZpdtConnectionInfo::Connecting;
-    link.info.reason.clear();
-    zpdt::Endpoint endpoint;
-    endpoint.host = address.host.toStdString();
-    endpoint.port = address.port;
-    endpoint.fingerprint = address.fingerprint.toStdString();
-    endpoint.clientVersion = address.clientVersion.toStdString();
-    link.connection = std::make_unique<zpdt::Connection>(
-        *m_context, endpoint,
-        [this, mailbox = m_mailbox, key, serial = link.serial](zpdt::ConnectionState state, zpdt::Error error,
-                                                               const std::string &text) {
-            QString reason = QString::fromStdString(text);
-            if (reason.isEmpty() && error != zpdt::Error::None)
-                reason = QString::fromLatin1(zpdt::errorName(error));
-            mailbox->post([this, key, serial, state, reason] { onState(key, serial, state, reason); });
+    Held &held = m_lines[key];
+    if (!held.line) {
+        held.age = ++m_lastAge;
+        held.line = std::make_unique<TransferLine>(*m_context, address, m_memory.find(address.place()), nullptr);
+        TransferLine *line = held.line.get();
+        connect(line, &TransferLine::carrierChanged, this, [this, key] {
+            announce();
+            emit carrierChanged(key);
         });
-    link.rates = {};
-    applyRates(link, m_rates.value(address.subCenterId, m_rates.value(QString())));
+        connect(line, &TransferLine::failed, this, [this, key](ZpdtError error, const QString &text) {
+            announce();
+            emit lineFailed(key, error, text);
+        });
+        connect(line, &TransferLine::keyWanted, this, [this, key] { emit keyWanted(key); });
+    }
+    held.idleTicks = 0;
+    held.line->refresh(address);
+    held.line->enter();
+    applyGoals(address.subCenterId);
+    if (!m_tick.isActive())
+        QMetaObject::invokeMethod(this, &LinkPool::announce, Qt::QueuedConnection);
     m_tick.start();
-    QMetaObject::invokeMethod(this, &LinkPool::announce, Qt::QueuedConnection);
-    return *link.connection;
+    return *held.line;
 }
 
-void LinkPool::release(const LinkAddress &address)
+void LinkPool::leave(const QString &key)
 {
-    const auto it = m_links.find(address.key());
-    if (it != m_links.end() && it->second.users > 0)
-        --it->second.users;
+    if (TransferLine *line = find(key))
+        line->leave();
 }
 
-void LinkPool::setRates(const QString &subCenterId, quint64 upload, quint64 download)
+TransferLine *LinkPool::find(const QString &key) const
+{
+    const auto held = m_lines.find(key);
+    return held == m_lines.end() ? nullptr : held->second.line.get();
+}
+
+void LinkPool::setGoals(const QString &subCenterId, const zpdt::RateGoal &upload, const zpdt::RateGoal &download)
 {
     if (subCenterId.isEmpty())
-        m_rates.clear();
-    m_rates.insert(subCenterId, {upload, download});
-    for (auto &entry : m_links) {
-        if (subCenterId.isEmpty() || entry.second.address.subCenterId == subCenterId)
-            applyRates(entry.second, {upload, download});
+        m_goals.clear();
+    m_goals.insert(subCenterId, {upload, download});
+    applyGoals(subCenterId);
+}
+
+/// The lines of a sub-center that are in use share its speed.
+void LinkPool::applyGoals(const QString &subCenterId)
+{
+    std::map<QString, std::vector<TransferLine *>> lines;
+    for (const auto &[key, held] : m_lines) {
+        const QString &id = held.line->address().subCenterId;
+        if ((subCenterId.isEmpty() || id == subCenterId) && (!held.line->idle() || held.line->connected()))
+            lines[id].push_back(held.line.get());
+    }
+    for (const auto &[id, sharing] : lines) {
+        const auto used = std::count_if(sharing.begin(), sharing.end(), [](auto *line) { return !line->idle(); });
+        const Goals goals = m_goals.value(id, m_goals.value(QString()));
+        const auto part = [parts = static_cast<quint64>(std::max<std::ptrdiff_t>(1, used))](zpdt::RateGoal goal) {
+            for (auto *figure : {&goal.bytesPerSecond, &goal.startBytesPerSecond, &goal.floorBytesPerSecond})
+                *figure = *figure == 0 ? 0 : std::max<quint64>(1, *figure / parts);
+            return goal;
+        };
+        for (TransferLine *line : sharing)
+            line->setGoals(part(goals.upload), part(goals.download));
     }
 }
 
-void LinkPool::applyRates(Link &link, const Rates &rates)
+void LinkPool::addressesChanged(const QStringList &addresses)
 {
-    if (!link.connection || (link.rates.upload == rates.upload && link.rates.download == rates.download))
-        return;
-    link.rates = rates;
-    link.connection->setGoal(zpdt::Direction::Upload, {rates.upload});
-    link.connection->setGoal(zpdt::Direction::Download, {rates.download});
-}
-
-void LinkPool::onState(const QString &key, quint64 serial, zpdt::ConnectionState state, const QString &text)
-{
-    const auto it = m_links.find(key);
-    if (it == m_links.end() || it->second.serial != serial)
-        return;
-    Link &link = it->second;
-    switch (state) {
-    case zpdt::ConnectionState::Connecting:
-        link.info.state = ZpdtConnectionInfo::Connecting;
-        break;
-    case zpdt::ConnectionState::Connected:
-        link.info.state = ZpdtConnectionInfo::Connected;
-        ++link.info.connectTimes;
-        link.info.reason = text;
-        break;
-    case zpdt::ConnectionState::Closed:
-        link.info.state = ZpdtConnectionInfo::NotConnected;
-        link.info.sendRateMbps = 0.0;
-        link.info.receiveRateMbps = 0.0;
-        link.info.reason = text;
-        // Its streams end by themselves; whoever opens the next one gets a new connection.
-        link.connection.reset();
-        break;
-    }
-    announce();
-}
-
-void LinkPool::onMetrics(const QString &key, quint64 serial, const zpdt::Metrics &metrics)
-{
-    const auto it = m_links.find(key);
-    if (it == m_links.end() || it->second.serial != serial || !it->second.connection)
-        return;
-    ZpdtConnectionInfo &info = it->second.info;
-    info.carrier = QString::fromStdString(metrics.carrier);
-    info.roundTripMs = metrics.roundTripMs;
-    info.sendRateMbps = megabits(metrics.outBytesPerSecond);
-    info.receiveRateMbps = megabits(metrics.inBytesPerSecond);
-    if (metrics.retransmitPercent >= 0.0) {
-        info.retransmitPercent = metrics.retransmitPercent;
-        info.lossPercent = metrics.retransmitPercent;
-    }
-    if (!metrics.congestion.empty())
-        info.reason = QStringLiteral("TCP with %1").arg(QString::fromStdString(metrics.congestion));
+    for (const auto &entry : m_lines)
+        entry.second.line->addressesChanged(addresses);
 }
 
 void LinkPool::onTick()
 {
     bool active = false;
-    for (auto &entry : m_links) {
-        Link &link = entry.second;
-        if (!link.connection)
-            continue;
-        if (link.users == 0 && ++link.idleTicks >= kIdleTicks) {
-            link.connection->close();
-            link.connection.reset();
-            link.serial = ++m_lastSerial; // what it still says is about the old connection
-            link.info.state = ZpdtConnectionInfo::NotConnected;
-            link.info.reason = QStringLiteral("idle");
+    QStringList rested;
+    QMap<QString, quint64> newest;
+    for (auto &[key, held] : m_lines) {
+        TransferLine &line = *held.line;
+        quint64 &latest = newest[line.address().place()];
+        latest = std::max(latest, held.age);
+        if (line.idle() && ++held.idleTicks >= kIdleTicks) {
+            line.close(QStringLiteral("idle"));
             continue;
         }
-        active = true;
-        link.connection->metrics(
-            [this, mailbox = m_mailbox, key = entry.first, serial = link.serial](const zpdt::Metrics &metrics) {
-                mailbox->post([this, key, serial, metrics] { onMetrics(key, serial, metrics); });
-            });
+        if (line.idle() && held.idleTicks == 1)
+            rested.append(line.address().subCenterId);
+        active = active || !line.idle() || line.connected();
+        line.tick();
+        if (const auto verdict = line.takeVerdict())
+            m_memory.store(line.address().place(), *verdict);
+    }
+    for (const QString &subCenterId : qAsConst(rested))
+        applyGoals(subCenterId);
+    for (auto it = m_lines.begin(); it != m_lines.end();) {
+        const TransferLine &line = *it->second.line;
+        const bool outdated = it->second.age < newest.value(line.address().place());
+        it = outdated && line.idle() && !line.connected() ? m_lines.erase(it) : std::next(it);
     }
     announce();
     if (!active)
@@ -181,27 +137,15 @@ void LinkPool::onTick()
 
 void LinkPool::announce()
 {
-    // A server that came back with another certificate is a link of its own; its old link is forgotten.
-    QMap<QString, const Link *> shown;
-    std::vector<QString> outdated;
-    for (const auto &[key, link] : m_links) {
-        const QString place =
-            link.info.subCenterId + QLatin1Char('\n') + link.info.host + QLatin1Char('\n') + link.info.port;
-        const Link *other = shown.value(place);
-        const Link *kept = &link;
-        if (other) {
-            const bool newer = link.serial > other->serial;
-            const Link *old = newer ? other : &link;
-            kept = newer ? &link : other;
-            if (!old->connection && old->users == 0)
-                outdated.push_back(old->address.key());
-        }
-        shown.insert(place, kept);
+    // A server that came back with another certificate is a line of its own; its old line is not shown any more.
+    QMap<QString, const Held *> shown;
+    for (const auto &[key, held] : m_lines) {
+        const QString place = held.line->address().place();
+        const Held *other = shown.value(place);
+        shown.insert(place, other && other->age > held.age ? other : &held);
     }
     QList<ZpdtConnectionInfo> infos;
-    for (const Link *link : qAsConst(shown))
-        infos.append(link->info);
-    for (const QString &key : outdated)
-        m_links.erase(key);
+    for (const Held *held : qAsConst(shown))
+        infos.append(held->line->info());
     emit connectionsChanged(infos);
 }

@@ -1,31 +1,17 @@
 #pragma once
 
-#include "Mailbox.h"
-#include "TransferModule.h"
-
-#include "Connection.h"
-#include "Context.h"
+#include "PathMemory.h"
+#include "TransferLine.h"
 
 #include <QMap>
-#include <QObject>
 #include <QTimer>
 
 #include <map>
 #include <memory>
 
-struct LinkAddress
-{
-    QString subCenterId;
-    QString host;
-    quint16 port = 0;
-    QString fingerprint;
-    QString clientVersion;
-
-    QString key() const;
-};
-
-/// The engine's transfer connections: one for each server and certificate, made when it is asked for, closed when no
-/// stream used it for half a minute. Lives on the engine's worker thread; signals come from the event loop.
+/// The engine's transfer connections: a line for each server and certificate, made when it is asked for, its
+/// connections closed when nobody used it for half a minute. Lives on the engine's worker thread; signals come from
+/// the event loop.
 class LinkPool : public QObject
 {
     Q_OBJECT
@@ -34,43 +20,41 @@ public:
     explicit LinkPool(QObject *parent = nullptr);
     ~LinkPool() override;
 
-    /// The connection of that address. It stays open until each acquire() has had its release().
-    zpdt::Connection &acquire(const LinkAddress &address);
-    void release(const LinkAddress &address);
-    /// Speed limits of all connections to a sub-center, those to come too; an empty id stands for every sub-center.
-    /// Bytes a second.
-    void setRates(const QString &subCenterId, quint64 upload, quint64 download);
+    /// The line of that address, which stays until each enter() has had its leave().
+    TransferLine &enter(const LinkAddress &address);
+    void leave(const QString &key);
+    TransferLine *find(const QString &key) const;
+    /// Speed limits of all connections to a sub-center together, those to come too; an empty id stands for every
+    /// sub-center that is not named otherwise.
+    void setGoals(const QString &subCenterId, const zpdt::RateGoal &upload, const zpdt::RateGoal &download);
+    void addressesChanged(const QStringList &addresses);
 
 signals:
+    void carrierChanged(const QString &key);
+    void lineFailed(const QString &key, ZpdtError error, const QString &text);
+    void keyWanted(const QString &key);
     void connectionsChanged(const QList<ZpdtConnectionInfo> &connections);
 
 private:
-    struct Rates
+    struct Goals
     {
-        quint64 upload = 0;
-        quint64 download = 0;
+        zpdt::RateGoal upload, download;
     };
-    struct Link
+    struct Held
     {
-        LinkAddress address;
-        std::unique_ptr<zpdt::Connection> connection;
-        quint64 serial = 0;
-        int users = 0;
+        std::unique_ptr<TransferLine> line;
+        quint64 age = 0;
         int idleTicks = 0;
-        Rates rates;
-        ZpdtConnectionInfo info;
     };
 
-    static void applyRates(Link &link, const Rates &rates);
-    void onState(const QString &key, quint64 serial, zpdt::ConnectionState state, const QString &text);
-    void onMetrics(const QString &key, quint64 serial, const zpdt::Metrics &metrics);
+    void applyGoals(const QString &subCenterId);
     void onTick();
     void announce();
 
-    std::unique_ptr<zpdt::Context> m_context; ///< made with the first connection
-    std::shared_ptr<Mailbox> m_mailbox;
-    std::map<QString, Link> m_links;
-    QMap<QString, Rates> m_rates; ///< by sub-center; the empty one stands for those that are not named
+    std::unique_ptr<zpdt::Context> m_context; ///< made with the first line
+    PathMemory m_memory;
+    std::map<QString, Held> m_lines;
+    QMap<QString, Goals> m_goals; ///< by sub-center; the empty one stands for those that are not named
     QTimer m_tick;
-    quint64 m_lastSerial = 0;
+    quint64 m_lastAge = 0;
 };

@@ -106,13 +106,7 @@ void RemoteDiscard::onTicket(quint64 ticket, const TicketAnswer &answer)
         return;
     }
     const TaskTable::Config config = m_configs.value(batch.subCenterId);
-    const auto own = configuredServer(*config);
-    LinkAddress address;
-    address.subCenterId = batch.subCenterId;
-    address.host = own.first.isEmpty() ? answer.host : own.first;
-    address.port = own.first.isEmpty() ? answer.port : own.second;
-    address.fingerprint = answer.fingerprint;
-    address.clientVersion = config->clientVersion;
+    const LinkAddress address = addressOf(batch.subCenterId, *config, answer);
     if (address.host.isEmpty() || address.port == 0) {
         onEnd(key, ZpdtError::Network);
         return;
@@ -121,12 +115,12 @@ void RemoteDiscard::onTicket(quint64 ticket, const TicketAnswer &answer)
     request.ticket = answer.ticket.toStdString();
     for (const QString &name : batch.sent)
         request.names.push_back(name.toStdString());
-    batch.link = address;
+    batch.line = address.key();
     zpdt::StreamCallbacks callbacks;
     callbacks.onEnd = [this, box = m_mailbox, key](const zpdt::StreamResult &result) {
         box->post([this, key, error = fromWire(result.error)] { onEnd(key, error); });
     };
-    batch.stream = m_links.acquire(address).openDiscard(std::move(request), std::move(callbacks));
+    batch.stream = m_links.enter(address).any().openDiscard(std::move(request), std::move(callbacks));
 }
 
 void RemoteDiscard::onEnd(const QString &key, ZpdtError error)
@@ -135,9 +129,9 @@ void RemoteDiscard::onEnd(const QString &key, ZpdtError error)
     if (found == m_batches.end())
         return;
     Batch &batch = found->second;
-    if (batch.link)
-        m_links.release(*batch.link);
-    batch.link.reset();
+    if (!batch.line.isEmpty())
+        m_links.leave(batch.line);
+    batch.line.clear();
     batch.stream.reset();
     if (error != ZpdtError::None && batch.failures == 0)
         batch.since.start();

@@ -12,7 +12,6 @@
 
 #include <map>
 #include <memory>
-#include <optional>
 
 /// Has the service remove the partial files of uploads that were cancelled. While the line is down it tries again, for
 /// a quarter of an hour; what is left then the service removes by itself when it is old. Lives on the engine's worker
@@ -42,7 +41,7 @@ private:
         QSet<QString> sent; ///< names of the present try
         bool busy = false;  ///< asking, open, or waiting for the next try
         quint64 ticket = 0;
-        std::optional<LinkAddress> link;
+        QString line; ///< entered, empty when not
         std::shared_ptr<zpdt::Stream> stream;
         int failures = 0;
         QElapsedTimer since; ///< the first failure

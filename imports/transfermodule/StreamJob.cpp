@@ -4,6 +4,21 @@
 
 #include <algorithm>
 
+LinkAddress addressOf(const QString &subCenterId, const ZpdtTransConfig &config, const TicketAnswer &answer)
+{
+    const auto own = TransferRules::configuredServer(config);
+    LinkAddress address;
+    address.subCenterId = subCenterId;
+    address.host = own.first.isEmpty() ? answer.host : own.first;
+    address.port = own.first.isEmpty() ? answer.port : own.second;
+    address.fingerprint = answer.fingerprint;
+    address.clientVersion = config.clientVersion;
+    address.udpAllowed = !config.engineFlagA;
+    address.udpPort = answer.udpPort;
+    address.udpKey = answer.udpKey;
+    return address;
+}
+
 ZpdtError fromWire(zpdt::Error error)
 {
     switch (error) {

@@ -3,6 +3,7 @@
 #include "LinkPool.h"
 #include "SpeedMeter.h"
 #include "TaskTable.h"
+#include "TicketClient.h"
 
 #include <optional>
 #include <vector>
@@ -25,9 +26,11 @@ struct StreamJob
     enum Phase
     {
         Asking,  ///< for a ticket
+        Lining,  ///< with the ticket, for a connection
         Waiting, ///< for the next try
         Open,    ///< the stream is there
-        Closing  ///< the stream was told to end
+        Closing, ///< the stream was told to end
+        Moving   ///< the stream was told to end, to go on over another connection
     };
 
     quint64 number = 0;
@@ -44,7 +47,12 @@ struct StreamJob
     quint64 round = 0; ///< number of the try; what belongs to an earlier one is ignored
     quint64 ticket = 0;
     std::shared_ptr<zpdt::Stream> stream;
-    std::optional<LinkAddress> link;
+    TicketAnswer answer;   ///< of the stream to come
+    qint64 answeredAt = 0;
+    qint64 since = 0; ///< in Lining
+    QString line;          ///< entered, empty when not
+    quint64 connection = 0; ///< number of the line's connection that the stream uses
+    int priority = 0;      ///< higher ones go first
     std::vector<std::size_t> roots; ///< members of the present stream in the order of its names
     int failures = 0;               ///< tries without progress
     int refusals = 0;
@@ -72,6 +80,9 @@ struct StreamJob
         return count;
     }
 };
+
+/// Where a stream with that ticket goes: the configured server, or else the one that the ticket names.
+LinkAddress addressOf(const QString &subCenterId, const ZpdtTransConfig &config, const TicketAnswer &answer);
 
 ZpdtError fromWire(zpdt::Error error);
 

@@ -46,8 +46,11 @@ signals:
     /// @param bytes size of what was transferred, -1 when it is not known
     void ended(TaskId id, bool success, qint64 bytes);
     void stopped(TaskId id);
-    /// There is no room for the task at one of the ends. The reason was told by progressChanged().
-    void halted(TaskId id);
+    /// A download that was asked for as a file is a folder, and better off on a stream of its own.
+    void folderFound(TaskId id);
+    /// There is no room for the task; what was received stays. It is no longer in hand.
+    /// @param need bytes that are still to be stored, 0 when not known
+    void halted(TaskId id, qint64 need);
     void foldersCreated(const QStringList &folders);
     void connectionsChanged(const QList<ZpdtConnectionInfo> &connections);
 

@@ -4,17 +4,23 @@
 
 #include "TargetTree.h"
 
+#include <QRandomGenerator>
+
 #include <algorithm>
+#include <array>
 
 using namespace TransferRules;
 
 namespace {
 
 constexpr int kTick = 250;
-/// A fresh ticket is refused when the service was started anew in between; more often means that it is meant so.
+/// A ticket lives for a minute, of which opening a stream may take some.
+constexpr qint64 kTicketLife = 45000;
+/// A line tells within ten seconds what becomes of it; a ticket does not live for ever.
+constexpr qint64 kLongestWait = 20000;
+constexpr quint64 kManyDone = 20000;
+/// A certificate that is not the expected one may be that of a service that was started anew in between.
 constexpr int kRefusals = 3;
-/// Links and special files that a task names; of more it gives the number alone.
-constexpr qint64 kNamedSkips = 5;
 
 } // namespace
 
@@ -26,6 +32,7 @@ StreamRunnerPrivate::StreamRunnerPrivate(bool realNameVerified, StreamRunner *ow
     , q(owner)
     , m_verified(realNameVerified)
     , m_tickets(this)
+    , m_watch(this)
     , m_tick(this)
 {
     m_clock.start();
@@ -33,6 +40,14 @@ StreamRunnerPrivate::StreamRunnerPrivate(bool realNameVerified, StreamRunner *ow
     connect(&m_tick, &QTimer::timeout, this, &StreamRunnerPrivate::onTick);
     connect(&m_tickets, &TicketClient::answered, this, &StreamRunnerPrivate::onTicket);
     connect(&links, &LinkPool::connectionsChanged, q, &StreamRunner::connectionsChanged);
+    connect(&links, &LinkPool::carrierChanged, this, &StreamRunnerPrivate::onCarrier);
+    connect(&links, &LinkPool::lineFailed, this, &StreamRunnerPrivate::onLineFailed);
+    connect(&links, &LinkPool::keyWanted, this, &StreamRunnerPrivate::onKeyWanted);
+    connect(&m_watch, &NetworkWatch::changed, this, [this](const QStringList &addresses) {
+        m_tickets.forgetConnections();
+        links.addressesChanged(addresses);
+        wake([](const Job &) { return true; });
+    });
 }
 
 StreamRunnerPrivate::Job *StreamRunnerPrivate::find(quint64 number)
@@ -131,7 +146,12 @@ void StreamRunnerPrivate::end(TaskId id, bool abandon)
 void StreamRunnerPrivate::setParams(const ZpdtTransConfig &config)
 {
     discards.setConfig(config);
-    links.setRates(config.subCenterId, targetRate(config, ZPDT_UPLOAD), targetRate(config, ZPDT_DOWNLOAD));
+    const auto goal = [&config](ZPDTCMDTYPE type, const ZpdtRateControl &pacing) {
+        return zpdt::rateGoal(pacing.mode.toStdString(), pacing.pacingInterval, pacing.pacingLimit, pacing.rateFloor,
+                              static_cast<quint32>(std::max(config.mss, 1)), targetRate(config, type));
+    };
+    links.setGoals(config.subCenterId, goal(ZPDT_UPLOAD, config.uploadPacing),
+                   goal(ZPDT_DOWNLOAD, config.downloadPacing));
 }
 
 void StreamRunnerPrivate::ask(Job &job)
@@ -147,6 +167,11 @@ void StreamRunnerPrivate::ask(Job &job)
         dissolve(job);
         return;
     }
+    askTicket(job);
+}
+
+void StreamRunnerPrivate::askTicket(Job &job)
+{
     TicketRequest request;
     request.service = job.config->clientTag;
     request.user = job.config->userId;
@@ -159,33 +184,69 @@ void StreamRunnerPrivate::ask(Job &job)
     m_jobOfTicket.insert(job.ticket, job.number);
 }
 
+void StreamRunnerPrivate::dropTicket(Job &job)
+{
+    if (job.ticket == 0)
+        return;
+    m_tickets.drop(job.ticket);
+    m_jobOfTicket.remove(job.ticket);
+    job.ticket = 0;
+}
+
 void StreamRunnerPrivate::onTicket(quint64 ticket, const TicketAnswer &answer)
 {
     Job *job = find(m_jobOfTicket.take(ticket));
-    if (!job || job->phase != Job::Asking || job->ticket != ticket)
+    if (!job || job->ticket != ticket)
         return;
     job->ticket = 0;
+    if (job->phase == Job::Open) {
+        // For a stream that may move. Without one it stays where it is.
+        TransferLine *line = links.find(job->line);
+        if (answer.error != ZpdtError::None || !line)
+            return;
+        job->answer = answer;
+        job->answeredAt = m_clock.elapsed();
+        line->refresh(addressOf(job->subCenterId, *job->config, answer));
+        moveIfWanted(*job);
+        return;
+    }
+    if (job->phase != Job::Asking)
+        return;
     if (answer.error == ZpdtError::None)
-        open(*job, answer);
+        enterLine(*job, answer);
     else if (answer.error == ZpdtError::Network)
         retry(*job, answer.error, answer.errorText);
     else
         failAll(*job, answer.error, answer.errorText);
 }
 
-void StreamRunnerPrivate::open(Job &job, const TicketAnswer &answer)
+void StreamRunnerPrivate::enterLine(Job &job, const TicketAnswer &answer)
 {
-    const auto own = configuredServer(*job.config);
-    LinkAddress address;
-    address.subCenterId = job.subCenterId;
-    address.host = own.first.isEmpty() ? answer.host : own.first;
-    address.port = own.first.isEmpty() ? answer.port : own.second;
-    address.fingerprint = answer.fingerprint;
-    address.clientVersion = job.config->clientVersion;
+    const LinkAddress address = addressOf(job.subCenterId, *job.config, answer);
     if (address.host.isEmpty() || address.port == 0) {
         retry(job, ZpdtError::Network, QStringLiteral("no transfer server is known"));
         return;
     }
+    release(job);
+    job.answer = answer;
+    job.answeredAt = job.since = m_clock.elapsed();
+    job.line = address.key();
+    job.phase = Job::Lining;
+    links.enter(address);
+    setStatus(job, ZPDT_CONNECTING);
+    m_tick.start();
+    tryOpen(job);
+}
+
+/// Begins the stream when its line has a connection; otherwise the line's word is waited for.
+void StreamRunnerPrivate::tryOpen(Job &job)
+{
+    TransferLine *line = links.find(job.line);
+    quint64 serial = 0;
+    zpdt::Connection *connection = line ? line->current(serial) : nullptr;
+    if (!connection)
+        return;
+    ++job.round;
     job.phase = Job::Open;
     job.totals = {};
     job.progress = {};
@@ -196,6 +257,8 @@ void StreamRunnerPrivate::open(Job &job, const TicketAnswer &answer)
     job.error = ZpdtError::None;
     job.errorText.clear();
     job.roots.clear();
+    job.connection = serial;
+    line->attach(serial);
     std::vector<std::string> names;
     for (std::size_t i = 0; i < job.members.size(); ++i) {
         if (job.members[i].over || job.members[i].leaving)
@@ -203,32 +266,90 @@ void StreamRunnerPrivate::open(Job &job, const TicketAnswer &answer)
         job.roots.push_back(i);
         names.push_back(job.members[i].name.toStdString());
     }
-    job.link = address;
-    zpdt::Connection &connection = links.acquire(address);
-    const bool upload = job.type == ZPDT_UPLOAD;
-    if (upload) {
-        zpdt::UploadRequest request;
-        request.ticket = answer.ticket.toStdString();
+    const auto fill = [&](auto &request) {
+        request.ticket = job.answer.ticket.toStdString();
         request.localFolder = job.localFolder.toStdString();
         request.names = std::move(names);
         request.excludedSuffixes = excludedSuffixes(m_verified);
         request.resumed = job.resumed;
         request.verify = job.config->beVerify != 0;
-        job.stream = connection.openUpload(std::move(request), callbacks(job));
+        request.priority = job.priority;
+    };
+    job.answer = {};
+    if (job.type == ZPDT_UPLOAD) {
+        zpdt::UploadRequest request;
+        fill(request);
+        job.stream = connection->openUpload(std::move(request), callbacks(job));
     } else {
         zpdt::DownloadRequest request;
-        request.ticket = answer.ticket.toStdString();
-        request.localFolder = job.localFolder.toStdString();
-        request.names = std::move(names);
-        request.excludedSuffixes = excludedSuffixes(m_verified);
-        request.resumed = job.resumed;
-        request.verify = job.config->beVerify != 0;
-        job.stream = connection.openDownload(std::move(request), callbacks(job));
+        fill(request);
+        job.stream = connection->openDownload(std::move(request), callbacks(job));
     }
     // Whatever becomes of this try, the next one finds something of it at the destination.
     job.resumed = true;
     setStatus(job, ZPDT_CONNECTING);
-    m_tick.start();
+}
+
+void StreamRunnerPrivate::onCarrier(const QString &key)
+{
+    std::vector<quint64> waiting;
+    for (auto &[number, job] : m_jobs) {
+        if (job.line == key)
+            waiting.push_back(number);
+    }
+    for (const quint64 number : waiting) {
+        Job &job = m_jobs.at(number);
+        if (job.phase == Job::Lining)
+            tryOpen(job);
+        else if (job.phase == Job::Open)
+            moveIfWanted(job);
+    }
+}
+
+void StreamRunnerPrivate::onLineFailed(const QString &key, ZpdtError error, const QString &text)
+{
+    std::vector<quint64> waiting;
+    for (auto &[number, job] : m_jobs) {
+        if (job.line == key && job.phase == Job::Lining)
+            waiting.push_back(number);
+    }
+    for (const quint64 number : waiting) {
+        Job &job = m_jobs.at(number);
+        if (error != ZpdtError::Network && ++job.refusals >= kRefusals)
+            failAll(job, error, text);
+        else
+            retry(job, error, text);
+    }
+}
+
+void StreamRunnerPrivate::onKeyWanted(const QString &key)
+{
+    for (auto &[number, job] : m_jobs) {
+        if (job.line == key && job.phase == Job::Open && job.ticket == 0) {
+            askTicket(job);
+            return;
+        }
+    }
+}
+
+/// Puts a stream on the connection that its line has chosen since. The next ticket is fetched first, so that the pause
+/// between the two streams is short.
+void StreamRunnerPrivate::moveIfWanted(Job &job)
+{
+    TransferLine *line = links.find(job.line);
+    quint64 serial = 0;
+    if (!line || !line->current(serial) || serial == job.connection || job.ticket != 0)
+        return;
+    // Each file that is there already costs a question: for very many of them the old connection is the better one,
+    // as long as it works.
+    if (job.progress.filesDone > kManyDone && line->works(job.connection))
+        return;
+    if (job.answer.ticket.isEmpty() || m_clock.elapsed() - job.answeredAt > kTicketLife) {
+        askTicket(job);
+        return;
+    }
+    job.phase = Job::Moving;
+    job.stream->pause();
 }
 
 zpdt::StreamCallbacks StreamRunnerPrivate::callbacks(const Job &job)
@@ -253,6 +374,8 @@ zpdt::StreamCallbacks StreamRunnerPrivate::callbacks(const Job &job)
     all.onItemDone = [this, post, eachFile, upload](const zpdt::ItemInfo &item, const zpdt::ItemOutcome &outcome) {
         if (item.kind == zpdt::ItemKind::File && eachFile) {
             post([this, item](Job &now) { onItemDone(now, item); });
+        } else if (item.kind == zpdt::ItemKind::Folder && eachFile && item.path.find('/') == std::string::npos) {
+            post([this, item](Job &now) { onFolder(now, item); });
         } else if (item.kind == zpdt::ItemKind::Folder && upload && outcome.created) {
             post([this, path = item.path](Job &now) {
                 m_folders.append(joined(now.remoteFolder, QString::fromStdString(path)));
@@ -277,177 +400,34 @@ zpdt::StreamCallbacks StreamRunnerPrivate::callbacks(const Job &job)
     return all;
 }
 
+void StreamRunnerPrivate::detach(Job &job)
+{
+    TransferLine *line = links.find(job.line);
+    if (line && job.connection != 0)
+        line->detach(job.connection);
+    job.connection = 0;
+    job.stream.reset();
+}
+
 void StreamRunnerPrivate::release(Job &job)
 {
-    if (job.link)
-        links.release(*job.link);
-    job.link.reset();
-    job.stream.reset();
+    detach(job);
+    if (!job.line.isEmpty())
+        links.leave(job.line);
+    job.line.clear();
 }
 
 void StreamRunnerPrivate::dissolve(Job &job)
 {
     release(job);
-    if (job.ticket != 0) {
-        m_tickets.drop(job.ticket);
-        m_jobOfTicket.remove(job.ticket);
-    }
+    dropTicket(job);
     m_jobs.erase(job.number);
-}
-
-void StreamRunnerPrivate::onOpened(Job &job)
-{
-    setStatus(job, ZPDT_TRANSFERRING);
-    job.meter.sample(m_clock.elapsed(), 0);
-    job.changed = true;
-}
-
-void StreamRunnerPrivate::onTotals(Job &job, const zpdt::Totals &totals)
-{
-    job.totals = totals;
-    job.changed = true;
-    if (job.type == ZPDT_UPLOAD && job.phase == Job::Open) {
-        job.need = static_cast<qint64>(totals.bytes) - static_cast<qint64>(job.progress.bytes);
-        checkCapacity(job);
-    }
-}
-
-void StreamRunnerPrivate::onProgress(Job &job, const zpdt::StreamProgress &progress)
-{
-    const qint64 moved = static_cast<qint64>(progress.bytes) - static_cast<qint64>(job.progress.bytes);
-    if (moved > 0 || progress.filesDone > job.progress.filesDone) {
-        job.failures = 0;
-        job.refusals = 0;
-        wakeOthers(job);
-    }
-    job.progress = progress;
-    // What an earlier stream brought is no speed.
-    job.meter.sample(m_clock.elapsed(), static_cast<qint64>(progress.bytes) - static_cast<qint64>(progress.held));
-    job.changed = true;
-    if (job.type == ZPDT_UPLOAD && moved > 0) {
-        // Until the service tells the new figure, what arrived there is taken off the old one.
-        job.need = std::max<qint64>(0, job.need - moved);
-        const auto free = capacity.find(job.subCenterId);
-        if (free != capacity.end())
-            free.value() = std::max<qint64>(0, free.value() - moved);
-    }
-}
-
-void StreamRunnerPrivate::onLargeItem(Job &job, const zpdt::ItemInfo &item)
-{
-    if (item.root >= job.roots.size())
-        return;
-    JobMember &member = job.members[job.roots[item.root]];
-    if (member.over || member.leaving)
-        return;
-    member.size = static_cast<qint64>(item.size);
-    emit q->sizeKnown(member.id, member.size);
-}
-
-void StreamRunnerPrivate::onItemDone(Job &job, const zpdt::ItemInfo &item)
-{
-    if (item.root >= job.roots.size())
-        return;
-    JobMember &member = job.members[job.roots[item.root]];
-    if (member.over)
-        return;
-    job.failures = 0;
-    job.bytesOver += static_cast<qint64>(item.size);
-    endMember(job, member, true, static_cast<qint64>(item.size));
-}
-
-void StreamRunnerPrivate::onItemSkipped(Job &job, const QString &path)
-{
-    if (++job.skipped <= kNamedSkips)
-        job.skippedNames += (job.skipped > 1 ? QStringLiteral(", ") : QString()) + path;
-    else if (job.skipped == kNamedSkips + 1)
-        job.skippedNames += QStringLiteral(" ...");
-    job.changed = true;
-}
-
-void StreamRunnerPrivate::onItemFailed(Job &job, const zpdt::ItemInfo &item, ZpdtError error, const QString &text)
-{
-    const QString path = QString::fromStdString(item.path);
-    const QString detail = text.isEmpty() ? path : QStringLiteral("%1: %2").arg(path, text);
-    if (job.whole) {
-        if (job.error == ZpdtError::None) {
-            job.error = error;
-            job.errorText = detail;
-        }
-        job.changed = true;
-        return;
-    }
-    if (item.root < job.roots.size()) {
-        JobMember &member = job.members[job.roots[item.root]];
-        if (!member.over)
-            failMember(job, member, error, detail);
-    }
-}
-
-void StreamRunnerPrivate::onEnd(Job &job, const zpdt::StreamResult &result)
-{
-    const bool asked = job.phase == Job::Closing;
-    release(job);
-    tellFolders();
-    ZpdtError error = fromWire(result.error);
-    QString text = QString::fromStdString(result.text);
-    if (error == ZpdtError::None) {
-        const bool clean = job.error == ZpdtError::None && result.progress.filesFailed == 0;
-        if (clean) {
-            if (job.skipped > 0)
-                tellProgress(job);
-            for (JobMember &member : job.members) {
-                if (!member.over)
-                    endMember(job, member, true, job.whole ? static_cast<qint64>(result.progress.bytes) : -1);
-            }
-            dissolve(job);
-            return;
-        }
-        if (job.error != ZpdtError::Network) {
-            job.progress = result.progress;
-            failAll(job, job.error == ZpdtError::None ? ZpdtError::LocalFile : job.error, job.errorText);
-            return;
-        }
-        error = ZpdtError::Network;
-        text = job.errorText;
-    }
-    for (JobMember &member : job.members) {
-        if (member.leaving && !member.over)
-            stopMember(job, member);
-    }
-    if (job.left() == 0) {
-        dissolve(job);
-        return;
-    }
-    if (asked && error == ZpdtError::Cancelled) {
-        // Some of the group were stopped; the others go on.
-        if (job.error == ZpdtError::NoSpace)
-            failAll(job, job.error, job.errorText);
-        else
-            ask(job);
-        return;
-    }
-    switch (error) {
-    case ZpdtError::Network:
-    case ZpdtError::Cancelled: // the service is being stopped
-        retry(job, ZpdtError::Network, text);
-        return;
-    case ZpdtError::Refused:
-    case ZpdtError::Integrity:
-        if (++job.refusals < kRefusals) {
-            retry(job, error, text);
-            return;
-        }
-        break;
-    default:
-        break;
-    }
-    failAll(job, error, text);
 }
 
 void StreamRunnerPrivate::retry(Job &job, ZpdtError error, const QString &text)
 {
     release(job);
+    dropTicket(job);
     ++job.round;
     job.phase = Job::Waiting;
     job.error = error;
@@ -456,17 +436,20 @@ void StreamRunnerPrivate::retry(Job &job, ZpdtError error, const QString &text)
     job.meter.reset();
     setStatus(job, ZPDT_CONNECTING);
     tellProgress(job);
-    QTimer::singleShot(retryPause(job.failures++), this, [this, number = job.number, round = job.round] {
+    // Not all clients of a service that comes back at the same moment.
+    const int pause = retryPause(job.failures++);
+    const int spread = QRandomGenerator::global()->bounded(pause / 5 + 1);
+    QTimer::singleShot(pause + spread, this, [this, number = job.number, round = job.round] {
         if (Job *now = current(number, round))
             ask(*now);
     });
 }
 
-/// A job that gets on shows that the line is there again.
-void StreamRunnerPrivate::wakeOthers(const Job &job)
+/// Has those that wait for the network ask at once.
+void StreamRunnerPrivate::wake(const std::function<bool(const Job &)> &which)
 {
     for (auto &[number, other] : m_jobs) {
-        if (other.phase != Job::Waiting || other.subCenterId != job.subCenterId || other.error != ZpdtError::Network)
+        if (other.phase != Job::Waiting || other.error != ZpdtError::Network || !which(other))
             continue;
         ++other.round;
         QMetaObject::invokeMethod(
@@ -513,14 +496,13 @@ void StreamRunnerPrivate::failMember(Job &job, JobMember &member, ZpdtError erro
     progress.error = error;
     progress.errorText = text;
     emit q->progressChanged(member.id, progress);
-    if (error != ZpdtError::NoSpace) {
-        endMember(job, member, false, -1);
-        return;
-    }
-    // Room can be made: what arrived stays, and the task waits for it.
+    if (error != ZpdtError::NoSpace)
+        return endMember(job, member, false, -1);
+    // Room may come back: the task waits for it, and what is there stays.
+    const qint64 need = job.type == ZPDT_UPLOAD && job.whole ? job.need : progress.total - progress.offset;
     member.over = true;
     m_places.remove(member.id);
-    emit q->halted(member.id);
+    emit q->halted(member.id, std::max<qint64>(0, need));
 }
 
 void StreamRunnerPrivate::stopMember(Job &job, JobMember &member)
@@ -541,7 +523,7 @@ void StreamRunnerPrivate::stopMember(Job &job, JobMember &member)
 
 void StreamRunnerPrivate::stopLeaving(Job &job)
 {
-    if (job.phase == Job::Closing)
+    if (job.phase == Job::Closing || job.phase == Job::Moving)
         return;
     if (job.phase != Job::Open) {
         for (JobMember &member : job.members) {
@@ -648,16 +630,28 @@ bool StreamRunnerPrivate::checkCapacity(Job &job)
 
 void StreamRunnerPrivate::onTick()
 {
-    bool active = false;
+    std::map<QString, std::array<qint64, 2>> work;
+    std::vector<quint64> stuck;
     for (auto &entry : m_jobs) {
         Job &job = entry.second;
-        active = active || job.phase == Job::Open || job.phase == Job::Closing;
+        if (job.phase == Job::Lining && m_clock.elapsed() - job.since > kLongestWait)
+            stuck.push_back(job.number);
+        if (job.phase == Job::Open)
+            work[job.line][job.type == ZPDT_UPLOAD ? 0 : 1] +=
+                static_cast<qint64>(job.totals.bytes) - static_cast<qint64>(job.progress.bytes);
         // A line that stands still is told until its speed has fallen to nothing.
         if (job.phase == Job::Open && (job.changed || job.lastSpeed > 0.0))
             tellProgress(job);
     }
+    for (const auto &[key, left] : work) {
+        if (TransferLine *line = links.find(key))
+            line->setWork(left[0], left[1]);
+    }
+    for (const quint64 number : stuck)
+        retry(m_jobs.at(number), ZpdtError::Network, QStringLiteral("no connection"));
     tellFolders();
-    if (!active)
+    m_watch.setAwake(!m_jobs.empty());
+    if (m_jobs.empty())
         m_tick.stop();
 }
 

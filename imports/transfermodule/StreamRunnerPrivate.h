@@ -1,5 +1,6 @@
 #pragma once
 
+#include "NetworkWatch.h"
 #include "RemoteDiscard.h"
 #include "StreamJob.h"
 #include "StreamRunner.h"
@@ -44,8 +45,16 @@ private:
     Job *current(quint64 number, quint64 round);
     void ask(Job &job);
     void onTicket(quint64 ticket, const TicketAnswer &answer);
-    void open(Job &job, const TicketAnswer &answer);
+    void askTicket(Job &job);
+    void dropTicket(Job &job);
+    void enterLine(Job &job, const TicketAnswer &answer);
+    void tryOpen(Job &job);
+    void moveIfWanted(Job &job);
+    void onCarrier(const QString &key);
+    void onLineFailed(const QString &key, ZpdtError error, const QString &text);
+    void onKeyWanted(const QString &key);
     zpdt::StreamCallbacks callbacks(const Job &job);
+    void detach(Job &job);
     void release(Job &job);
     void dissolve(Job &job);
 
@@ -53,13 +62,14 @@ private:
     void onTotals(Job &job, const zpdt::Totals &totals);
     void onProgress(Job &job, const zpdt::StreamProgress &progress);
     void onLargeItem(Job &job, const zpdt::ItemInfo &item);
+    void onFolder(Job &job, const zpdt::ItemInfo &item);
     void onItemDone(Job &job, const zpdt::ItemInfo &item);
     void onItemSkipped(Job &job, const QString &path);
     void onItemFailed(Job &job, const zpdt::ItemInfo &item, ZpdtError error, const QString &text);
     void onEnd(Job &job, const zpdt::StreamResult &result);
 
     void retry(Job &job, ZpdtError error, const QString &text);
-    void wakeOthers(const Job &job);
+    void wake(const std::function<bool(const Job &)> &which);
     void failAll(Job &job, ZpdtError error, const QString &text);
     void endMember(Job &job, JobMember &member, bool success, qint64 bytes);
     void failMember(Job &job, JobMember &member, ZpdtError error, const QString &text);
@@ -82,6 +92,7 @@ private:
     QList<quint64> m_begun;
     QSet<quint64> m_toStop;
     QStringList m_folders;
+    NetworkWatch m_watch;
     QTimer m_tick;
     QElapsedTimer m_clock;
     quint64 m_lastJob = 0;

@@ -15,7 +15,8 @@
 namespace {
 
 constexpr int kParallel = 4;
-constexpr int kTimeout = 10000;
+/// Short, so that a request that the line swallowed does not outlive the line's return by much.
+constexpr int kTimeout = 6000;
 constexpr qint64 kMaxBody = 256 * 1024;
 const char kClockHeader[] = "Arkvale-Time";
 
@@ -56,6 +57,12 @@ void TicketClient::drop(quint64 id)
         reply->deleteLater();
         QMetaObject::invokeMethod(this, &TicketClient::next, Qt::QueuedConnection);
     }
+}
+
+void TicketClient::forgetConnections()
+{
+    if (m_network)
+        m_network->clearConnectionCache();
 }
 
 void TicketClient::next()
@@ -153,9 +160,13 @@ TicketAnswer TicketClient::parse(const QByteArray &body)
     answer.ticket = object.value(QLatin1String("ticket")).toString();
     answer.fingerprint = object.value(QLatin1String("fingerprint")).toString().toLower();
     answer.host = object.value(QLatin1String("host")).toString();
-    const QJsonValue port = object.value(QLatin1String("port"));
-    const int number = port.isString() ? port.toString().toInt() : port.toInt();
-    answer.port = number > 0 && number < 65536 ? static_cast<quint16>(number) : 0;
+    const auto portOf = [](const QJsonValue &port) -> quint16 {
+        const int number = port.isString() ? port.toString().toInt() : port.toInt();
+        return number > 0 && number < 65536 ? static_cast<quint16>(number) : 0;
+    };
+    answer.port = portOf(object.value(QLatin1String("port")));
+    answer.udpPort = portOf(object.value(QLatin1String("udpPort")));
+    answer.udpKey = object.value(QLatin1String("udpKey")).toString();
     const auto isHex = [](QChar c) {
         return (c >= QLatin1Char('0') && c <= QLatin1Char('9')) || (c >= QLatin1Char('a') && c <= QLatin1Char('f'));
     };

@@ -28,7 +28,9 @@ struct TicketAnswer
     QString ticket;
     QString fingerprint; ///< of the transfer server's certificate, lower-case hexadecimal
     QString host;
-    quint16 port = 0; ///< 0: the service named none
+    quint16 port = 0;    ///< 0: the service named none
+    quint16 udpPort = 0; ///< 0: no UDP there
+    QString udpKey;      ///< opens one UDP connection within a minute
 };
 
 /// Asks the service for transfer tickets, four requests at once, the others in their order. Lives on the engine's
@@ -44,6 +46,8 @@ public:
     quint64 ask(const TicketRequest &request);
     /// No answer will come for this request.
     void drop(quint64 id);
+    /// Requests to come use new connections: the network is another one.
+    void forgetConnections();
 
     /// Reads the body of a positive answer. Network when it is not one.
     static TicketAnswer parse(const QByteArray &body);

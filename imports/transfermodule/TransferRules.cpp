@@ -35,7 +35,7 @@ QPair<QString, quint16> configuredServer(const ZpdtTransConfig &config)
 
 int retryPause(int failures)
 {
-    return 500 << std::clamp(failures, 0, 4);
+    return std::min(5000, 500 << std::clamp(failures, 0, 4));
 }
 
 QString folderPath(const QString &path)

@@ -17,7 +17,8 @@ quint64 targetRate(const ZpdtTransConfig &config, ZPDTCMDTYPE type);
 /// Address of the transfer server that the configuration names; empty host when it names none or a bad port.
 QPair<QString, quint16> configuredServer(const ZpdtTransConfig &config);
 
-/// Pause before try number @p failures + 1, in milliseconds: 500, 1000, 2000, 4000, then 8000.
+/// Pause before try number @p failures + 1, in milliseconds: 500, 1000, 2000, 4000, then 5000: together with the
+/// time that a try may take, a line that is back is used again within ten seconds.
 int retryPause(int failures);
 
 /// @p path without trailing separators ("/" stays), as the folder part of a record.

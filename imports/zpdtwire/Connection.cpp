@@ -52,8 +52,7 @@ public:
             if (const auto self = weak.lock())
                 self->closed(error, text);
         };
-        auto channel = TcpChannel::toServer(m_context, m_endpoint.host, m_endpoint.port, m_endpoint.fingerprint);
-        m_session = std::make_shared<Session>(m_context, std::move(channel), Session::Role::Client,
+        m_session = std::make_shared<Session>(m_context, makeChannel(), Session::Role::Client,
                                               m_endpoint.clientVersion, std::move(handler));
         m_session->setSendGoal(m_sendGoal);
         m_session->setReceiveGoal(m_receiveGoal);
@@ -97,6 +96,12 @@ public:
     Session *session() { return m_session.get(); }
 
 private:
+    std::shared_ptr<Channel> makeChannel()
+    {
+        const Endpoint &to = m_endpoint;
+        return TcpChannel::toServer(m_context, to.host, to.port, to.fingerprint);
+    }
+
     struct Opening
     {
         std::uint32_t id;

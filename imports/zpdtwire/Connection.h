@@ -25,13 +25,21 @@ public:
     virtual void setPriority(int priority) = 0;
 };
 
+enum class CarrierKind
+{
+    Tcp,
+    Udp
+};
+
 struct Endpoint
 {
+    CarrierKind carrier = CarrierKind::Tcp;
     std::string host; ///< name or address
     std::uint16_t port = 0;
     /// SHA-256 of the server's certificate, lower-case hexadecimal. Nothing else is trusted.
     std::string fingerprint;
     std::string clientVersion;
+    std::string udpKey; ///< for UDP: opens this one connection
 };
 
 enum class ConnectionState

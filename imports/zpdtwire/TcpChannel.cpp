@@ -358,6 +358,9 @@ Metrics TcpChannel::metrics() const
     if (m_ready && !m_closed) {
         const auto socket = const_cast<TcpChannel *>(this)->m_socket.native_handle();
         tcpFigures(static_cast<NativeSocket>(socket), metrics.roundTripMs, metrics.retransmitPercent);
+        std::error_code failed;
+        const auto local = m_stream.next_layer().local_endpoint(failed);
+        metrics.localAddress = failed ? std::string() : local.address().to_string();
     }
     return metrics;
 }

@@ -161,6 +161,7 @@ RateGoal rateGoal(const std::string &mode, double pacingIntervalUs, double pacin
 struct Metrics
 {
     std::string carrier = "TCP";     ///< or "UDP"
+    std::string localAddress;        ///< of this end; empty where the carrier does not depend on it
     std::string congestion;          ///< congestion control that the system granted, empty when not known
     double roundTripMs = -1.0;       ///< -1: not known yet
     double retransmitPercent = -1.0; ///< segments sent again, -1: not known
