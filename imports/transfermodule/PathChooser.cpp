@@ -162,7 +162,7 @@ void PathChooser::choose(qint64 now)
     const auto patience = static_cast<qint64>(3 * std::max(0.0, roundTrip()));
     const qint64 wait = std::clamp(patience, kLeastWait, kMostWait);
     if (udp.ready && (udpFirst || !tcp.wanted || (!tcp.ready && now - udp.readyAt >= wait))) {
-        const QString why = lately  ? tr("UDP: it was the faster one here")
+        const QString why = lately   ? tr("UDP: it was the faster one here")
                             : isLong ? tr("UDP: a long line (%1 ms)").arg(qRound(roundTrip()))
                                      : tr("UDP: TCP does not pass");
         return use(Carrier::Udp, now, why);
@@ -280,10 +280,9 @@ void PathChooser::judge(double rate, double share, qint64 now)
     at(other(tried)).best = m_rateBefore;
     const auto megabits = [](double bytes) { return QString::number(bytes * 8.0 / 1e6, 'f', 1); };
     const QString reason =
-        udpBetter ? tr("UDP: faster than TCP here (%1 and %2 Mbps)").arg(megabits(udp), megabits(tcp))
-        : tcpShare >= kFilled
-            ? tr("TCP: it fills the target speed")
-            : tr("TCP: not slower than UDP here (%1 and %2 Mbps)").arg(megabits(tcp), megabits(udp));
+        udpBetter             ? tr("UDP: faster than TCP here (%1 and %2 Mbps)").arg(megabits(udp), megabits(tcp))
+        : tcpShare >= kFilled ? tr("TCP: it fills the target speed")
+                              : tr("TCP: not slower than UDP here (%1 and %2 Mbps)").arg(megabits(tcp), megabits(udp));
     m_trial.reset();
     m_nextTrial = now + m_pause;
     m_pause = std::min(2 * m_pause, kLongestPause);

@@ -98,13 +98,13 @@ private:
     QString m_reason;
 
     std::deque<Second> m_recent;
-    bool m_escaping = false;         ///< the other carrier is wanted because this one is silent
-    std::optional<Carrier> m_trial;  ///< the carrier that is tried, or waited for
-    double m_rateBefore = 0.0;       ///< of the other carrier, before the trial
+    bool m_escaping = false;        ///< the other carrier is wanted because this one is silent
+    std::optional<Carrier> m_trial; ///< the carrier that is tried, or waited for
+    double m_rateBefore = 0.0;      ///< of the other carrier, before the trial
     double m_shareBefore = 0.0;
     qint64 m_trialSince = 0;
     qint64 m_nextTrial = 0;
-    qint64 m_pause = 0;     ///< after the next trial
+    qint64 m_pause = 0;      ///< after the next trial
     qint64 m_nextFallen = 0; ///< a carrier that became slow may be left from then on
     std::optional<PathVerdict> m_verdict;
 };

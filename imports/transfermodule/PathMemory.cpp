@@ -64,9 +64,7 @@ void PathMemory::save() const
 {
     QJsonObject servers;
     for (auto it = m_entries.constBegin(); it != m_entries.constEnd(); ++it) {
-        const QString word = it->verdict.udpBlocked                 ? kBlocked
-                             : it->verdict.better == Carrier::Udp ? kUdp
-                                                                    : kTcp;
+        const QString word = it->verdict.udpBlocked ? kBlocked : it->verdict.better == Carrier::Udp ? kUdp : kTcp;
         servers.insert(it.key(), QJsonObject{{QStringLiteral("path"), word},
                                              {QStringLiteral("rate"), it->verdict.rate},
                                              {QStringLiteral("until"), it->until.toString(Qt::ISODate)}});

@@ -14,7 +14,8 @@ public:
     /// @param file empty: the one of this program
     explicit PathMemory(const QString &file = QString());
 
-    std::optional<PathVerdict> find(const QString &server, const QDateTime &now = QDateTime::currentDateTimeUtc()) const;
+    std::optional<PathVerdict> find(const QString &server,
+                                    const QDateTime &now = QDateTime::currentDateTimeUtc()) const;
     void store(const QString &server, const PathVerdict &verdict,
                const QDateTime &now = QDateTime::currentDateTimeUtc());
 

@@ -47,12 +47,12 @@ struct StreamJob
     quint64 round = 0; ///< number of the try; what belongs to an earlier one is ignored
     quint64 ticket = 0;
     std::shared_ptr<zpdt::Stream> stream;
-    TicketAnswer answer;   ///< of the stream to come
+    TicketAnswer answer; ///< of the stream to come
     qint64 answeredAt = 0;
-    qint64 since = 0; ///< in Lining
-    QString line;          ///< entered, empty when not
-    quint64 connection = 0; ///< number of the line's connection that the stream uses
-    int priority = 0;      ///< higher ones go first
+    qint64 since = 0;               ///< in Lining
+    QString line;                   ///< entered, empty when not
+    quint64 connection = 0;         ///< number of the line's connection that the stream uses
+    int priority = 0;               ///< higher ones go first
     std::vector<std::size_t> roots; ///< members of the present stream in the order of its names
     int failures = 0;               ///< tries without progress
     int refusals = 0;

@@ -15,9 +15,14 @@ StreamRunner::~StreamRunner()
 }
 
 void StreamRunner::begin(TaskId id, const TaskRecord &task, const TaskTable::Config &config, TaskTable::Shape shape,
-                         bool resumed)
+                         bool resumed, int priority)
 {
-    d->begin(id, task, config, shape, resumed);
+    d->begin(id, task, config, shape, resumed, priority);
+}
+
+void StreamRunner::prefer(TaskId id, int priority)
+{
+    d->prefer(id, priority);
 }
 
 void StreamRunner::settle()

@@ -22,8 +22,10 @@ public:
     /// Stops everything within a second; what was received stays for a later resume.
     ~StreamRunner() override;
 
-    void begin(TaskId id, const TaskRecord &task, const TaskTable::Config &config, TaskTable::Shape shape,
-               bool resumed);
+    void begin(TaskId id, const TaskRecord &task, const TaskTable::Config &config, TaskTable::Shape shape, bool resumed,
+               int priority);
+    /// A task that is in hand goes before those of a lower priority.
+    void prefer(TaskId id, int priority);
     /// Called after a round of begin() and end(): starts what was begun.
     void settle();
     /// Answered by stopped(), or by ended() when the task was done meanwhile.

@@ -194,4 +194,3 @@ void StreamRunnerPrivate::onEnd(Job &job, const zpdt::StreamResult &result)
     }
     failAll(job, error, text);
 }
-

@@ -63,7 +63,7 @@ StreamRunnerPrivate::Job *StreamRunnerPrivate::current(quint64 number, quint64 r
 }
 
 void StreamRunnerPrivate::begin(TaskId id, const TaskRecord &task, const TaskTable::Config &config,
-                                TaskTable::Shape shape, bool resumed)
+                                TaskTable::Shape shape, bool resumed, int priority)
 {
     const bool upload = task.Type == ZPDT_UPLOAD;
     if (upload)
@@ -90,6 +90,7 @@ void StreamRunnerPrivate::begin(TaskId id, const TaskRecord &task, const TaskTab
             m_gathering.insert(key, number);
     }
     Job &job = m_jobs.at(number);
+    job.priority = std::max(job.priority, priority);
     JobMember member;
     member.id = id;
     member.name = lastName(task.Path);
@@ -98,6 +99,17 @@ void StreamRunnerPrivate::begin(TaskId id, const TaskRecord &task, const TaskTab
         job.need += std::max<qint64>(0, task.FileSize - (resumed ? task.Offset : 0));
     m_places.insert(id, {number, job.members.size()});
     job.members.push_back(std::move(member));
+}
+
+void StreamRunnerPrivate::prefer(TaskId id, int priority)
+{
+    const auto place = m_places.constFind(id);
+    if (place == m_places.constEnd())
+        return;
+    Job &job = m_jobs.at(place->job);
+    job.priority = priority;
+    if (job.stream)
+        job.stream->setPriority(priority);
 }
 
 void StreamRunnerPrivate::settle()
@@ -275,7 +287,6 @@ void StreamRunnerPrivate::tryOpen(Job &job)
         request.verify = job.config->beVerify != 0;
         request.priority = job.priority;
     };
-    job.answer = {};
     if (job.type == ZPDT_UPLOAD) {
         zpdt::UploadRequest request;
         fill(request);
@@ -285,6 +296,7 @@ void StreamRunnerPrivate::tryOpen(Job &job)
         fill(request);
         job.stream = connection->openDownload(std::move(request), callbacks(job));
     }
+    job.answer = {};
     // Whatever becomes of this try, the next one finds something of it at the destination.
     job.resumed = true;
     setStatus(job, ZPDT_CONNECTING);

@@ -22,8 +22,9 @@ class StreamRunnerPrivate : public QObject
 public:
     StreamRunnerPrivate(bool realNameVerified, StreamRunner *owner);
 
-    void begin(TaskId id, const TaskRecord &task, const TaskTable::Config &config, TaskTable::Shape shape,
-               bool resumed);
+    void begin(TaskId id, const TaskRecord &task, const TaskTable::Config &config, TaskTable::Shape shape, bool resumed,
+               int priority);
+    void prefer(TaskId id, int priority);
     void settle();
     void end(TaskId id, bool abandon);
     void setParams(const ZpdtTransConfig &config);

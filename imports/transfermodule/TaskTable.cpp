@@ -170,8 +170,9 @@ void TaskTable::begin(Task &task)
 void TaskTable::schedule(Lane &l)
 {
     while (l.running < l.maxRunning) {
-        // Those begun ahead came from the front of the queue, so their turn is first.
-        if (!l.ahead.empty()) {
+        // Those begun ahead came from the front of the queue; only one that was moved first since is before them.
+        const bool movedFirst = !l.ahead.empty() && !l.queue.empty() && l.queue.begin()->first < l.ahead.begin()->first;
+        if (!l.ahead.empty() && !movedFirst) {
             const auto first = l.ahead.begin();
             const TaskId id = first->second;
             l.ahead.erase(first);
@@ -228,20 +229,24 @@ void TaskTable::stop(TaskId id, Task &task, AfterStop after)
     }
 }
 
-void TaskTable::resume(TaskId id, Task &task, const Config &config)
+void TaskTable::resume(TaskId id, Task &task, const Config &config, Place place)
 {
     if (config)
         task.config = config;
+    task.halted = false;
+    if (place == Place::First)
+        task.urgency = ++m_lastUrgency;
     switch (task.state) {
     case State::Paused:
     case State::Queued: {
-        // One that waits already was asked for by name: it goes first.
-        const bool first = task.state == State::Queued;
+        Lane &l = lane(task.record.Type);
         dequeue(task);
-        enqueue(id, task, first);
-        schedule(lane(task.record.Type));
+        enqueue(id, task, place == Place::First);
+        schedule(l);
         if (task.state != State::Running)
             report(TaskReport::Started, task);
+        if (task.state == State::Queued && place == Place::First)
+            makeWay(l);
         break;
     }
     case State::Stopping:
@@ -251,8 +256,30 @@ void TaskTable::resume(TaskId id, Task &task, const Config &config)
     case State::Ahead:
     case State::Running:
         report(TaskReport::Started, task);
+        if (place == Place::First)
+            m_orders.push_back({TaskOrder::Prefer, id});
         break;
     }
+}
+
+/// Of those that nobody moved first, the one whose turn is last goes back to its place.
+void TaskTable::makeWay(Lane &l)
+{
+    if (l.running < l.maxRunning)
+        return;
+    std::pair<const TaskId, Task> *last = nullptr;
+    for (auto &entry : l.tasks) {
+        Task &t = entry.second;
+        // One that gives way already is enough.
+        if (t.state == State::Stopping && t.slot)
+            return;
+        if (t.state == State::Running && t.urgency == 0 && (!last || t.turn > last->second.turn))
+            last = &entry;
+    }
+    if (!last)
+        return;
+    stop(last->first, last->second, AfterStop::Requeue);
+    report(TaskReport::Started, last->second);
 }
 
 bool TaskTable::add(TaskRecord record, Shape shape, const Config &config)
@@ -270,7 +297,7 @@ bool TaskTable::add(TaskRecord record, Shape shape, const Config &config)
         if (t.state == State::Paused || (stopping && t.afterStop == AfterStop::Pause)) {
             if (shape != Shape::Unknown)
                 t.shape = shape;
-            resume(*held, t, config);
+            resume(*held, t, config, Place::Back);
             report(TaskReport::Retrans, t);
             schedule(l);
             return true;
@@ -292,11 +319,16 @@ bool TaskTable::add(TaskRecord record, Shape shape, const Config &config)
 
 void TaskTable::start(const TaskRecord &record, const Config &config, Shape shape)
 {
+    takeIn(record, config, shape, Place::First);
+}
+
+void TaskTable::takeIn(const TaskRecord &record, const Config &config, Shape shape, Place place)
+{
     if (const auto held = find(record)) {
         Task &t = *task(*held);
         if (t.shape == Shape::Unknown)
             t.shape = shape;
-        resume(*held, t, config);
+        resume(*held, t, config, place);
     } else {
         TaskRecord taken = record;
         taken.FinishDate = {};
@@ -304,7 +336,7 @@ void TaskTable::start(const TaskRecord &record, const Config &config, Shape shap
         Task &t = *task(id);
         t.resumed = true;
         t.state = State::Paused;
-        resume(id, t, nullptr);
+        resume(id, t, nullptr, Place::Back);
     }
 }
 
@@ -322,8 +354,7 @@ void TaskTable::startAll(const QList<TaskRecord> &records, ZPDTCMDTYPE type, con
             continue;
         }
         const bool known = held && task(*held)->shape != Shape::Unknown;
-        const Shape shape = known || !shapeOf ? Shape::Unknown : shapeOf(record);
-        start(record, config, shape);
+        takeIn(record, config, known || !shapeOf ? Shape::Unknown : shapeOf(record), Place::Back);
     }
 }
 
@@ -337,6 +368,7 @@ void TaskTable::pauseTask(TaskId id, Task &task)
         report(TaskReport::PauseEnd, task);
         break;
     case State::Paused:
+        task.halted = false;
         report(TaskReport::PauseEnd, task);
         break;
     case State::Ahead:
@@ -478,12 +510,12 @@ void TaskTable::setProgress(TaskId id, qint64 offset, qint64 total)
     }
 }
 
-void TaskTable::takeOutOfGroup(TaskId id)
+void TaskTable::takeOutOfGroup(TaskId id, Shape shape)
 {
     Task *t = task(id);
     if (!t || t->shape != Shape::SmallFile)
         return;
-    t->shape = Shape::File;
+    t->shape = shape;
     if (t->state == State::Ahead || t->state == State::Running)
         stop(id, *t, AfterStop::Requeue);
 }
@@ -537,7 +569,7 @@ void TaskTable::stopped(TaskId id)
         t->record.Status = ZPDT_PAUSED;
         report(TaskReport::PauseEnd, *t);
         if (t->afterStop == AfterStop::PauseThenStart)
-            resume(id, *t, nullptr);
+            resume(id, *t, nullptr, Place::Back);
         break;
     case AfterStop::Requeue:
         putBack(id, *t);
@@ -574,9 +606,28 @@ void TaskTable::halted(TaskId id)
     releaseSlot(*t);
     t->state = State::Paused;
     t->resumed = true;
+    t->halted = true;
     t->record.Status = ZPDT_PAUSED;
     report(TaskReport::PauseEnd, *t);
     schedule(lane(t->record.Type));
+}
+
+void TaskTable::resumeHalted(TaskId id)
+{
+    if (isHalted(id))
+        resume(id, *task(id), nullptr, Place::Back);
+}
+
+bool TaskTable::isHalted(TaskId id) const
+{
+    const Task *t = task(id);
+    return t && t->state == State::Paused && t->halted;
+}
+
+int TaskTable::urgency(TaskId id) const
+{
+    const Task *t = task(id);
+    return t ? t->urgency : 0;
 }
 
 void TaskTable::rememberEnd(const Key &key)

@@ -37,14 +37,16 @@ struct TaskReport
     QList<TaskRecord> tasks;
 };
 
-/// What the table asks of whoever moves the bytes. A Run is answered by finished(), a Stop by stopped() or finished().
+/// What the table asks of whoever moves the bytes. A Run is answered by finished(), halted(), a Stop by stopped() or
+/// finished().
 struct TaskOrder
 {
     enum Kind
     {
         Run,
-        Stop,   ///< keep what is there, the task will go on later
-        Abandon ///< stop and remove what is there
+        Stop,    ///< keep what is there, the task will go on later
+        Abandon, ///< stop and remove what is there
+        Prefer   ///< its urgency() has risen
     };
 
     Kind kind = Run;
@@ -73,7 +75,8 @@ public:
     /// Takes a new task in. A task that is there and under way is reported as Exist; one that is paused goes on, one
     /// that ended before is sent again, both reported as Retrans. Returns false for Exist.
     bool add(TaskRecord record, Shape shape, const Config &config);
-    /// Starts a paused task, moves a waiting one to the front, or takes in one that is not held.
+    /// Starts a paused task, moves a waiting one to the front, where the latest one that runs gives way to it, puts one
+    /// that runs first on the line, or takes in one that is not held.
     /// @param shape used when the table does not know it yet
     void start(const TaskRecord &record, const Config &config, Shape shape = Shape::Unknown);
     /// @param shapeOf called for the tasks whose shape is not known yet
@@ -96,18 +99,24 @@ public:
     /// @param status Preparing, Connecting or Transferring; not shown for a task that is being stopped
     void setStatus(TaskId id, ZpdtTaskStatus status);
     void setProgress(TaskId id, qint64 offset, qint64 total);
-    /// A small file turned out to be large: it is stopped, goes back to its place, and runs alone in its turn.
-    void takeOutOfGroup(TaskId id);
+    /// What was taken for a small file is something else: it is stopped, goes back to its place, and runs alone in its
+    /// turn.
+    void takeOutOfGroup(TaskId id, Shape shape);
     void finished(TaskId id, bool success);
     void stopped(TaskId id);
-    /// It cannot go on for now and rests as if it had been paused.
+    /// It cannot go on for now and rests as if it had been paused, until resumeHalted() or somebody starts it.
     void halted(TaskId id);
+    /// Does nothing for a task that somebody paused, started or cancelled since it was halted.
+    void resumeHalted(TaskId id);
 
     const TaskRecord *record(TaskId id) const;
     Config config(TaskId id) const;
     Shape shape(TaskId id) const;
     /// True when the task was begun before, in this run of the program or an earlier one.
     bool resumed(TaskId id) const;
+    bool isHalted(TaskId id) const;
+    /// 0 as a rule; the later a task was moved first, the higher.
+    int urgency(TaskId id) const;
     std::optional<TaskId> find(const TaskRecord &record) const;
     /// Tasks held in one direction: waiting, running and paused.
     int count(ZPDTCMDTYPE type) const;
@@ -154,8 +163,10 @@ private:
         Shape shape = Shape::Unknown;
         State state = State::Queued;
         AfterStop afterStop = AfterStop::Pause;
-        bool slot = false;                          ///< counts against the concurrence
-        bool resumed = false;                       ///< something of it may be at the destination
+        bool slot = false;    ///< counts against the concurrence
+        bool resumed = false; ///< something of it may be at the destination
+        bool halted = false;  ///< paused for want of something, not by somebody
+        int urgency = 0;
         ZpdtTaskStatus workStatus = ZPDT_PREPARING; ///< the runner's, while the task waits for its turn
         qint64 turn = 0;                            ///< place in the queue
         qint64 reportBlock = -1;                    ///< block of m_reports that told of it last, in round reportRound
@@ -184,7 +195,14 @@ private:
     void dequeue(Task &task);
     void releaseSlot(Task &task);
     void stop(TaskId id, Task &task, AfterStop after);
-    void resume(TaskId id, Task &task, const Config &config);
+    enum class Place
+    {
+        Back,
+        First
+    };
+    void resume(TaskId id, Task &task, const Config &config, Place place);
+    void takeIn(const TaskRecord &record, const Config &config, Shape shape, Place place);
+    void makeWay(Lane &lane);
     void pauseTask(TaskId id, Task &task);
     void cancelTask(TaskId id);
     void begin(Task &task);
@@ -196,6 +214,7 @@ private:
     std::array<Lane, 2> m_lanes;
     std::unordered_map<Key, TaskId, KeyHash> m_index;
     TaskId m_lastId = 0;
+    int m_lastUrgency = 0;
     std::unordered_set<std::size_t> m_ended;
     std::deque<std::size_t> m_endedOrder;
     std::vector<TaskReport> m_reports;

@@ -27,6 +27,7 @@ constexpr int kManyFiles = 16;
 
 TransferEngine::TransferEngine(bool realNameVerified, std::function<void(std::vector<EngineMessage>)> deliver)
     : m_runner(new StreamRunner(realNameVerified, this))
+    , m_room(this)
     , m_deliver(std::move(deliver))
     , m_deliverTimer(this)
 {
@@ -43,12 +44,17 @@ TransferEngine::TransferEngine(bool realNameVerified, std::function<void(std::ve
             return;
         m_table.setProgress(id, task->Offset, bytes);
         if (bytes > kLargeFile)
-            m_table.takeOutOfGroup(id);
+            m_table.takeOutOfGroup(id, TaskTable::Shape::File);
+        settle();
+    });
+    connect(m_runner, &StreamRunner::folderFound, this, [this](TaskId id) {
+        m_table.takeOutOfGroup(id, TaskTable::Shape::Folder);
         settle();
     });
     connect(m_runner, &StreamRunner::progressChanged, this,
             [this](TaskId id, const ZpdtProgress &progress) { onProgress(id, progress, false); });
     connect(m_runner, &StreamRunner::ended, this, [this](TaskId id, bool success, qint64 bytes) {
+        m_room.forget(id);
         if (bytes >= 0)
             m_table.setProgress(id, bytes, bytes);
         m_lastProgress.remove(id);
@@ -60,9 +66,16 @@ TransferEngine::TransferEngine(bool realNameVerified, std::function<void(std::ve
         m_table.stopped(id);
         settle();
     });
-    connect(m_runner, &StreamRunner::halted, this, [this](TaskId id) {
+    connect(m_runner, &StreamRunner::halted, this, [this](TaskId id, qint64 need) {
         m_lastProgress.remove(id);
         m_table.halted(id);
+        if (m_table.isHalted(id))
+            m_room.add(id, *m_table.record(id), need);
+        settle();
+    });
+    connect(&m_room, &RoomWatch::roomThere, this, [this](const QList<TaskId> &tasks) {
+        for (const TaskId id : tasks)
+            m_table.resumeHalted(id);
         settle();
     });
     connect(m_runner, &StreamRunner::foldersCreated, this, [this](const QStringList &folders) {
@@ -150,7 +163,12 @@ void TransferEngine::start(const TaskRecord &task, const ZpdtTransConfig &config
 
 void TransferEngine::startAll(const QList<TaskRecord> &tasks, ZPDTCMDTYPE type, const ZpdtTransConfig &config)
 {
-    m_table.startAll(tasks, type, adopt(config), &TransferEngine::shapeOf);
+    const bool many = tasks.size() > kManyFiles;
+    m_table.startAll(tasks, type, adopt(config), [many](const TaskRecord &task) {
+        const TaskTable::Shape shape = shapeOf(task);
+        const bool mayShare = many && shape == TaskTable::Shape::Unknown && task.FileSize <= kLargeFile;
+        return mayShare ? TaskTable::Shape::SmallFile : shape;
+    });
     settle();
 }
 
@@ -194,6 +212,7 @@ void TransferEngine::setParams(const ZpdtTransConfig &config)
 void TransferEngine::updateCapacity(const QString &subCenterId, qint64 bytes)
 {
     m_runner->setCapacity(subCenterId, bytes);
+    m_room.capacityTold(subCenterId, bytes);
 }
 
 void TransferEngine::registerPaused(const QList<TaskRecord> &tasks)
@@ -223,7 +242,9 @@ void TransferEngine::settle()
             if (task->Type == ZPDT_DOWNLOAD)
                 m_cleaner.waitForDone();
             m_runner->begin(order.id, *task, m_table.config(order.id), m_table.shape(order.id),
-                            m_table.resumed(order.id));
+                            m_table.resumed(order.id), m_table.urgency(order.id));
+        } else if (order.kind == TaskOrder::Prefer) {
+            m_runner->prefer(order.id, m_table.urgency(order.id));
         } else {
             m_runner->end(order.id, order.kind == TaskOrder::Abandon);
         }

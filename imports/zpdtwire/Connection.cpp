@@ -52,8 +52,8 @@ public:
             if (const auto self = weak.lock())
                 self->closed(error, text);
         };
-        m_session = std::make_shared<Session>(m_context, makeChannel(), Session::Role::Client,
-                                              m_endpoint.clientVersion, std::move(handler));
+        m_session = std::make_shared<Session>(m_context, makeChannel(), Session::Role::Client, m_endpoint.clientVersion,
+                                              std::move(handler));
         m_session->setSendGoal(m_sendGoal);
         m_session->setReceiveGoal(m_receiveGoal);
         tell(ConnectionState::Connecting, Error::None, "");

@@ -359,7 +359,7 @@ Metrics TcpChannel::metrics() const
         const auto socket = const_cast<TcpChannel *>(this)->m_socket.native_handle();
         tcpFigures(static_cast<NativeSocket>(socket), metrics.roundTripMs, metrics.retransmitPercent);
         std::error_code failed;
-        const auto local = m_stream.next_layer().local_endpoint(failed);
+        const auto local = m_socket.local_endpoint(failed);
         metrics.localAddress = failed ? std::string() : local.address().to_string();
     }
     return metrics;

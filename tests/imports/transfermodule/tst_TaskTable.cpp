@@ -46,9 +46,10 @@ QString ordered(TaskTable &table)
 {
     QStringList all;
     for (const TaskOrder &order : table.takeOrders()) {
-        const QString name = order.kind == TaskOrder::Run    ? QStringLiteral("run")
-                             : order.kind == TaskOrder::Stop ? QStringLiteral("stop")
-                                                             : QStringLiteral("abandon");
+        const QString name = order.kind == TaskOrder::Run      ? QStringLiteral("run")
+                             : order.kind == TaskOrder::Stop   ? QStringLiteral("stop")
+                             : order.kind == TaskOrder::Prefer ? QStringLiteral("prefer")
+                                                               : QStringLiteral("abandon");
         all.append(name + QString::number(order.id));
     }
     return all.join(QLatin1Char(' '));
@@ -77,7 +78,7 @@ public:
             if (order.kind == TaskOrder::Run) {
                 if (!working.insert({order.id, false}).second)
                     return QStringLiteral("run twice");
-            } else {
+            } else if (order.kind != TaskOrder::Prefer) {
                 const auto it = working.find(order.id);
                 if (it != working.end())
                     it->second = true;
@@ -203,10 +204,13 @@ void TaskTableTest::runsInOrderWithinTheLimit()
     QVERIFY(!table.add(record(4), Shape::File, nullptr));
     QCOMPARE(told(table), QStringLiteral("exist 2:1,4:0"));
 
-    // A waiting task that is asked for by name goes first.
+    // A waiting task that is asked for by name goes first, and the latest one gives way; running ones lead the line.
     table.start(record(4), nullptr);
+    table.start(record(1), nullptr);
+    QCOMPARE(ordered(table), QStringLiteral("stop2 prefer1"));
+    QVERIFY(table.urgency(1) > table.urgency(4) && table.urgency(2) == 0);
     table.finished(1, true);
-    QCOMPARE(told(table), QStringLiteral("started 4:0; finished 1:4096; started 4:1"));
+    QCOMPARE(told(table), QStringLiteral("started 4:0,2:0,1:1; finished 1:4096; started 4:1"));
     table.finished(2, false);
     QCOMPARE(told(table), QStringLiteral("finished 2:8192; started 3:1"));
     QCOMPARE(table.count(ZPDT_UPLOAD), 2);
@@ -320,22 +324,23 @@ void TaskTableTest::largeFilesLeaveTheirGroup()
         table.add(record(i), Shape::SmallFile, nullptr);
     told(table);
     QCOMPARE(ordered(table), QStringLiteral("run1 run2 run3 run4"));
-    table.takeOutOfGroup(2);
-    table.takeOutOfGroup(3);
-    table.takeOutOfGroup(2);
+    table.takeOutOfGroup(2, Shape::File);
+    table.takeOutOfGroup(3, Shape::File);
+    table.takeOutOfGroup(2, Shape::File);
     QCOMPARE(ordered(table), QStringLiteral("stop2 stop3"));
     table.stopped(3);
     table.stopped(2);
     QCOMPARE(told(table), QString());
     QCOMPARE(ordered(table), QString());
-    // The fourth was ahead already; the others run alone, one after the other.
+    // They run alone, one after the other, before the fourth, which was ahead already.
     table.finished(1, true);
-    QCOMPARE(told(table), QStringLiteral("finished 1:4096; started 4:1"));
-    table.finished(4, true);
     QCOMPARE(ordered(table), QStringLiteral("run2"));
     table.finished(2, true);
     QCOMPARE(ordered(table), QStringLiteral("run3"));
     QVERIFY(table.resumed(3));
+    told(table);
+    table.finished(3, true);
+    QCOMPARE(told(table), QStringLiteral("finished 3:4096; started 4:1"));
 }
 
 void TaskTableTest::heldFromAnEarlierRun()
@@ -445,6 +450,7 @@ void TaskTableTest::randomOperations()
     QRandomGenerator random(seed);
     TaskTable table;
     Witness witness(table);
+    std::vector<TaskId> waiting; ///< for room
     const auto any = [&random] { return record(random.bounded(40), random.bounded(2) ? ZPDT_UPLOAD : ZPDT_DOWNLOAD); };
     for (int step = 0; step < 6000; ++step) {
         const TaskRecord task = any();
@@ -483,8 +489,10 @@ void TaskTableTest::randomOperations()
             break;
         case 9:
             if (!witness.working.empty() && random.bounded(2))
-                table.takeOutOfGroup(witness.working.begin()->first);
+                table.takeOutOfGroup(witness.working.begin()->first, Shape::File);
             table.startAll({any(), any(), any()}, type, nullptr);
+            for (const TaskId id : std::exchange(waiting, {}))
+                table.resumeHalted(id);
             break;
         default:
             if (!witness.working.empty()) {
@@ -492,9 +500,13 @@ void TaskTableTest::randomOperations()
                 std::advance(it, random.bounded(static_cast<int>(witness.working.size())));
                 const TaskId id = it->first;
                 const bool stop = it->second && random.bounded(3) > 0;
+                const bool halt = random.bounded(8) == 0;
                 witness.working.erase(it);
                 witness.ended.insert(id);
-                if (stop)
+                if (halt) {
+                    table.halted(id);
+                    waiting.push_back(id);
+                } else if (stop)
                     table.stopped(id);
                 else
                     table.finished(id, random.bounded(4) > 0);
