@@ -51,8 +51,7 @@ signals:
     /// A download that was asked for as a file is a folder, and better off on a stream of its own.
     void folderFound(TaskId id);
     /// There is no room for the task; what was received stays. It is no longer in hand.
-    /// @param need bytes that are still to be stored, 0 when not known
-    void halted(TaskId id, qint64 need);
+    void halted(TaskId id);
     void foldersCreated(const QStringList &folders);
     void connectionsChanged(const QList<ZpdtConnectionInfo> &connections);
 

@@ -511,10 +511,9 @@ void StreamRunnerPrivate::failMember(Job &job, JobMember &member, ZpdtError erro
     if (error != ZpdtError::NoSpace)
         return endMember(job, member, false, -1);
     // Room may come back: the task waits for it, and what is there stays.
-    const qint64 need = job.type == ZPDT_UPLOAD && job.whole ? job.need : progress.total - progress.offset;
     member.over = true;
     m_places.remove(member.id);
-    emit q->halted(member.id, std::max<qint64>(0, need));
+    emit q->halted(member.id);
 }
 
 void StreamRunnerPrivate::stopMember(Job &job, JobMember &member)

@@ -233,7 +233,6 @@ void TaskTable::resume(TaskId id, Task &task, const Config &config, Place place)
 {
     if (config)
         task.config = config;
-    task.halted = false;
     if (place == Place::First)
         task.urgency = ++m_lastUrgency;
     switch (task.state) {
@@ -368,7 +367,6 @@ void TaskTable::pauseTask(TaskId id, Task &task)
         report(TaskReport::PauseEnd, task);
         break;
     case State::Paused:
-        task.halted = false;
         report(TaskReport::PauseEnd, task);
         break;
     case State::Ahead:
@@ -606,22 +604,9 @@ void TaskTable::halted(TaskId id)
     releaseSlot(*t);
     t->state = State::Paused;
     t->resumed = true;
-    t->halted = true;
     t->record.Status = ZPDT_PAUSED;
     report(TaskReport::PauseEnd, *t);
     schedule(lane(t->record.Type));
-}
-
-void TaskTable::resumeHalted(TaskId id)
-{
-    if (isHalted(id))
-        resume(id, *task(id), nullptr, Place::Back);
-}
-
-bool TaskTable::isHalted(TaskId id) const
-{
-    const Task *t = task(id);
-    return t && t->state == State::Paused && t->halted;
 }
 
 int TaskTable::urgency(TaskId id) const

@@ -104,17 +104,14 @@ public:
     void takeOutOfGroup(TaskId id, Shape shape);
     void finished(TaskId id, bool success);
     void stopped(TaskId id);
-    /// It cannot go on for now and rests as if it had been paused, until resumeHalted() or somebody starts it.
+    /// It cannot go on for now and rests as if it had been paused.
     void halted(TaskId id);
-    /// Does nothing for a task that somebody paused, started or cancelled since it was halted.
-    void resumeHalted(TaskId id);
 
     const TaskRecord *record(TaskId id) const;
     Config config(TaskId id) const;
     Shape shape(TaskId id) const;
     /// True when the task was begun before, in this run of the program or an earlier one.
     bool resumed(TaskId id) const;
-    bool isHalted(TaskId id) const;
     /// 0 as a rule; the later a task was moved first, the higher.
     int urgency(TaskId id) const;
     std::optional<TaskId> find(const TaskRecord &record) const;
@@ -165,7 +162,6 @@ private:
         AfterStop afterStop = AfterStop::Pause;
         bool slot = false;    ///< counts against the concurrence
         bool resumed = false; ///< something of it may be at the destination
-        bool halted = false;  ///< paused for want of something, not by somebody
         int urgency = 0;
         ZpdtTaskStatus workStatus = ZPDT_PREPARING; ///< the runner's, while the task waits for its turn
         qint64 turn = 0;                            ///< place in the queue

@@ -27,7 +27,6 @@ constexpr int kManyFiles = 16;
 
 TransferEngine::TransferEngine(bool realNameVerified, std::function<void(std::vector<EngineMessage>)> deliver)
     : m_runner(new StreamRunner(realNameVerified, this))
-    , m_room(this)
     , m_deliver(std::move(deliver))
     , m_deliverTimer(this)
 {
@@ -54,7 +53,6 @@ TransferEngine::TransferEngine(bool realNameVerified, std::function<void(std::ve
     connect(m_runner, &StreamRunner::progressChanged, this,
             [this](TaskId id, const ZpdtProgress &progress) { onProgress(id, progress, false); });
     connect(m_runner, &StreamRunner::ended, this, [this](TaskId id, bool success, qint64 bytes) {
-        m_room.forget(id);
         if (bytes >= 0)
             m_table.setProgress(id, bytes, bytes);
         m_lastProgress.remove(id);
@@ -66,16 +64,9 @@ TransferEngine::TransferEngine(bool realNameVerified, std::function<void(std::ve
         m_table.stopped(id);
         settle();
     });
-    connect(m_runner, &StreamRunner::halted, this, [this](TaskId id, qint64 need) {
+    connect(m_runner, &StreamRunner::halted, this, [this](TaskId id) {
         m_lastProgress.remove(id);
         m_table.halted(id);
-        if (m_table.isHalted(id))
-            m_room.add(id, *m_table.record(id), need);
-        settle();
-    });
-    connect(&m_room, &RoomWatch::roomThere, this, [this](const QList<TaskId> &tasks) {
-        for (const TaskId id : tasks)
-            m_table.resumeHalted(id);
         settle();
     });
     connect(m_runner, &StreamRunner::foldersCreated, this, [this](const QStringList &folders) {
@@ -212,7 +203,6 @@ void TransferEngine::setParams(const ZpdtTransConfig &config)
 void TransferEngine::updateCapacity(const QString &subCenterId, qint64 bytes)
 {
     m_runner->setCapacity(subCenterId, bytes);
-    m_room.capacityTold(subCenterId, bytes);
 }
 
 void TransferEngine::registerPaused(const QList<TaskRecord> &tasks)

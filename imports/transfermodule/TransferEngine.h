@@ -1,6 +1,5 @@
 #pragma once
 
-#include "RoomWatch.h"
 #include "TaskTable.h"
 
 #include <QElapsedTimer>
@@ -80,7 +79,6 @@ private:
 
     TaskTable m_table;
     StreamRunner *m_runner;
-    RoomWatch m_room;
     std::function<void(std::vector<EngineMessage>)> m_deliver;
     QHash<TaskId, ZpdtProgress> m_lastProgress;
 

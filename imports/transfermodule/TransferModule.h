@@ -214,7 +214,7 @@ signals:
     /// Remote folders that uploads created.
     void TaskDirCreated(QStringList folders);
     /// Also told of tasks that no room is left for: their last progress then says NoSpace, what arrived stays, and they
-    /// go on by themselves once there is room, or when they are started again.
+    /// go on when they are started again.
     void TaskPauseEnd(QList<TaskRecord> tasks, ZPDTCMDTYPE type);
     void TaskCancelEnd(QList<TaskRecord> tasks, ZPDTCMDTYPE type);
     /// Requests that were refused because the same tasks are there already.

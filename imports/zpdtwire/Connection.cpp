@@ -5,6 +5,7 @@
 #include "StreamReceiver.h"
 #include "StreamSender.h"
 #include "TcpChannel.h"
+#include "UdpChannel.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -99,6 +100,8 @@ private:
     std::shared_ptr<Channel> makeChannel()
     {
         const Endpoint &to = m_endpoint;
+        if (to.carrier == CarrierKind::Udp)
+            return UdpChannel::toServer(m_context, to.host, to.port, to.fingerprint, to.udpKey);
         return TcpChannel::toServer(m_context, to.host, to.port, to.fingerprint);
     }
 

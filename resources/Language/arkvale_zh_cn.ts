@@ -1269,6 +1269,69 @@
     </message>
 </context>
 <context>
+    <name>PathChooser</name>
+    <message>
+        <source>%1: the connection over %2 broke</source>
+        <translation>%1：通过 %2 的连接已断开</translation>
+    </message>
+    <message>
+        <source>%1: nothing came over %2 any more</source>
+        <translation>%1：%2 上不再有数据到达</translation>
+    </message>
+    <message>
+        <source>%1: trying whether it is faster than %2</source>
+        <translation>%1：正在测试是否比 %2 更快</translation>
+    </message>
+    <message>
+        <source>UDP: it was the faster one here</source>
+        <translation>UDP：此前在这里更快</translation>
+    </message>
+    <message>
+        <source>UDP: a long line (%1 ms)</source>
+        <translation>UDP：线路较长（%1 毫秒）</translation>
+    </message>
+    <message>
+        <source>UDP: TCP does not pass</source>
+        <translation>UDP：TCP 无法通过</translation>
+    </message>
+    <message>
+        <source>TCP: a short line (%1 ms)</source>
+        <translation>TCP：线路较短（%1 毫秒）</translation>
+    </message>
+    <message>
+        <source>TCP: the transfer type asks for it</source>
+        <translation>TCP：由传输类型指定</translation>
+    </message>
+    <message>
+        <source>TCP: the server offers no UDP</source>
+        <translation>TCP：服务器不提供 UDP</translation>
+    </message>
+    <message>
+        <source>TCP: UDP does not pass</source>
+        <translation>TCP：UDP 无法通过</translation>
+    </message>
+    <message>
+        <source>TCP: it was fast enough here</source>
+        <translation>TCP：此前在这里速度足够</translation>
+    </message>
+    <message>
+        <source>TCP: UDP does not answer yet</source>
+        <translation>TCP：UDP 尚无应答</translation>
+    </message>
+    <message>
+        <source>TCP: it fills the target speed</source>
+        <translation>TCP：已达到目标速度</translation>
+    </message>
+    <message>
+        <source>UDP: faster than TCP here (%1 and %2 Mbps)</source>
+        <translation>UDP：在这里比 TCP 更快（%1 与 %2 Mbps）</translation>
+    </message>
+    <message>
+        <source>TCP: not slower than UDP here (%1 and %2 Mbps)</source>
+        <translation>TCP：在这里不比 UDP 慢（%1 与 %2 Mbps）</translation>
+    </message>
+</context>
+<context>
     <name>PreviewProgress</name>
     <message>
         <source>Preview</source>

@@ -1269,6 +1269,69 @@
     </message>
 </context>
 <context>
+    <name>PathChooser</name>
+    <message>
+        <source>%1: the connection over %2 broke</source>
+        <translation>%1：透過 %2 的連線已中斷</translation>
+    </message>
+    <message>
+        <source>%1: nothing came over %2 any more</source>
+        <translation>%1：%2 上不再有資料到達</translation>
+    </message>
+    <message>
+        <source>%1: trying whether it is faster than %2</source>
+        <translation>%1：正在測試是否比 %2 更快</translation>
+    </message>
+    <message>
+        <source>UDP: it was the faster one here</source>
+        <translation>UDP：先前在這裡較快</translation>
+    </message>
+    <message>
+        <source>UDP: a long line (%1 ms)</source>
+        <translation>UDP：線路較長（%1 毫秒）</translation>
+    </message>
+    <message>
+        <source>UDP: TCP does not pass</source>
+        <translation>UDP：TCP 無法通過</translation>
+    </message>
+    <message>
+        <source>TCP: a short line (%1 ms)</source>
+        <translation>TCP：線路較短（%1 毫秒）</translation>
+    </message>
+    <message>
+        <source>TCP: the transfer type asks for it</source>
+        <translation>TCP：由傳輸類型指定</translation>
+    </message>
+    <message>
+        <source>TCP: the server offers no UDP</source>
+        <translation>TCP：伺服器不提供 UDP</translation>
+    </message>
+    <message>
+        <source>TCP: UDP does not pass</source>
+        <translation>TCP：UDP 無法通過</translation>
+    </message>
+    <message>
+        <source>TCP: it was fast enough here</source>
+        <translation>TCP：先前在這裡速度足夠</translation>
+    </message>
+    <message>
+        <source>TCP: UDP does not answer yet</source>
+        <translation>TCP：UDP 尚無回應</translation>
+    </message>
+    <message>
+        <source>TCP: it fills the target speed</source>
+        <translation>TCP：已達到目標速度</translation>
+    </message>
+    <message>
+        <source>UDP: faster than TCP here (%1 and %2 Mbps)</source>
+        <translation>UDP：在這裡比 TCP 更快（%1 與 %2 Mbps）</translation>
+    </message>
+    <message>
+        <source>TCP: not slower than UDP here (%1 and %2 Mbps)</source>
+        <translation>TCP：在這裡不比 UDP 慢（%1 與 %2 Mbps）</translation>
+    </message>
+</context>
+<context>
     <name>PreviewProgress</name>
     <message>
         <source>Preview</source>

@@ -450,7 +450,6 @@ void TaskTableTest::randomOperations()
     QRandomGenerator random(seed);
     TaskTable table;
     Witness witness(table);
-    std::vector<TaskId> waiting; ///< for room
     const auto any = [&random] { return record(random.bounded(40), random.bounded(2) ? ZPDT_UPLOAD : ZPDT_DOWNLOAD); };
     for (int step = 0; step < 6000; ++step) {
         const TaskRecord task = any();
@@ -491,8 +490,6 @@ void TaskTableTest::randomOperations()
             if (!witness.working.empty() && random.bounded(2))
                 table.takeOutOfGroup(witness.working.begin()->first, Shape::File);
             table.startAll({any(), any(), any()}, type, nullptr);
-            for (const TaskId id : std::exchange(waiting, {}))
-                table.resumeHalted(id);
             break;
         default:
             if (!witness.working.empty()) {
@@ -503,10 +500,9 @@ void TaskTableTest::randomOperations()
                 const bool halt = random.bounded(8) == 0;
                 witness.working.erase(it);
                 witness.ended.insert(id);
-                if (halt) {
+                if (halt)
                     table.halted(id);
-                    waiting.push_back(id);
-                } else if (stop)
+                else if (stop)
                     table.stopped(id);
                 else
                     table.finished(id, random.bounded(4) > 0);
