@@ -39,6 +39,7 @@ FileItem readItem(JsonScanner &json, FileItemReader::TimeRule rule, SharedTexts 
 {
     FileItem item;
     bool hasTime = false;
+    bool isFolder = false; // as the items of shares say it
     quint64 plainTime = 0, modifiedTime = 0;
     JsonScanner::Piece key;
     while (json.nextKey(&key)) {
@@ -48,6 +49,8 @@ FileItem readItem(JsonScanner &json, FileItemReader::TimeRule rule, SharedTexts 
             item.path = json.string();
         else if (key.is("type"))
             item.type = json.int32();
+        else if (key.is("isDir"))
+            isFolder = json.int32() != 0;
         else if (key.is("size"))
             item.size = json.unsigned64();
         else if (key.is("icon"))
@@ -62,6 +65,8 @@ FileItem readItem(JsonScanner &json, FileItemReader::TimeRule rule, SharedTexts 
         } else
             json.skip();
     }
+    if (isFolder)
+        item.type = FileItem::Folder;
     if (hasTime)
         item.datetime = rule == FileItemReader::PlainTime ? plainTime : modifiedTime;
     return item;

@@ -59,7 +59,7 @@ constexpr Op kShareToMeDownload{"GET", "shares/file", &OrvClient::shareDownloadF
                                 kStreaming};
 constexpr Op kReportShare{"POST", "shares/report", &OrvClient::reportShareFinished};
 
-constexpr qint64 kMostPictureBytes = 16 * 1024 * 1024; // of one report, together
+constexpr qint64 kMostPictureBytes = 7 * 512 * 1024; // of one report, together; the service takes 5 MiB of Base64
 
 std::atomic<qint64> s_lastId{0};
 

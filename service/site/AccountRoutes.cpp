@@ -141,19 +141,21 @@ std::optional<Response> refuseStranger(const Request &request)
 
 Response profile(const AccountServices &services, const Request &request)
 {
-    if (auto refusal = refuseStranger(request))
-        return std::move(*refusal);
-    const auto account = services.store.account(request.user);
+    const auto account = services.store.account(request.param("name"));
     if (!account)
-        return Response::error(404, "not-found", "The user is gone.");
+        return Response::error(404, "not-found", "There is no such user.");
     const std::string icon =
         account->icon.empty() ? "icons/user/" + percentEncode(account->name) + ".png" : account->icon;
-    return Response::json({{"username", account->name},
-                           {"nickname", account->nickname},
-                           {"mobile", account->mobile},
-                           {"email", account->email},
-                           {"icon", services.address.accountBase(request) + '/' + icon},
-                           {"path", "/"}});
+    json told = {{"username", account->name},
+                 {"nickname", account->nickname},
+                 {"icon", services.address.accountBase(request) + '/' + icon}};
+    // Who shares with others is known to them by name and face; the rest is nobody's business.
+    if (account->name == request.user) {
+        told["mobile"] = account->mobile;
+        told["email"] = account->email;
+        told["path"] = "/";
+    }
+    return Response::json(told);
 }
 
 Response storage(const AccountServices &services, const Request &request)

@@ -10,7 +10,7 @@ import tree
 ALLOWED = {
     "app/startup": ["ui/shell", "session", "bridge", "imports/zpt_logger", "imports/updateservice"],
     "ui/shell": ["drive", "transfer", "share", "bridge", "session"],
-    "share": ["drive", "drive/cache", "app/config", "imports/orvclient", "ui/dialogs"],
+    "share": ["share/records", "drive", "drive/cache", "drive/views", "app/config", "imports/orvclient", "ui/dialogs"],
     "drive": ["drive/views", "drive/cache", "drive/preview", "drive/pickers", "drive/records", "app/config",
               "imports/orvclient", "ui/dialogs"],
     "drive/views": ["drive/records", "app/config", "ui/dialogs"],
@@ -27,6 +27,7 @@ ALLOWED = {
     "app/config": ["imports/orvclient", "session/records", "ui/dialogs"],
     "ui/dialogs": [],
     "drive/records": [],
+    "share/records": [],
     "session/records": [],
     "resources": [],
     "crashdialog": [],

@@ -10,7 +10,7 @@ import xml.etree.ElementTree as xml
 
 import tree
 
-FOLDERS = ["app", "session", "drive", "transfer", "bridge", "ui", "crashdialog", "imports"]
+FOLDERS = ["app", "session", "drive", "share", "transfer", "bridge", "ui", "crashdialog", "imports"]
 LANGUAGES = "resources/Language"
 # English is the language of the sources; its file may leave out what needs no translation.
 COMPLETE = ["zh_cn", "zh_tw"]
@@ -33,7 +33,7 @@ ALLOWED = {
     "ok", "cancel",  # names of buttons in calls that carry a translated text beside them
     "ArkvaleTolma is crashed!", "app crash", "OK",  # what the crash dialog says when it was started without texts
 }
-LITERAL_FOLDERS = ("app/", "session/", "drive/", "transfer/", "bridge/", "ui/", "crashdialog/")
+LITERAL_FOLDERS = ("app/", "session/", "drive/", "share/", "transfer/", "bridge/", "ui/", "crashdialog/")
 
 
 def language_files():

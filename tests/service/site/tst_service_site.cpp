@@ -240,8 +240,10 @@ void TestSite::profileAndStrangers()
     QVERIFY(picture.body.startsWith("\x89PNG"));
 
     const QByteArray other = QByteArray("安娜").toPercentEncoding();
-    for (const QByteArray &path : {"users/" + other, "users/" + other + "/storage", "sc/1/users/" + other + "/path"})
+    for (const QByteArray &path : {"users/" + other + "/storage", "sc/1/users/" + other + "/path"})
         QCOMPARE(ask(ok, "GET", path).status, 403);
+    const QJsonObject stranger = objectOf(ask(ok, "GET", "users/" + other));
+    QVERIFY(stranger.contains("nickname") && !stranger.contains("email") && !stranger.contains("path"));
     QCOMPARE(ask(signedBy("安娜"), "GET", "users/" + other).status, 200);
     for (const QByteArray path : {"users/ok", "limits", "ads", "sc/1/files/list?path=/", "auth/web-token"}) {
         const RawAnswer answer =
