@@ -4,6 +4,7 @@ import hashlib
 import hmac
 import json
 import os
+import shlex
 import shutil
 import statistics
 import subprocess
@@ -15,6 +16,16 @@ import uuid
 
 BIN = os.environ.get("ARKVALE_BIN", os.path.join(os.path.dirname(__file__), "..", "build", "bench", "bin"))
 NICE = ["nice", "-n", "-10"] if os.geteuid() == 0 else []
+
+
+def over_line(line, command):
+    """Runs a command at the near end of an emulated line, "DELAY-MS MBIT LOSS"; its exit status."""
+    delay, rate, loss = line.split()
+    emulator = os.environ.get("LINKEMU", f"{BIN}/linkemu")
+    script = os.path.join(os.path.dirname(__file__), "line", "wan.sh")
+    return subprocess.run([script, "--time", "3600", "--delay", delay, "--rate", rate, "--loss", loss, "--",
+                           "sleep 4000", " ".join(map(shlex.quote, command))],
+                          env={**os.environ, "LINKEMU": emulator}).returncode
 
 
 def sign(method, target, access, token, user, body=b""):
@@ -31,13 +42,20 @@ def sign(method, target, access, token, user, body=b""):
 class Service:
     """The companion service with the demo user, in a folder that goes with it."""
 
-    def __init__(self, folder=None):
+    def __init__(self, folder=None, line=False):
+        """With line, at the far end of the emulated line that this process is on."""
+        self.host, self.there = "127.0.0.1", []
+        if line:
+            self.host = os.environ["WAN_SERVER_IP"]
+            here = subprocess.run(["ip", "netns", "identify"], stdout=subprocess.PIPE, text=True, check=True).stdout
+            self.there = ["ip", "netns", "exec", here.strip().replace("wanA", "wanB")]
         self.folder = tempfile.mkdtemp(prefix="arkvale-bench-", dir=folder or os.environ.get("ARKVALE_BENCH_DIR"))
 
     def __enter__(self):
         ready = os.path.join(self.folder, "ready")
-        self.process = subprocess.Popen(NICE + [f"{BIN}/arkvale-service", "--demo", f"{self.folder}/data", "--port", "0",
-                                                "--ready-file", ready], stdout=subprocess.DEVNULL)
+        self.process = subprocess.Popen([*self.there, *NICE, f"{BIN}/arkvale-service", "--demo", f"{self.folder}/data",
+                                         "--port", "0", "--listen", self.host, "--ready-file", ready],
+                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         while not os.path.exists(ready):
             if self.process.poll() is not None:
                 sys.exit("the service did not start")

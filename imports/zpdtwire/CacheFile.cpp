@@ -353,7 +353,7 @@ void CacheFile::finish(Outcome &outcome)
     if (result.ok() && stat.size != m_item.info.size)
         return fail(Error::LocalFile, "the file on the disk has another size", outcome);
     if (result.ok())
-        result = m_tree->putInPlace(m_folder, m_cache, m_item.info.path, m_item.info.size, outcome.item.created);
+        result = place(stat.id, outcome.item.created);
     if (!result.ok()) {
         drop();
         return fail(result, outcome);
@@ -362,6 +362,18 @@ void CacheFile::finish(Outcome &outcome)
     m_broken = true;
     outcome.finished = true;
     (void)m_folder.syncFolder("");
+}
+
+FileResult CacheFile::place(std::uint64_t id, bool &created)
+{
+    std::vector<TargetTree::Placement> one(1);
+    one[0].cache = m_cache;
+    one[0].path = m_item.info.path;
+    one[0].size = m_item.info.size;
+    one[0].id = id;
+    m_tree->putInPlace(m_folder, one);
+    created = one[0].created;
+    return one[0].result;
 }
 
 void CacheFile::sync()

@@ -79,6 +79,7 @@ private:
     void piece(const Op &op, Outcome &outcome);
     void sum(const Op &op, Outcome &outcome);
     void finish(Outcome &outcome);
+    FileResult place(std::uint64_t id, bool &created);
     void ask(std::uint32_t block, Outcome &outcome);
     void drop();
     void settle();

@@ -239,7 +239,7 @@ void timesOf(std::int64_t modifiedNs, timespec (&times)[2])
 }
 
 /// Opens a plain file; whatever else bears the name is closed again untouched.
-FileResult openPlain(int folder, const std::string &name, int flags, SafeFile &file)
+FileResult openPlain(int folder, const std::string &name, int flags, SafeFile &file, std::uint64_t *size = nullptr)
 {
     // Without O_NONBLOCK a pipe planted under the name would hold the caller for ever.
     Fd fd(::openat(folder, name.c_str(), flags | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
@@ -252,6 +252,8 @@ FileResult openPlain(int folder, const std::string &name, int flags, SafeFile &f
         return failure(EISDIR);
     if (!S_ISREG(found.st_mode))
         return failure(EACCES);
+    if (size)
+        *size = static_cast<std::uint64_t>(found.st_size);
     file = SafeFile(fd.release());
     return {};
 }
@@ -418,8 +420,10 @@ FileResult SafeFolder::openWrite(const std::string &path, WriteMode mode, SafeFi
     if (!result.ok())
         return result;
     const int flags = O_RDWR | (mode.create ? O_CREAT : 0) | (mode.create && mode.exclusive ? O_EXCL : 0);
-    result = openPlain(place.folder, place.name, flags, file);
-    if (result.ok() && mode.truncate)
+    std::uint64_t size = 0;
+    result = openPlain(place.folder, place.name, flags, file, &size);
+    // Some file systems write a file out at once when it was ever truncated.
+    if (result.ok() && mode.truncate && size > 0)
         result = file.truncate(0);
     return result;
 }

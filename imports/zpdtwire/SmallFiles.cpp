@@ -5,6 +5,8 @@
 #include "TargetTree.h"
 #include "TreeScan.h"
 
+#include <map>
+
 namespace zpdt {
 
 namespace {
@@ -14,6 +16,7 @@ struct Written
     SafeFolder folder;
     std::string leaf;
     std::string cache;
+    std::uint64_t id = 0;
     bool good = false;
 };
 
@@ -42,6 +45,12 @@ FileResult writeOne(TargetTree &tree, const SmallFile &small, Written &written, 
         result = file.writeAt(0, small.data.data(), small.data.size());
     if (result.ok())
         result = file.setModified(small.modifiedMs * kNsPerMs);
+    FileStat stat;
+    if (result.ok())
+        result = file.stat(stat);
+    if (result.ok() && stat.size != small.data.size())
+        result = {FileError::Other, 0};
+    written.id = stat.id;
     return result;
 }
 
@@ -92,28 +101,37 @@ std::vector<SmallFileResult> storeSmallFiles(TargetTree &tree, const std::vector
     }
     const bool synced = files.size() < kManyFiles || (last.isOpen() && syncVolume(last));
     last.close();
-    std::vector<SafeFolder> folders;
-    std::string lastParent;
+    // Folder by folder, so that each is looked at once after all its files.
+    std::map<std::string, std::vector<std::size_t>> folders;
     for (std::size_t i = 0; i < files.size(); ++i) {
         if (!written[i].good)
             continue;
-        FileResult result;
-        if (!synced)
-            result = syncOne(written[i]);
+        const FileResult result = synced ? FileResult() : syncOne(written[i]);
         if (result.ok())
-            result = tree.putInPlace(written[i].folder, written[i].cache, files[i].path, files[i].data.size(),
-                                     results[i].item.created);
-        if (!result.ok()) {
+            folders[files[i].path.substr(0, files[i].path.size() - written[i].leaf.size())].push_back(i);
+        else
             failed(i, result);
-            continue;
-        }
-        const std::string parent = files[i].path.substr(0, files[i].path.size() - written[i].leaf.size());
-        if (folders.empty() || parent != lastParent)
-            folders.push_back(written[i].folder);
-        lastParent = parent;
     }
-    for (const SafeFolder &folder : folders)
-        (void)folder.syncFolder("");
+    for (const auto &folder : folders) {
+        std::vector<TargetTree::Placement> placements(folder.second.size());
+        for (std::size_t at = 0; at < placements.size(); ++at) {
+            const std::size_t i = folder.second[at];
+            placements[at].cache = written[i].cache;
+            placements[at].path = files[i].path;
+            placements[at].size = files[i].data.size();
+            placements[at].id = written[i].id;
+        }
+        const SafeFolder &handle = written[folder.second.front()].folder;
+        tree.putInPlace(handle, placements);
+        for (std::size_t at = 0; at < placements.size(); ++at) {
+            results[folder.second[at]].item.created = placements[at].created;
+            if (!placements[at].result.ok())
+                failed(folder.second[at], placements[at].result);
+        }
+    }
+    // The first one mostly brings the names in all of them to the disk.
+    for (const auto &folder : folders)
+        (void)written[folder.second.front()].folder.syncFolder("");
     return results;
 }
 

@@ -132,48 +132,59 @@ FileResult TargetTree::stillThere(const SafeFolder &folder, const std::string &p
     return result;
 }
 
-FileResult TargetTree::putInPlace(const SafeFolder &folder, const std::string &cache, const std::string &path,
-                                  std::uint64_t size, bool &created)
+void TargetTree::giveName(const SafeFolder &folder, Placement &file)
 {
     std::string parent, leaf;
-    splitLeaf(path, parent, leaf);
+    splitLeaf(file.path, parent, leaf);
     FileStat old;
-    const FileResult there = folder.stat(leaf, old);
-    created = there.error == FileError::NotFound;
-    if (!there.ok() && !created)
-        return there;
-    FileStat own;
-    FileResult result = folder.stat(cache, own);
-    if (!result.ok())
-        return result;
-    if (!created) {
-        if (old.isFolder())
-            return {FileError::IsFolder, 0};
-        std::lock_guard<std::mutex> lock(m_mutex);
-        if (old.id != 0 && m_fileIds.count(old.id) > 0)
-            return {FileError::BadName, 0};
+    file.result = folder.rename(file.cache, leaf, false);
+    file.created = file.result.ok();
+    if (file.result.error == FileError::Exists) {
+        file.result = folder.stat(leaf, old);
+        if (file.result.ok() && old.isFolder())
+            file.result = {FileError::IsFolder, 0};
+        if (file.result.ok() && old.id != 0) {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            if (m_fileIds.count(old.id) > 0)
+                file.result = {FileError::BadName, 0};
+        }
+        if (file.result.ok() || file.result.error == FileError::NotFound)
+            file.result = folder.rename(file.cache, leaf, true);
     }
-    result = folder.rename(cache, leaf, true);
-    if (!result.ok())
-        return result;
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        // The number of a replaced file may come back with a new one.
+    if (!file.result.ok())
+        return;
+    file.change = static_cast<std::int64_t>(file.size) - static_cast<std::int64_t>(old.size);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    // The number of a replaced file may come back with a new one.
+    if (!file.created)
         m_fileIds.erase(old.id);
-        if (own.id != 0)
-            m_fileIds.insert(own.id);
+    if (file.id != 0)
+        m_fileIds.insert(file.id);
+}
+
+void TargetTree::putInPlace(const SafeFolder &folder, std::vector<Placement> &files)
+{
+    for (Placement &file : files)
+        giveName(folder, file);
+    // Only now: whoever takes the folder away later takes away files that were there.
+    const FileResult still = files.empty() ? FileResult() : stillThere(folder, files.front().path);
+    std::uint64_t reserved = 0;
+    std::int64_t change = 0;
+    for (Placement &file : files) {
+        if (!file.result.ok())
+            continue;
+        file.result = still;
+        if (!still.ok() && file.created) {
+            std::string parent, leaf;
+            splitLeaf(file.path, parent, leaf);
+            (void)folder.removeFile(leaf);
+            continue;
+        }
+        change += file.change;
+        reserved += still.ok() ? file.size : 0;
     }
-    const auto change = static_cast<std::int64_t>(size) - static_cast<std::int64_t>(created ? 0 : old.size);
-    // Only now: whoever takes the folder away later takes away a file that was
-    // there.
-    result = stillThere(folder, path);
-    if (result.ok())
-        unreserve(size, change);
-    else if (created)
-        (void)folder.removeFile(leaf);
-    else
-        unreserve(0, change);
-    return result;
+    if (reserved > 0 || change != 0)
+        unreserve(reserved, change);
 }
 
 void TargetTree::rememberTime(const std::string &path, std::int64_t modifiedMs)

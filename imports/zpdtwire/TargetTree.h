@@ -55,12 +55,21 @@ public:
     /// Makes a folder. BadName when the disk takes its name for another one that the stream already made.
     FileResult makeFolder(const std::string &path, bool &created);
 
-    /// Gives a finished partial file in @p folder the last name of @p path; false
-    /// in @p created when a file was replaced. BadName when the disk takes the
-    /// name for another one of this stream, NotFound when the folder was taken
-    /// away meanwhile. What was reserved for the file, its size, becomes stored.
-    FileResult putInPlace(const SafeFolder &folder, const std::string &cache, const std::string &path,
-                          std::uint64_t size, bool &created);
+    /// A finished partial file, and how it got its name.
+    struct Placement
+    {
+        std::string cache; ///< its name in the folder
+        std::string path;
+        std::uint64_t size = 0;
+        std::uint64_t id = 0; ///< number of the partial file
+        FileResult result;
+        bool created = false;    ///< false when a file was replaced
+        std::int64_t change = 0; ///< of the stored bytes
+    };
+    /// Gives finished partial files in @p folder the last names of their paths. BadName when the disk takes the name
+    /// for another one of this stream, NotFound when the folder was taken away meanwhile. What was reserved for the
+    /// files, their sizes, becomes stored where the result is good.
+    void putInPlace(const SafeFolder &folder, std::vector<Placement> &files);
     /// NotFound when @p folder, which holds @p path, is no longer what its path
     /// leads to.
     FileResult stillThere(const SafeFolder &folder, const std::string &path) const;
@@ -84,6 +93,7 @@ private:
     };
     FileResult handleOf(const std::string &path, SafeFolder &folder);
     FileResult makeMissing(const std::string &path);
+    void giveName(const SafeFolder &folder, Placement &file);
 
     const SafeFolder m_root;
     const Limits m_limits;
