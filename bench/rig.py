@@ -22,7 +22,7 @@ def over_line(line, command):
     """Runs a command at the near end of an emulated line, "DELAY-MS MBIT LOSS"; its exit status."""
     delay, rate, loss = line.split()
     emulator = os.environ.get("LINKEMU", f"{BIN}/linkemu")
-    script = os.path.join(os.path.dirname(__file__), "line", "wan.sh")
+    script = os.environ.get("WAN", os.path.join(os.path.dirname(__file__), "line", "wan.sh"))
     return subprocess.run([script, "--time", "3600", "--delay", delay, "--rate", rate, "--loss", loss, "--",
                            "sleep 4000", " ".join(map(shlex.quote, command))],
                           env={**os.environ, "LINKEMU": emulator}).returncode

@@ -45,9 +45,14 @@ public:
     {
         Session::Handler handler;
         const std::weak_ptr<Core> weak = weak_from_this();
+        // Requests do not wait for the server's greeting, nor an upload for its answer: a round trip each.
+        handler.onMaySend = [weak] {
+            if (const auto self = weak.lock())
+                self->sendOpenings();
+        };
         handler.onReady = [weak] {
             if (const auto self = weak.lock())
-                self->ready();
+                self->tell(ConnectionState::Connected, Error::None, "");
         };
         handler.onClosed = [weak](Error error, const std::string &text) {
             if (const auto self = weak.lock())
@@ -72,11 +77,12 @@ public:
     void open(std::shared_ptr<StreamBase> stream, OpenMessage message, std::vector<std::string> names)
     {
         if (!m_session || m_session->isClosed())
-            return stream->lost(Error::Network, "the connection is closed");
+            return stream->lost(m_refused.empty() ? Error::Network : Error::Refused,
+                                m_refused.empty() ? "the connection is closed" : m_refused);
         stream->setId(m_session->add(stream));
         stream->setPriority(message.priority);
-        Opening opening{stream->id(), std::move(message), std::move(names)};
-        if (m_session->isReady())
+        Opening opening{stream, std::move(message), std::move(names)};
+        if (m_session->maySend())
             send(opening);
         else
             m_opening.push_back(std::move(opening));
@@ -107,7 +113,7 @@ private:
 
     struct Opening
     {
-        std::uint32_t id;
+        std::shared_ptr<StreamBase> stream;
         OpenMessage message;
         std::vector<std::string> names;
     };
@@ -115,9 +121,11 @@ private:
     void send(const Opening &opening)
     {
         // Paused or cancelled before the line was there.
-        if (!m_session->has(opening.id))
+        const std::uint32_t id = opening.stream->id();
+        if (opening.stream->hasEnded() || !m_session->has(id))
             return;
-        m_session->send(frame(opening.id, opening.message));
+        m_session->send(frame(id, opening.message));
+        opening.stream->requested();
         if (opening.message.direction == Direction::Upload)
             return;
         std::size_t next = 0;
@@ -128,21 +136,23 @@ private:
                 want.names.push_back(opening.names[next]);
             }
             want.last = next == opening.names.size();
-            m_session->send(frame(opening.id, want));
+            m_session->send(frame(id, want));
         } while (next < opening.names.size());
     }
 
-    void ready()
+    void sendOpenings()
     {
-        for (const Opening &opening : m_opening)
-            send(opening);
+        const auto waiting = std::move(m_opening);
         m_opening.clear();
-        tell(ConnectionState::Connected, Error::None, "");
+        for (const Opening &opening : waiting)
+            send(opening);
     }
 
     void closed(Error error, const std::string &text)
     {
         m_opening.clear();
+        if (error == Error::Refused)
+            m_refused = text;
         tell(ConnectionState::Closed, error, text);
     }
 
@@ -157,6 +167,7 @@ private:
     StateHandler m_onState;
     std::shared_ptr<Session> m_session;
     std::vector<Opening> m_opening;
+    std::string m_refused; ///< why the server, or its certificate, was turned down
     RateGoal m_sendGoal;
     RateGoal m_receiveGoal;
 };

@@ -68,7 +68,8 @@ public:
     /// Ends all streams with Cancelled, keeping what was received, then the connection.
     void close();
 
-    /// Streams may be opened while the connection is still being made. On a closed one they end with Network.
+    /// Streams may be opened while the connection is still being made. On a closed one they end with Network, on one
+    /// that was refused with Refused.
     std::shared_ptr<Stream> openUpload(UploadRequest request, StreamCallbacks callbacks);
     std::shared_ptr<Stream> openDownload(DownloadRequest request, StreamCallbacks callbacks);
     /// Has the service remove partial files. Of the callbacks onOpened and onEnd are used; None at the end: they are

@@ -183,7 +183,7 @@ SessionStream *Session::nextStream()
 
 void Session::pump()
 {
-    if (!m_ready)
+    if (!maySend() || m_closed)
         return;
     while (m_channel->queuedBytes() < kAhead) {
         const auto now = Clock::now();
@@ -242,6 +242,8 @@ void Session::channelReady()
     if (m_receiveGoal != RateGoal())
         setReceiveGoal(m_receiveGoal);
     armTick();
+    if (m_role == Role::Client && m_handler.onMaySend)
+        m_handler.onMaySend();
 }
 
 void Session::channelWritable()

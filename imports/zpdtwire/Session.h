@@ -53,7 +53,8 @@ public:
     };
     struct Handler
     {
-        std::function<void()> onReady; ///< both sides have greeted
+        std::function<void()> onReady;   ///< both sides have greeted
+        std::function<void()> onMaySend; ///< client, before onReady: what is sent now follows the greeting at once
         /// The last call. Streams have been told before.
         std::function<void(Error, const std::string &text)> onClosed;
         /// Server: a stream that the client asks for; its answer is the stream, or null after a refuse().
@@ -67,6 +68,7 @@ public:
     void close(Error error, const std::string &text);
 
     bool isReady() const { return m_ready; }
+    bool maySend() const { return m_role == Role::Client ? m_greeted : m_ready; }
     bool isClosed() const { return m_closed; }
     Context &context() { return m_context; }
     std::string peer() const { return m_channel->peer(); }

@@ -24,6 +24,8 @@ public:
     /// Closes from this side. @p discard: the receiver removes what is not finished.
     virtual void stop(Error error, const std::string &text, bool discard) = 0;
     void changePriority(int priority);
+    /// Client: the other side was asked for the stream, which is about to begin.
+    virtual void requested() {}
     /// Told once, when the stream has ended, besides the callbacks.
     std::function<void()> onGone;
 

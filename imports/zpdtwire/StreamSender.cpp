@@ -4,6 +4,7 @@
 #include "NameRules.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace zpdt {
 
@@ -37,11 +38,15 @@ bool StreamSender::message(Msg type, WireReader &body)
 {
     switch (type) {
     case Msg::Opened:
-        if (m_begun || m_source.wanted || !body.complete())
+        if (m_opened || m_source.wanted || !body.complete())
             return false;
+        m_opened = true;
         if (m_callbacks.onOpened)
             m_callbacks.onOpened();
+        for (const auto &tell : std::exchange(m_untold, {}))
+            tell();
         begin();
+        tick();
         return true;
     case Msg::Want: {
         WantMessage want;
@@ -135,7 +140,9 @@ bool StreamSender::have(WireReader &body)
 
 void StreamSender::begin()
 {
-    m_begun = true;
+    if (std::exchange(m_begun, true))
+        return;
+    m_opened = m_opened || m_source.wanted;
     m_scanRunning = true;
     disk(
         [open = m_source.open, names = std::move(m_source.names), excluded = m_source.excludedSuffixes] {
@@ -193,6 +200,8 @@ void StreamSender::tick()
 {
     if (m_ended)
         return;
+    if (!m_opened)
+        return pump();
     if (m_totals.files != m_toldTotals.files || m_totals.bytes != m_toldTotals.bytes ||
         m_totals.complete != m_toldTotals.complete) {
         m_toldTotals = m_totals;
@@ -534,8 +543,17 @@ void StreamSender::reportUnsendable(const ItemInfo &info, Error error, const std
     message.text = text;
     queue(frame(m_id, message));
     m_progress.filesFailed += error == Error::Skipped ? 0 : 1;
-    if (m_callbacks.onItemFailed)
+    tellFailed(info, error, text);
+}
+
+void StreamSender::tellFailed(const ItemInfo &info, Error error, const std::string &text)
+{
+    if (!m_callbacks.onItemFailed)
+        return;
+    if (m_opened)
         m_callbacks.onItemFailed(info, error, text);
+    else
+        m_untold.push_back([this, info, error, text] { m_callbacks.onItemFailed(info, error, text); });
 }
 
 void StreamSender::itemDone(std::uint32_t no, const ItemOutcome &outcome)
@@ -562,8 +580,7 @@ void StreamSender::itemFailed(std::uint32_t no, Error error, const std::string &
     m_items.erase(found);
     m_largeItems -= item.large ? 1 : 0;
     ++m_progress.filesFailed;
-    if (m_callbacks.onItemFailed)
-        m_callbacks.onItemFailed(item.message.info, error, text);
+    tellFailed(item.message.info, error, text);
     pump();
 }
 

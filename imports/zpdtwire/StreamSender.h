@@ -33,6 +33,7 @@ public:
     void tick() override;
     void lost(Error error, const std::string &text) override;
     void stop(Error error, const std::string &text, bool discard) override;
+    void requested() override { begin(); }
 
 private:
     struct Item
@@ -69,6 +70,7 @@ private:
     void schedule(std::uint32_t no);
     void giveUp(std::uint32_t no, Error error, const std::string &text);
     void reportUnsendable(const ItemInfo &info, Error error, const std::string &text);
+    void tellFailed(const ItemInfo &info, Error error, const std::string &text);
     void itemDone(std::uint32_t no, const ItemOutcome &outcome);
     void itemFailed(std::uint32_t no, Error error, const std::string &text);
     void finishIfDone();
@@ -80,6 +82,9 @@ private:
     SafeFolder m_root;
     std::shared_ptr<TreeScan> m_scan;
     bool m_begun = false;
+    bool m_opened = false; ///< the other side agreed; an upload does not wait for that
+    /// What could not be sent before it agreed.
+    std::vector<std::function<void()>> m_untold;
     bool m_scanRunning = false;
     bool m_scanDone = false;
     Totals m_totals;
