@@ -87,6 +87,8 @@ public slots:
     void Copy();
     void Paste();
     void Move(QStringList paths, QString folder);
+    /// Asks for the folder to move the selection to.
+    void MoveTo();
     void Rename();
     void Compress();
     void Decompress();

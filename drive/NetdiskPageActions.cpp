@@ -11,6 +11,7 @@
 #include "FileWidget.h"
 #include "GlobalConfig.h"
 #include "ImagePreviewWidget.h"
+#include "MoveDialog.h"
 #include "MsgBox.h"
 #include "MsgDlg.h"
 #include "NetDiskServer.h"
@@ -316,6 +317,17 @@ void NetdiskPage::Move(QStringList paths, QString folder)
         m_server->move(paths, folder);
 }
 
+void NetdiskPage::MoveTo()
+{
+    const QStringList paths = pathsOf(m_view->selectedItems());
+    if (paths.isEmpty() || inSearch())
+        return;
+    const QPointer<MoveDialog> dialog = new MoveDialog(m_center.address, paths, this);
+    connect(dialog, SIGNAL(sigMove(QStringList, QString)), this, SLOT(Move(QStringList, QString)));
+    dialog->exec();
+    delete dialog;
+}
+
 void NetdiskPage::Compress()
 {
     const QStringList paths = pathsOf(m_view->selectedItems());
@@ -476,6 +488,8 @@ void NetdiskPage::runCommand(int command)
         return Compress();
     case FileWidget::Decompress:
         return Decompress();
+    case FileWidget::MoveTo:
+        return MoveTo();
     default:
         break;
     }

@@ -110,6 +110,7 @@ void FileWidget::buildActions()
         {Paste, "paste", QKeySequence(QKeySequence::Paste)},
         {Compress, "archive", {}},
         {Decompress, nullptr, {}},
+        {MoveTo, nullptr, QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_M)},
     };
     for (const Entry &entry : entries) {
         auto *action = new QAction(this);
@@ -153,6 +154,7 @@ void FileWidget::retranslate()
     m_actions[Paste]->setText(tr("Paste(&V)"));
     m_actions[Compress]->setText(tr("Compress"));
     m_actions[Decompress]->setText(tr("Decompress"));
+    m_actions[MoveTo]->setText(tr("Move to(&M)"));
     m_orders[FileOrder::FileName]->setText(tr("Name"));
     m_orders[FileOrder::Modified]->setText(tr("Modified time"));
     m_orders[FileOrder::FileSize]->setText(tr("Size"));
@@ -268,6 +270,7 @@ void FileWidget::updateActions()
     m_actions[Cut]->setEnabled(any);
     m_actions[Copy]->setEnabled(any);
     m_actions[Compress]->setEnabled(any && !search);
+    m_actions[MoveTo]->setEnabled(any && !search);
     m_actions[Decompress]->setEnabled(one && FileListing::isArchive(item));
     m_actions[Paste]->setEnabled(!search);
     // Renaming stays: without one selected entry it says what to do.

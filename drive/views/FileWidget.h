@@ -42,7 +42,8 @@ public:
         Copy,
         Paste,
         Compress,
-        Decompress
+        Decompress,
+        MoveTo
     };
 
     explicit FileWidget(QWidget *parent = nullptr);

@@ -390,6 +390,46 @@
         <source>%1 selected</source>
         <translation>已选择 %1 项</translation>
     </message>
+    <message>
+        <source>Places</source>
+        <translation>位置</translation>
+    </message>
+    <message>
+        <source>Home</source>
+        <translation>主目录</translation>
+    </message>
+    <message>
+        <source>Desktop</source>
+        <translation>桌面</translation>
+    </message>
+    <message>
+        <source>Documents</source>
+        <translation>文档</translation>
+    </message>
+    <message>
+        <source>Downloads</source>
+        <translation>下载</translation>
+    </message>
+    <message>
+        <source>Pictures</source>
+        <translation>图片</translation>
+    </message>
+    <message>
+        <source>Videos</source>
+        <translation>视频</translation>
+    </message>
+    <message>
+        <source>Filter</source>
+        <translation>筛选</translation>
+    </message>
+    <message>
+        <source>There is no such folder.</source>
+        <translation>没有这个文件夹。</translation>
+    </message>
+    <message>
+        <source>The folder cannot be read.</source>
+        <translation>无法读取该文件夹。</translation>
+    </message>
 </context>
 <context>
     <name>FileItemModel</name>
@@ -557,6 +597,10 @@
     <message>
         <source>Sort by</source>
         <translation>排序方式</translation>
+    </message>
+    <message>
+        <source>Move to(&amp;M)</source>
+        <translation>移动到(&amp;M)</translation>
     </message>
 </context>
 <context>
@@ -904,6 +948,17 @@
     </message>
 </context>
 <context>
+    <name>MoveDialog</name>
+    <message>
+        <source>Move to</source>
+        <translation>移动到</translation>
+    </message>
+    <message>
+        <source>Move</source>
+        <translation>移动</translation>
+    </message>
+</context>
+<context>
     <name>MsgBox</name>
     <message>
         <source>OK</source>
@@ -954,6 +1009,52 @@
     <message>
         <source>title</source>
         <translation>标题</translation>
+    </message>
+</context>
+<context>
+    <name>MyDiskDirectoryBrowser</name>
+    <message>
+        <source>New Folder</source>
+        <translation>新建文件夹</translation>
+    </message>
+    <message>
+        <source>Please select the location copy to</source>
+        <translation>请选择要复制到的位置</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>确定</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Path not found!</source>
+        <translation>路径不存在！</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>无法打开该文件夹。</translation>
+    </message>
+    <message>
+        <source>The folder could not be created.</source>
+        <translation>无法新建该文件夹。</translation>
+    </message>
+</context>
+<context>
+    <name>MyDiskDirectoryBrowserTree</name>
+    <message>
+        <source>Folders</source>
+        <translation>文件夹</translation>
+    </message>
+    <message>
+        <source>All Files</source>
+        <translation>全部文件</translation>
+    </message>
+    <message>
+        <source>Loading...</source>
+        <translation>正在加载...</translation>
     </message>
 </context>
 <context>

@@ -390,6 +390,46 @@
         <source>%1 selected</source>
         <translation>已選取 %1 個項目</translation>
     </message>
+    <message>
+        <source>Places</source>
+        <translation>位置</translation>
+    </message>
+    <message>
+        <source>Home</source>
+        <translation>主目錄</translation>
+    </message>
+    <message>
+        <source>Desktop</source>
+        <translation>桌面</translation>
+    </message>
+    <message>
+        <source>Documents</source>
+        <translation>文件</translation>
+    </message>
+    <message>
+        <source>Downloads</source>
+        <translation>下載</translation>
+    </message>
+    <message>
+        <source>Pictures</source>
+        <translation>圖片</translation>
+    </message>
+    <message>
+        <source>Videos</source>
+        <translation>影片</translation>
+    </message>
+    <message>
+        <source>Filter</source>
+        <translation>篩選</translation>
+    </message>
+    <message>
+        <source>There is no such folder.</source>
+        <translation>沒有這個資料夾。</translation>
+    </message>
+    <message>
+        <source>The folder cannot be read.</source>
+        <translation>無法讀取該資料夾。</translation>
+    </message>
 </context>
 <context>
     <name>FileItemModel</name>
@@ -557,6 +597,10 @@
     <message>
         <source>Sort by</source>
         <translation>排序方式</translation>
+    </message>
+    <message>
+        <source>Move to(&amp;M)</source>
+        <translation>移動到(&amp;M)</translation>
     </message>
 </context>
 <context>
@@ -904,6 +948,17 @@
     </message>
 </context>
 <context>
+    <name>MoveDialog</name>
+    <message>
+        <source>Move to</source>
+        <translation>移動到</translation>
+    </message>
+    <message>
+        <source>Move</source>
+        <translation>移動</translation>
+    </message>
+</context>
+<context>
     <name>MsgBox</name>
     <message>
         <source>OK</source>
@@ -954,6 +1009,52 @@
     <message>
         <source>title</source>
         <translation>標題</translation>
+    </message>
+</context>
+<context>
+    <name>MyDiskDirectoryBrowser</name>
+    <message>
+        <source>New Folder</source>
+        <translation>新建資料夾</translation>
+    </message>
+    <message>
+        <source>Please select the location copy to</source>
+        <translation>請選擇要複製到的位置</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>確定</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>取消</translation>
+    </message>
+    <message>
+        <source>Path not found!</source>
+        <translation>路徑不存在！</translation>
+    </message>
+    <message>
+        <source>The folder could not be opened.</source>
+        <translation>無法開啟該資料夾。</translation>
+    </message>
+    <message>
+        <source>The folder could not be created.</source>
+        <translation>無法新建該資料夾。</translation>
+    </message>
+</context>
+<context>
+    <name>MyDiskDirectoryBrowserTree</name>
+    <message>
+        <source>Folders</source>
+        <translation>資料夾</translation>
+    </message>
+    <message>
+        <source>All Files</source>
+        <translation>全部檔案</translation>
+    </message>
+    <message>
+        <source>Loading...</source>
+        <translation>正在載入...</translation>
     </message>
 </context>
 <context>

@@ -482,8 +482,9 @@ private slots:
                 texts << action->text();
             return texts;
         };
-        QCOMPARE(offered({"/z.zip"}), (QStringList{"Open(&O)", "Download", "Rename(&R)", "Delete(&D)", "Cut(&X)",
-                                                   "Copy(&C)", "Paste(&V)", "Compress", "Decompress", "Sort by"}));
+        QCOMPARE(offered({"/z.zip"}),
+                 (QStringList{"Open(&O)", "Download", "Rename(&R)", "Delete(&D)", "Cut(&X)", "Copy(&C)", "Paste(&V)",
+                              "Compress", "Decompress", "Move to(&M)", "Sort by"}));
         QVERIFY(!offered({"/b.txt", "/z.zip"}).contains("Decompress"));
         QVERIFY(!offered({"/a"}).contains("Decompress"));
         m_page->IntoFolder("/pics");
