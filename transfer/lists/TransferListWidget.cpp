@@ -11,6 +11,8 @@ namespace {
 
 /// How far behind the store's figures may be, in milliseconds.
 constexpr int kHandOverPause = 2000;
+/// Tasks that are more than a few.
+constexpr int kMany = 100;
 
 bool isStartable(qint32 status)
 {
@@ -256,8 +258,14 @@ void TransferListWidget::start(const QList<TaskRecord> &tasks)
 
 void TransferListWidget::pause(const QList<TaskRecord> &tasks)
 {
+    const bool everything = tasks.size() > kMany && tasks.size() == m_model->activeCount();
     save(m_model->setStatus(tasks, ZPDT_PAUSING));
     reportCounts();
+    if (everything) {
+        // One word to the engine instead of thousands.
+        emit sigPauseAllTask();
+        return;
+    }
     for (const TaskRecord &task : tasks)
         emit sigPauseTask(task);
 }
