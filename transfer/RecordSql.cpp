@@ -157,6 +157,12 @@ QString RecordSql::firstPage(int count, const QString &centers)
            QStringLiteral(" order by `rowid` desc limit '%1';").arg(count);
 }
 
+QString RecordSql::loadFailed(const QString &centers)
+{
+    return QStringLiteral("select * from tb_finished_filelist where `Status` <> '%1' and ").arg(ZPDT_SUCCESS) +
+           QStringLiteral("`SubCenterId` in ") + centers + QStringLiteral(" order by `rowid` asc;");
+}
+
 void RecordSql::bindTransfer(QSqlQuery &query, const TaskRecord &record)
 {
     bindCommon(query, record);

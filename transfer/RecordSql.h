@@ -34,6 +34,8 @@ public:
     static QString pageStart(const TaskRecord &last);
     static QString nextPage(qint64 startRow, int count, const QString &centers);
     static QString firstPage(int count, const QString &centers);
+    /// All records of tasks that ended without success.
+    static QString loadFailed(const QString &centers);
 
     static void bindTransfer(QSqlQuery &query, const TaskRecord &record);
     static void bindFinished(QSqlQuery &query, const TaskRecord &record);

@@ -467,3 +467,15 @@ void TransferManager::OnLoadFinishedTaskRecord(TaskRecord taskStart, int count)
     } while (count >= 1 && page.size() < count && part.size() == count);
     emit sigLoadFinishedTaskRecord(page);
 }
+
+void TransferManager::OnLoadFailedTaskRecord()
+{
+    const QList<TaskRecord> all = load(RecordSql::loadFailed(m_centers));
+    QList<TaskRecord> kept;
+    {
+        QMutexLocker lock(&m_finishedData.mutex());
+        std::copy_if(all.begin(), all.end(), std::back_inserter(kept),
+                     [this](const TaskRecord &task) { return !m_finishedData.holds(task, PendingRecords::Del); });
+    }
+    emit sigLoadFailedTaskRecord(kept);
+}

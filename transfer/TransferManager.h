@@ -42,6 +42,7 @@ signals:
     void sigClearTransferTaskRecord(ZPDTCMDTYPE type);
     void sigClearFinishedTaskRecord();
     void sigTriggerSignal();
+    void sigLoadFailedTaskRecord(QList<TaskRecord> tasks);
 
 public slots:
     void OnAddTransferRecord(QList<TaskRecord> tasks, ZPDTCMDTYPE type);
@@ -53,6 +54,8 @@ public slots:
     void OnLoadTransferTaskRecord(ZPDTCMDTYPE type);
     /// @param taskStart the last record that the asker has; one that is not in the table asks for the newest
     void OnLoadFinishedTaskRecord(TaskRecord taskStart, int count);
+    /// All records of tasks that ended without success.
+    void OnLoadFailedTaskRecord();
     /// One turn of writing. Between two turns it only makes sure that the next one comes.
     void TriggerSignal();
     void OnPushTransferRecordForAdd(ZPDTCMDTYPE type);

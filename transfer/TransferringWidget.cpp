@@ -159,7 +159,9 @@ void TransferringWidget::buildTabs()
     }
     m_clearAll = button(QStringLiteral("btn_clear_all"));
     connect(m_clearAll, SIGNAL(clicked()), m_finished, SLOT(RemoveAllFinishedTaskRecord()));
-    m_tabs->addTab(buildTab(QStringLiteral("tab_finished"), m_finished, {m_clearAll}), QString());
+    m_retryAll = button(QStringLiteral("btn_retry_all"));
+    connect(m_retryAll, SIGNAL(clicked()), m_finished, SLOT(RetryAll()));
+    m_tabs->addTab(buildTab(QStringLiteral("tab_finished"), m_finished, {m_retryAll, m_clearAll}), QString());
 
     buildStatus();
     auto *columns = new QHBoxLayout;
@@ -251,6 +253,7 @@ void TransferringWidget::connectLists()
         connect(list, SIGNAL(sigButtonStateChanged(bool)), this, SLOT(OnButtonStateChanged(bool)));
     }
     connect(m_finished, SIGNAL(sigRetryTask(TaskRecord)), this, SLOT(StartTask(TaskRecord)));
+    connect(m_finished, SIGNAL(sigRetryAllTask(QList<TaskRecord>)), this, SLOT(StartAllTask(QList<TaskRecord>)));
     connect(m_finished, SIGNAL(sigFinishTaskCountChanged(qint64)), this, SLOT(FinishTaskCountChanged(qint64)));
 }
 
@@ -282,6 +285,9 @@ void TransferringWidget::connectStore()
          SLOT(HandlerLoadTransferTaskRecord(QList<TaskRecord>)));
     join(m_finished, SIGNAL(sigDelFinishedTaskRecord(QList<TaskRecord>)), store,
          SLOT(OnDelFinishedRecord(QList<TaskRecord>)));
+    join(m_finished, SIGNAL(sigLoadFailedTaskRecord()), store, SLOT(OnLoadFailedTaskRecord()));
+    join(store, SIGNAL(sigLoadFailedTaskRecord(QList<TaskRecord>)), m_finished,
+         SLOT(HandlerLoadFailedTaskRecord(QList<TaskRecord>)));
     join(m_finished, SIGNAL(sigClearFinishedTaskRecord()), store, SLOT(OnClearFinishedTaskRecord()));
     join(m_finished, SIGNAL(sigLoadFinishedTaskRecord(TaskRecord, int)), store,
          SLOT(OnLoadFinishedTaskRecord(TaskRecord, int)));
@@ -301,6 +307,7 @@ void TransferringWidget::retranslate()
         m_pauseAll.at(i)->setText(tr("Pause All"));
         m_cancelAll.at(i)->setText(tr("Cancel All"));
     }
+    m_retryAll->setText(tr("Retry All Failed"));
     m_clearAll->setText(tr("Clear All"));
     RefreshTaskCount();
 }

@@ -118,6 +118,7 @@ private:
     QList<QPushButton *> m_startAll;
     QList<QPushButton *> m_pauseAll;
     QList<QPushButton *> m_cancelAll;
+    QPushButton *m_retryAll = nullptr;
     QPushButton *m_clearAll = nullptr;
     TransferStatusDockWidget *m_dock = nullptr;
     TransferSummaryBar *m_summary = nullptr;

@@ -1893,6 +1893,38 @@
         <source>%1 d %2 h</source>
         <translation>%1 天 %2 小时</translation>
     </message>
+    <message>
+        <source>It is tried again by itself. If it lasts, check the network and the firewall.</source>
+        <translation>系统会自动重试。若持续出现，请检查网络和防火墙。</translation>
+    </message>
+    <message>
+        <source>Check that you may use this folder, log in again, then retry.</source>
+        <translation>请确认您有权使用此文件夹，重新登录后重试。</translation>
+    </message>
+    <message>
+        <source>It was moved, renamed or deleted. Put it back, then retry.</source>
+        <translation>源文件已被移动、重命名或删除。请放回后重试。</translation>
+    </message>
+    <message>
+        <source>Make room at the destination; the task then goes on by itself.</source>
+        <translation>请在目标位置腾出空间，任务随后会自动继续。</translation>
+    </message>
+    <message>
+        <source>Another program is writing it. Retry when that is done.</source>
+        <translation>其他程序正在写入该文件，请等其完成后重试。</translation>
+    </message>
+    <message>
+        <source>Rename it, or choose another destination.</source>
+        <translation>请重命名，或选择其他目标位置。</translation>
+    </message>
+    <message>
+        <source>Retry. If it happens again, have the disk and the network checked.</source>
+        <translation>请重试。若再次出现，请检查磁盘和网络。</translation>
+    </message>
+    <message>
+        <source>Close programs that use the file and check its permissions, then retry.</source>
+        <translation>请关闭正在使用该文件的程序并检查权限，然后重试。</translation>
+    </message>
 </context>
 <context>
     <name>TransferringWidget</name>
@@ -1955,6 +1987,10 @@
     <message>
         <source>cancel</source>
         <translation>取消</translation>
+    </message>
+    <message>
+        <source>Retry All Failed</source>
+        <translation>重试全部失败项</translation>
     </message>
 </context>
 <context>

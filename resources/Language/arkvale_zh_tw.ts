@@ -1893,6 +1893,38 @@
         <source>%1 d %2 h</source>
         <translation>%1 天 %2 小時</translation>
     </message>
+    <message>
+        <source>It is tried again by itself. If it lasts, check the network and the firewall.</source>
+        <translation>系統會自動重試。若持續出現，請檢查網路和防火牆。</translation>
+    </message>
+    <message>
+        <source>Check that you may use this folder, log in again, then retry.</source>
+        <translation>請確認您有權使用此資料夾，重新登入後重試。</translation>
+    </message>
+    <message>
+        <source>It was moved, renamed or deleted. Put it back, then retry.</source>
+        <translation>來源檔案已被移動、重新命名或刪除。請放回後重試。</translation>
+    </message>
+    <message>
+        <source>Make room at the destination; the task then goes on by itself.</source>
+        <translation>請在目標位置騰出空間，任務隨後會自動繼續。</translation>
+    </message>
+    <message>
+        <source>Another program is writing it. Retry when that is done.</source>
+        <translation>其他程式正在寫入該檔案，請等其完成後重試。</translation>
+    </message>
+    <message>
+        <source>Rename it, or choose another destination.</source>
+        <translation>請重新命名，或選擇其他目標位置。</translation>
+    </message>
+    <message>
+        <source>Retry. If it happens again, have the disk and the network checked.</source>
+        <translation>請重試。若再次出現，請檢查磁碟和網路。</translation>
+    </message>
+    <message>
+        <source>Close programs that use the file and check its permissions, then retry.</source>
+        <translation>請關閉正在使用該檔案的程式並檢查權限，然後重試。</translation>
+    </message>
 </context>
 <context>
     <name>TransferringWidget</name>
@@ -1955,6 +1987,10 @@
     <message>
         <source>cancel</source>
         <translation>取消</translation>
+    </message>
+    <message>
+        <source>Retry All Failed</source>
+        <translation>重試全部失敗項</translation>
     </message>
 </context>
 <context>

@@ -210,6 +210,31 @@ private slots:
                  QStringLiteral("--"));
     }
 
+    /// Failed tasks of the store's older pages run again too, and leave the store once they do.
+    void everyFailureIsRetried()
+    {
+        FinishedListWidget list;
+        QSignalSpy asked(&list, SIGNAL(sigLoadFailedTaskRecord()));
+        QSignalSpy retried(&list, SIGNAL(sigRetryAllTask(QList<TaskRecord>)));
+        QSignalSpy removed(&list, SIGNAL(sigDelFinishedTaskRecord(QList<TaskRecord>)));
+        QSignalSpy counted(&list, SIGNAL(sigFinishTaskCountChanged(qint64)));
+        list.setStoredCount(9);
+        const TaskRecord shown = task("shown", ZPDT_UPLOAD, ZPDT_FAILED);
+        const TaskRecord older = task("older", ZPDT_DOWNLOAD, ZPDT_FAILED);
+        list.add(shown, ZpdtError::Integrity, QString());
+        list.add(task("good", ZPDT_UPLOAD, ZPDT_SUCCESS), ZpdtError::None, QString());
+        list.RetryAll();
+        QCOMPARE(asked.size(), 1);
+        list.HandlerLoadFailedTaskRecord({older});
+        const auto tasks = retried.last().first().value<QList<TaskRecord>>();
+        QCOMPARE(tasks.size(), 2);
+        list.Withdraw({task("another", ZPDT_UPLOAD)});
+        QVERIFY(removed.isEmpty());
+        list.Withdraw(tasks);
+        QCOMPARE(removed.last().first().value<QList<TaskRecord>>().size(), 2);
+        QCOMPARE(counted.last().first().toLongLong(), qint64(9)); // 8 older ones and the good one
+    }
+
     void listFollowsTheEngineAndAsksBySignals()
     {
         TransferListWidget list(ZPDT_UPLOAD);

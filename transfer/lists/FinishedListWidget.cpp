@@ -3,6 +3,7 @@
 #include "FinishedItemWidget.h"
 #include "FinishedTaskModel.h"
 #include "MsgDlg.h"
+#include "TransferTexts.h"
 
 #include <QMenu>
 #include <QPointer>
@@ -53,10 +54,16 @@ void FinishedListWidget::add(const TaskRecord &task, ZpdtError error, const QStr
 
 void FinishedListWidget::Withdraw(QList<TaskRecord> tasks)
 {
+    if (m_model->rowCount() == 0 && m_retried.isEmpty())
+        return;
     QList<TaskRecord> known;
     for (const TaskRecord &task : qAsConst(tasks)) {
-        if (m_model->find(task) >= 0)
+        if (m_model->find(task) >= 0) {
             known << task;
+        } else if (m_retried.remove(TransferTexts::keyHash(task))) {
+            known << task;
+            m_notShown = qMax<qint64>(0, m_notShown - 1);
+        }
     }
     remove(known);
 }
@@ -140,6 +147,31 @@ void FinishedListWidget::RemoveAllFinishedTaskRecord()
     m_complete = true;
     emit sigClearFinishedTaskRecord();
     reportCount();
+}
+
+void FinishedListWidget::RetryAll()
+{
+    emit sigLoadFailedTaskRecord();
+}
+
+void FinishedListWidget::HandlerLoadFailedTaskRecord(QList<TaskRecord> tasks)
+{
+    // What failed a moment ago may not be in the store yet.
+    QSet<quint64> known;
+    for (const TaskRecord &task : qAsConst(tasks)) {
+        known << TransferTexts::keyHash(task);
+        if (m_model->find(task) < 0)
+            m_retried << TransferTexts::keyHash(task);
+    }
+    for (int row = 0; row < m_model->rowCount(); ++row) {
+        const TaskRecord &task = m_model->record(row);
+        if (task.Status != ZPDT_SUCCESS && !known.contains(TransferTexts::keyHash(task)))
+            tasks << task;
+    }
+    for (TaskRecord &task : tasks)
+        task.taskExtra = 0; // held the reason of the failure
+    if (!tasks.isEmpty())
+        emit sigRetryAllTask(tasks);
 }
 
 void FinishedListWidget::RetrySelected()

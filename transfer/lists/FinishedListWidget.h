@@ -3,6 +3,8 @@
 #include "TaskListFrame.h"
 #include "TransferModule.h"
 
+#include <QSet>
+
 class FinishedTaskModel;
 
 /// The list of ended transfers, named "listwid_finished", newest first. A failed one says why and can be sent again; a
@@ -32,9 +34,14 @@ public slots:
     void RemoveAllFinishedTaskRecord();
     void Scroll(int value);
     void RetrySelected();
+    /// Every task that failed, those too that the list does not show yet.
+    void RetryAll();
+    void HandlerLoadFailedTaskRecord(QList<TaskRecord> tasks);
 
 signals:
     void sigRetryTask(TaskRecord task);
+    void sigRetryAllTask(QList<TaskRecord> tasks);
+    void sigLoadFailedTaskRecord();
     void sigLoadFinishedTaskRecord(TaskRecord taskStart, int count);
     void sigDelFinishedTaskRecord(QList<TaskRecord> tasks);
     void sigClearFinishedTaskRecord();
@@ -54,4 +61,5 @@ private:
     bool m_loading = false;
     bool m_complete = false; ///< there are no older records than those shown
     qint64 m_notShown = 0;   ///< records of the store that are not in the list yet
+    QSet<quint64> m_retried; ///< of those, the tasks that were asked to run again
 };

@@ -99,6 +99,8 @@ QString FinishedTaskModel::reason(int row) const
 QString FinishedTaskModel::toolTip(const Row &row) const
 {
     QStringList lines{row.record.Path, tr("To: %1").arg(row.record.Dest), reasonOf(row.record), row.detail};
+    if (row.record.Status != ZPDT_SUCCESS)
+        lines << TransferTexts::advice(static_cast<ZpdtError>(row.record.taskExtra));
     lines.removeAll(QString());
     // Names come from other people: shown as text, never read as markup.
     for (QString &line : lines)

@@ -80,7 +80,7 @@ QString TransferTaskModel::toolTip(const Row &row) const
     if (row.progress.filesFailed > 0)
         lines << tr("%1 files failed").arg(row.progress.filesFailed);
     if (row.progress.error != ZpdtError::None) {
-        lines << TransferTexts::reason(row.progress.error);
+        lines << TransferTexts::reason(row.progress.error) << TransferTexts::advice(row.progress.error);
         if (!row.progress.errorText.isEmpty())
             lines << row.progress.errorText;
     }

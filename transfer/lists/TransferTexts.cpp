@@ -117,6 +117,30 @@ QString TransferTexts::reason(ZpdtError error)
     return tr("The transfer failed");
 }
 
+QString TransferTexts::advice(ZpdtError error)
+{
+    switch (error) {
+    case ZpdtError::Network:
+        return tr("It is tried again by itself. If it lasts, check the network and the firewall.");
+    case ZpdtError::Refused:
+        return tr("Check that you may use this folder, log in again, then retry.");
+    case ZpdtError::NotFound:
+        return tr("It was moved, renamed or deleted. Put it back, then retry.");
+    case ZpdtError::NoSpace:
+        return tr("Make room at the destination; the task then goes on by itself.");
+    case ZpdtError::ChangedSource:
+        return tr("Another program is writing it. Retry when that is done.");
+    case ZpdtError::BadName:
+        return tr("Rename it, or choose another destination.");
+    case ZpdtError::Integrity:
+        return tr("Retry. If it happens again, have the disk and the network checked.");
+    case ZpdtError::LocalFile:
+        return tr("Close programs that use the file and check its permissions, then retry.");
+    default:
+        return QString();
+    }
+}
+
 QString TransferTexts::taskKey(const TaskRecord &task)
 {
     return QStringLiteral("*%1*%2*%3*%4*%5*")
