@@ -49,14 +49,20 @@ QString createTable(const QString &name, const QString &identity)
         .arg(name, identity);
 }
 
+/// An absent text is bound as an empty one: nothing equals null.
+QString present(const QString &text)
+{
+    return text.isNull() ? QLatin1String("") : text;
+}
+
 void bindCommon(QSqlQuery &query, const TaskRecord &record)
 {
-    query.bindValue(QStringLiteral(":Path"), record.Path);
+    query.bindValue(QStringLiteral(":Path"), present(record.Path));
     query.bindValue(QStringLiteral(":Type"), record.Type);
     query.bindValue(QStringLiteral(":FileSize"), record.FileSize);
-    query.bindValue(QStringLiteral(":From"), record.From);
-    query.bindValue(QStringLiteral(":Dest"), record.Dest);
-    query.bindValue(QStringLiteral(":SubCenterId"), record.SubCenterId);
+    query.bindValue(QStringLiteral(":From"), present(record.From));
+    query.bindValue(QStringLiteral(":Dest"), present(record.Dest));
+    query.bindValue(QStringLiteral(":SubCenterId"), present(record.SubCenterId));
 }
 
 } // namespace

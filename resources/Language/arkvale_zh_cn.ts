@@ -664,10 +664,6 @@
         <source>Nothing has been transferred yet.</source>
         <translation>还没有传输过任何文件。</translation>
     </message>
-    <message>
-        <source>Finished</source>
-        <translation>已完成</translation>
-    </message>
 </context>
 <context>
     <name>FinishedTaskModel</name>
@@ -1486,6 +1482,13 @@
     </message>
 </context>
 <context>
+    <name>ShareService</name>
+    <message>
+        <source>Access Denied!</source>
+        <translation>访问被拒绝！</translation>
+    </message>
+</context>
+<context>
     <name>SpeedGroup</name>
     <message>
         <source>Smart</source>
@@ -1616,6 +1619,10 @@
         <source>Filter by name</source>
         <translation>按名称筛选</translation>
     </message>
+    <message>
+        <source>No transfer has a name like that.</source>
+        <translation>没有这个名称的传输任务。</translation>
+    </message>
 </context>
 <context>
     <name>TransferDispatch</name>
@@ -1672,14 +1679,6 @@
     <message>
         <source>No downloads. Choose files of the drive and press Download.</source>
         <translation>没有下载任务。在网盘中选择文件并点击下载。</translation>
-    </message>
-    <message>
-        <source>Uploads</source>
-        <translation>上传</translation>
-    </message>
-    <message>
-        <source>Downloads</source>
-        <translation>下载</translation>
     </message>
     <message>
         <source>Start</source>

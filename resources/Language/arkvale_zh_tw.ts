@@ -664,10 +664,6 @@
         <source>Nothing has been transferred yet.</source>
         <translation>尚未傳輸任何檔案。</translation>
     </message>
-    <message>
-        <source>Finished</source>
-        <translation>已完成</translation>
-    </message>
 </context>
 <context>
     <name>FinishedTaskModel</name>
@@ -1486,6 +1482,13 @@
     </message>
 </context>
 <context>
+    <name>ShareService</name>
+    <message>
+        <source>Access Denied!</source>
+        <translation>存取遭拒！</translation>
+    </message>
+</context>
+<context>
     <name>SpeedGroup</name>
     <message>
         <source>Smart</source>
@@ -1616,6 +1619,10 @@
         <source>Filter by name</source>
         <translation>依名稱篩選</translation>
     </message>
+    <message>
+        <source>No transfer has a name like that.</source>
+        <translation>沒有這個名稱的傳輸任務。</translation>
+    </message>
 </context>
 <context>
     <name>TransferDispatch</name>
@@ -1672,14 +1679,6 @@
     <message>
         <source>No downloads. Choose files of the drive and press Download.</source>
         <translation>沒有下載任務。在網路硬碟中選擇檔案並點選下載。</translation>
-    </message>
-    <message>
-        <source>Uploads</source>
-        <translation>上傳</translation>
-    </message>
-    <message>
-        <source>Downloads</source>
-        <translation>下載</translation>
     </message>
     <message>
         <source>Start</source>

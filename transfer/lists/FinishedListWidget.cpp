@@ -24,26 +24,24 @@ FinishedListWidget::FinishedListWidget(QWidget *parent)
               connect(row, &FinishedItemWidget::sigRetryTask, this, &FinishedListWidget::sigRetryTask);
               return row;
           },
-          parent)
+          QStringLiteral("transfer.svg"), parent)
     , m_model(static_cast<FinishedTaskModel *>(view()->model()))
 {
     m_model->setParent(this);
     setObjectName(QStringLiteral("listwid_finished"));
     view()->setObjectName(QStringLiteral("view_finished"));
-    setColumnWidths({90, 130, 150, 190, 108});
+    setColumnWidths({90, 130, 170, 190, 108});
     connect(view(), &QWidget::customContextMenuRequested, this, &FinishedListWidget::showMenu);
     connect(view()->verticalScrollBar(), SIGNAL(valueChanged(int)), this, SLOT(Scroll(int)));
     connect(view(), &QAbstractItemView::activated, this, &FinishedListWidget::activate);
     connect(this, &TaskListFrame::filterChanged, this, &FinishedListWidget::loadMore);
     addKey(Qt::Key_Delete, [this] { RemoveSelected(); });
-    FinishedListWidget::retranslate();
+    retranslate();
 }
 
-void FinishedListWidget::retranslate()
+QString FinishedListWidget::emptyHint() const
 {
-    TaskListFrame::retranslate();
-    view()->setHint(tr("Nothing has been transferred yet."), QStringLiteral("transfer.svg"));
-    view()->setAccessibleName(tr("Finished"));
+    return tr("Nothing has been transferred yet.");
 }
 
 void FinishedListWidget::add(const TaskRecord &task, ZpdtError error, const QString &detail)

@@ -48,7 +48,7 @@ signals:
     void sigFinishTaskCountChanged(qint64 count);
 
 protected:
-    void retranslate() override;
+    QString emptyHint() const override;
 
 private:
     void activate(const QModelIndex &index);

@@ -9,7 +9,7 @@
 namespace {
 
 /// Rows that are taken in at once: some milliseconds of work.
-constexpr int kSlice = 10000;
+constexpr int kSlice = 5000;
 
 } // namespace
 
@@ -139,7 +139,6 @@ void FinishedTaskModel::addOlder(const QList<TaskRecord> &tasks)
 void FinishedTaskModel::takeIn(int count)
 {
     const int end = static_cast<int>(qMin<qint64>(m_coming.size(), qint64(m_came) + count));
-    m_rows.reserve(end - m_came);
     for (; m_came < end; ++m_came) {
         if (m_rows.find(m_coming.at(m_came)) < 0)
             m_rows.prepend(Row{m_coming.at(m_came), QString()});

@@ -1,6 +1,7 @@
 #include "TaskListFrame.h"
 
 #include <QEvent>
+#include <QHBoxLayout>
 #include <QHeaderView>
 #include <QMenu>
 #include <QShortcut>
@@ -14,21 +15,26 @@ constexpr int kTypingPause = 200;
 } // namespace
 
 TaskListFrame::TaskListFrame(QAbstractItemModel *model, int taskRole, const RowListView::Factory &factory,
-                             QWidget *parent)
+                             const QString &hintIcon, QWidget *parent)
     : QWidget(parent)
     , m_model(model)
     , m_taskRole(taskRole)
+    , m_hintIcon(hintIcon)
     , m_view(new RowListView(factory, this))
-    , m_filter(new QLineEdit(this))
+    , m_filterBar(new QWidget(this))
+    , m_filter(new QLineEdit(m_filterBar))
 {
     m_view->setModel(model);
     m_filter->setObjectName(QStringLiteral("edit_filter"));
     m_filter->setClearButtonEnabled(true);
-    m_filter->hide();
+    auto *bar = new QHBoxLayout(m_filterBar);
+    bar->setContentsMargins(12, 0, 12, 8);
+    bar->addWidget(m_filter);
+    m_filterBar->hide();
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(0);
-    layout->addWidget(m_filter);
+    layout->addWidget(m_filterBar);
     layout->addWidget(m_view);
     setFocusProxy(m_view);
 
@@ -88,7 +94,7 @@ int TaskListFrame::selectedCount() const
 
 void TaskListFrame::openFilter()
 {
-    m_filter->show();
+    m_filterBar->show();
     m_filter->setFocus();
     m_filter->selectAll();
 }
@@ -96,7 +102,7 @@ void TaskListFrame::openFilter()
 void TaskListFrame::closeFilter()
 {
     m_filter->clear();
-    m_filter->hide();
+    m_filterBar->hide();
     m_view->setFocus();
 }
 
@@ -117,12 +123,17 @@ void TaskListFrame::applyFilter()
         }
         m_proxy->setFilterFixedString(text);
     }
+    retranslate();
     emit filterChanged();
 }
 
 void TaskListFrame::retranslate()
 {
     m_filter->setPlaceholderText(tr("Filter by name"));
+    if (m_proxy)
+        m_view->setHint(tr("No transfer has a name like that."), QStringLiteral("search.svg"));
+    else
+        m_view->setHint(emptyHint(), m_hintIcon);
 }
 
 void TaskListFrame::changeEvent(QEvent *event)

@@ -15,8 +15,9 @@ class TaskListFrame : public QWidget
     Q_OBJECT
 
 public:
+    /// The heir calls retranslate() when it is made.
     /// @param taskRole role of the model under which a row gives its TaskRecord
-    TaskListFrame(QAbstractItemModel *model, int taskRole, const RowListView::Factory &factory,
+    TaskListFrame(QAbstractItemModel *model, int taskRole, const RowListView::Factory &factory, const QString &hintIcon,
                   QWidget *parent = nullptr);
 
     RowListView *view() const { return m_view; }
@@ -34,7 +35,9 @@ signals:
 
 protected:
     void changeEvent(QEvent *event) override;
-    virtual void retranslate();
+    void retranslate();
+    /// Stands in the middle of a list that is empty, in the language of the moment.
+    virtual QString emptyHint() const = 0;
     /// Widths of the columns beside the first one, which takes the room that is left.
     void setColumnWidths(const QVector<int> &widths);
     /// A key that works in the list.
@@ -47,7 +50,9 @@ private:
 
     QAbstractItemModel *m_model;
     const int m_taskRole;
+    const QString m_hintIcon;
     RowListView *m_view;
+    QWidget *m_filterBar;
     QLineEdit *m_filter;
     QSortFilterProxyModel *m_proxy = nullptr; ///< only while there is a filter
     QTimer m_apply;

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "SerialIndex.h"
 #include "TransferTexts.h"
-
-#include <QMultiHash>
 
 #include <algorithm>
 #include <deque>
@@ -11,7 +10,7 @@
 
 /// Rows of a list in the order of their arrival, found by the identity of their task. A row has a member `record`. It
 /// is found in constant time and its place in logarithmic time, whatever is removed before it; removing near either end
-/// is cheap. The index holds hashes and no texts: some 50 bytes a row. No thread of its own, not thread-safe.
+/// is cheap. The index holds hashes and no texts. No thread of its own, not thread-safe.
 template <typename Row>
 class TaskRows
 {
@@ -21,15 +20,19 @@ public:
     Row &at(int place) { return m_rows[static_cast<std::size_t>(place)].row; }
 
     /// Place of the row of that task, -1 when there is none.
-    int find(const TaskRecord &task) const
+    /// @param guess a place that is looked at first: tasks that are named together mostly stand together
+    int find(const TaskRecord &task, int guess = -1) const
     {
-        const quint64 hash = TransferTexts::keyHash(task);
-        for (auto it = m_serials.constFind(hash); it != m_serials.constEnd() && it.key() == hash; ++it) {
-            const int place = placeOf(it.value());
+        if (guess >= 0 && guess < count() && at(guess).record.sameTask(task))
+            return guess;
+        int found = -1;
+        m_serials.find(TransferTexts::keyHash(task), [&](qint64 serial) {
+            const int place = placeOf(serial);
             if (at(place).record.sameTask(task))
-                return place;
-        }
-        return -1;
+                found = place;
+            return found >= 0;
+        });
+        return found;
     }
 
     /// A number that stays with the row, whatever happens to the rows around it.
@@ -41,17 +44,18 @@ public:
         return place < count() && this->serial(place) == serial ? place : -1;
     }
 
-    void reserve(int more) { m_serials.reserve(m_serials.size() + more); }
     /// The task must not be there yet.
     void append(Row row)
     {
-        m_serials.insert(TransferTexts::keyHash(row.record), ++m_last);
-        m_rows.push_back({m_last, std::move(row)});
+        const quint64 hash = TransferTexts::keyHash(row.record);
+        m_serials.insert(hash, ++m_last);
+        m_rows.push_back({m_last, hash, std::move(row)});
     }
     void prepend(Row row)
     {
-        m_serials.insert(TransferTexts::keyHash(row.record), --m_first);
-        m_rows.push_front({m_first, std::move(row)});
+        const quint64 hash = TransferTexts::keyHash(row.record);
+        m_serials.insert(hash, --m_first);
+        m_rows.push_front({m_first, hash, std::move(row)});
     }
 
     void remove(int first, int last)
@@ -59,7 +63,7 @@ public:
         const auto begin = m_rows.begin() + first;
         const auto end = m_rows.begin() + last + 1;
         for (auto it = begin; it != end; ++it)
-            m_serials.remove(TransferTexts::keyHash(it->row.record), it->serial);
+            m_serials.remove(it->hash, it->serial);
         m_rows.erase(begin, end);
     }
 
@@ -71,19 +75,20 @@ public:
     {
         std::vector<int> places;
         places.reserve(static_cast<std::size_t>(tasks.size()));
+        int place = -1;
         for (const TaskRecord &task : tasks) {
-            const int place = find(task);
+            place = find(task, place + 1);
             if (place >= 0)
                 places.push_back(place);
         }
         std::sort(places.begin(), places.end());
         places.erase(std::unique(places.begin(), places.end()), places.end());
         Stretches stretches;
-        for (const int place : places) {
-            if (!stretches.empty() && stretches.back().second == place - 1)
-                stretches.back().second = place;
+        for (const int at : places) {
+            if (!stretches.empty() && stretches.back().second == at - 1)
+                stretches.back().second = at;
             else
-                stretches.emplace_back(place, place);
+                stretches.emplace_back(at, at);
         }
         return stretches;
     }
@@ -98,7 +103,7 @@ public:
             while (next != stretches.end() && next->second < place)
                 ++next;
             if (next != stretches.end() && next->first <= place)
-                m_serials.remove(TransferTexts::keyHash(entry.row.record), entry.serial);
+                m_serials.remove(entry.hash, entry.serial);
             else
                 kept.push_back(std::move(entry));
         }
@@ -118,6 +123,7 @@ private:
     struct Entry
     {
         qint64 serial;
+        quint64 hash;
         Row row;
     };
 
@@ -130,7 +136,7 @@ private:
     }
 
     std::deque<Entry> m_rows;
-    QMultiHash<quint64, qint64> m_serials;
+    SerialIndex m_serials;
     qint64 m_first = 0;
     qint64 m_last = 0;
 };

@@ -13,6 +13,8 @@ namespace {
 constexpr int kHandOverPause = 2000;
 /// Tasks that are more than a few.
 constexpr int kMany = 100;
+/// Rows that are taken in at once: some milliseconds of work.
+constexpr int kSlice = 5000;
 
 bool isStartable(qint32 status)
 {
@@ -52,7 +54,7 @@ TransferListWidget::TransferListWidget(ZPDTCMDTYPE type, QWidget *parent)
                       [this](const TaskRecord &task) { cancel({task}); });
               return row;
           },
-          parent)
+          type == ZPDT_UPLOAD ? QStringLiteral("upload.svg") : QStringLiteral("download.svg"), parent)
     , m_type(type)
     , m_model(static_cast<TransferTaskModel *>(view()->model()))
 {
@@ -64,19 +66,17 @@ TransferListWidget::TransferListWidget(ZPDTCMDTYPE type, QWidget *parent)
     m_handOver.setSingleShot(true);
     m_handOver.setInterval(kHandOverPause);
     connect(&m_handOver, &QTimer::timeout, this, &TransferListWidget::handOverProgress);
+    m_next.setSingleShot(true);
+    connect(&m_next, &QTimer::timeout, this, [this] { takeIn(kSlice); });
     addKey(Qt::Key_Space, [this] { ToggleSelected(); });
     addKey(Qt::Key_Delete, [this] { CancelSelected(); });
-    TransferListWidget::retranslate();
+    retranslate();
 }
 
-void TransferListWidget::retranslate()
+QString TransferListWidget::emptyHint() const
 {
-    TaskListFrame::retranslate();
-    const bool upload = m_type == ZPDT_UPLOAD;
-    view()->setHint(upload ? tr("No uploads. Drop files on a folder of the drive to send them.")
-                           : tr("No downloads. Choose files of the drive and press Download."),
-                    upload ? QStringLiteral("upload.svg") : QStringLiteral("download.svg"));
-    view()->setAccessibleName(upload ? tr("Uploads") : tr("Downloads"));
+    return m_type == ZPDT_UPLOAD ? tr("No uploads. Drop files on a folder of the drive to send them.")
+                                 : tr("No downloads. Choose files of the drive and press Download.");
 }
 
 QList<TaskRecord> TransferListWidget::ofOwnType(const QList<TaskRecord> &tasks) const
@@ -175,12 +175,20 @@ void TransferListWidget::Load()
 
 void TransferListWidget::HandlerLoadTransferTaskRecord(QList<TaskRecord> tasks)
 {
+    m_coming += ofOwnType(tasks);
+    if (!m_next.isActive())
+        takeIn(kSlice);
+}
+
+void TransferListWidget::takeIn(int count)
+{
     QList<TaskRecord> all;
     QList<TaskRecord> paused;
     QList<TaskRecord> running;
     QList<TaskRecord> canceling;
-    tasks = ofOwnType(tasks);
-    for (TaskRecord &task : tasks) {
+    const int end = static_cast<int>(qMin<qint64>(m_coming.size(), qint64(m_came) + count));
+    for (; m_came < end; ++m_came) {
+        TaskRecord task = m_coming.at(m_came);
         // What the engine told meanwhile is newer than the store.
         if (m_model->find(task) >= 0)
             continue;
@@ -190,6 +198,13 @@ void TransferListWidget::HandlerLoadTransferTaskRecord(QList<TaskRecord> tasks)
             task.Status = rests ? ZPDT_PAUSED : ZPDT_WAITING;
         (gone ? canceling : rests ? paused : running) << task;
         all << task;
+    }
+    if (m_came < m_coming.size()) {
+        m_next.start(0);
+    } else {
+        m_next.stop();
+        m_coming.clear();
+        m_came = 0;
     }
     m_model->put(all);
     reportCounts();
@@ -203,7 +218,7 @@ void TransferListWidget::HandlerLoadTransferTaskRecord(QList<TaskRecord> tasks)
 
 void TransferListWidget::reportCounts()
 {
-    const qint64 count = m_model->rowCount();
+    const qint64 count = m_model->rowCount() + m_coming.size() - m_came;
     const bool running = m_model->activeCount() > 0;
     if (count != m_lastCount) {
         m_lastCount = count;
@@ -217,6 +232,7 @@ void TransferListWidget::reportCounts()
 
 void TransferListWidget::StartAllTask()
 {
+    takeIn(m_coming.size());
     const QList<TaskRecord> tasks = m_model->records();
     if (!tasks.isEmpty())
         emit sigStartAllTask(tasks);
@@ -224,6 +240,7 @@ void TransferListWidget::StartAllTask()
 
 void TransferListWidget::PauseAllTask()
 {
+    takeIn(m_coming.size());
     if (m_model->rowCount() == 0)
         return;
     // Also where the program ends before the engine has answered.
@@ -234,6 +251,7 @@ void TransferListWidget::PauseAllTask()
 
 void TransferListWidget::CancelAllTask()
 {
+    takeIn(m_coming.size());
     if (m_model->rowCount() == 0)
         return;
     const QPointer<TransferListWidget> alive(this);

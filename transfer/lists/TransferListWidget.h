@@ -33,7 +33,8 @@ public slots:
     /// Tasks that a request is about to add.
     void CreateCount(qint64 count, ZPDTCMDTYPE type);
     void OnProgressChanged(TaskRecord task, ZpdtProgress progress);
-    /// Takes in tasks of an earlier run: those that ran go on, those that were paused stay so.
+    /// Takes in tasks of an earlier run: those that ran go on, those that were paused stay so. Of very many the first
+    /// ones are there at once and the others a moment later, so that the window stays alive.
     void HandlerLoadTransferTaskRecord(QList<TaskRecord> tasks);
 
     void StartAllTask();
@@ -65,9 +66,10 @@ signals:
     void sigButtonStateChanged(bool running);
 
 protected:
-    void retranslate() override;
+    QString emptyHint() const override;
 
 private:
+    void takeIn(int count);
     QList<TaskRecord> ofOwnType(const QList<TaskRecord> &tasks) const;
     void start(const QList<TaskRecord> &tasks);
     void pause(const QList<TaskRecord> &tasks);
@@ -81,4 +83,7 @@ private:
     qint64 m_lastCount = 0;
     bool m_lastRunning = false;
     QTimer m_handOver;
+    QList<TaskRecord> m_coming; ///< of an earlier run, not taken in yet
+    int m_came = 0;
+    QTimer m_next;
 };

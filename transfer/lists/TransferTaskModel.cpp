@@ -112,12 +112,14 @@ TransferTaskModel::Put TransferTaskModel::put(const QList<TaskRecord> &tasks)
     Put result;
     int first = m_count;
     int last = -1;
+    int place = -1;
     for (const TaskRecord &task : tasks) {
-        const int place = m_rows.find(task);
+        place = m_rows.find(task, place + 1);
         if (place < 0) {
             m_rows.append(Row{task, ZpdtProgress(), false});
             m_active += int(isActive(task.Status));
             result.added << task;
+            place = m_rows.count() - 1;
             continue;
         }
         Row &row = m_rows.at(place);
@@ -180,8 +182,9 @@ QList<TaskRecord> TransferTaskModel::setStatus(const QList<TaskRecord> &tasks, q
     QList<TaskRecord> changed;
     int first = m_rows.count();
     int last = -1;
+    int place = -1;
     for (const TaskRecord &task : tasks) {
-        const int place = find(task);
+        place = m_rows.find(task, place + 1);
         if (place < 0)
             continue;
         changeStatus(m_rows.at(place), status);
