@@ -104,7 +104,7 @@ void FileDialog::buildViews()
 {
     m_list->setObjectName(QStringLiteral("listView"));
     m_tree->setObjectName(QStringLiteral("treeView"));
-    m_list->setIconSize(QSize(48, 48));
+    m_list->setIconSize(QSize(64, 64));
     m_list->setFileModel(m_model);
     m_tree->setFileModel(m_model);
     m_selection = m_list->selectionModel();

@@ -18,6 +18,7 @@ public:
     void setPicture(const Picture &picture, bool sameImage);
     /// Shown in the middle while there is no picture.
     void setMessage(const QString &text);
+    QString message() const { return m_message; }
     double scale() const { return m_fits ? fitScale() : m_scale; }
     bool fits() const { return m_fits; }
 
