@@ -16,6 +16,7 @@ constexpr auto kConnectTime = std::chrono::seconds(5);
 constexpr auto kHelloFirst = std::chrono::milliseconds(250);
 constexpr auto kHelloMost = std::chrono::milliseconds(1000);
 constexpr auto kFlushTime = std::chrono::seconds(1);
+constexpr auto kRepeat = std::chrono::milliseconds(60);
 constexpr auto kLinger = std::chrono::milliseconds(500);
 constexpr auto kSilence = std::chrono::seconds(15);
 constexpr auto kKeepAlive = std::chrono::seconds(10);
@@ -156,8 +157,7 @@ void UdpConnection::onWelcome(const std::uint8_t *data, std::size_t size, const 
         return;
     m_remote = from;
     m_state = State::Open;
-    // Of several Hellos it is not known which one was answered.
-    opened(m_hellos == 1 ? seconds(Clock::now() - m_lastSent) : 0.2);
+    opened(seconds(Clock::now() - m_lastSent));
     m_handshake.reset();
     m_candidates.clear();
     // The server waits for a first packet as the last proof.
@@ -221,6 +221,7 @@ void UdpConnection::leave()
     }
     sendControl(
         now, m_remote, kUdpFirst, [](UdpFrameWriter &out) { out.close(Error::None); }, false);
+    schedule();
 }
 
 void UdpConnection::fail(Error error, const std::string &text)
@@ -262,7 +263,7 @@ void UdpConnection::schedule()
         at = std::min(m_startedAt + kConnectTime, m_hellos > 0 ? m_helloAt : Clock::time_point::max());
         break;
     case State::Leaving:
-        at = m_leaveAt;
+        at = std::min(m_leaveAt, m_lastSent + kRepeat);
         break;
     default:
         at = std::min({m_recovery.deadline(), m_heard + kSilence, m_lastSent + kKeepAlive, m_measuredAt + kMeasure});
@@ -304,7 +305,7 @@ void UdpConnection::onTimer()
         if (m_state == State::Leaving && now >= m_leaveAt)
             return end();
         leave();
-        return schedule();
+        return;
     }
     if (now >= m_heard + kSilence)
         return fail(Error::Network, "the other side has not been heard of for 15 s");

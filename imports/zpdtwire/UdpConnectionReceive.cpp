@@ -32,7 +32,11 @@ void UdpConnection::onDatagram(const std::uint8_t *data, std::size_t size, const
     UdpHeader header;
     if (!UdpHeader::read(data, size, header)) {
         const Bytes unknown = udpUnknown(m_met.other, m_met.unknown);
-        if (!m_server && size == unknown.size() && udpEqual(data, unknown.data(), size))
+        if (m_server || size != unknown.size() || !udpEqual(data, unknown.data(), size))
+            return;
+        if (m_state != State::Open)
+            end();
+        else
             fail(Error::Network, "the server does not know this connection any more");
         return;
     }

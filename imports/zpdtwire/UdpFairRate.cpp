@@ -154,7 +154,8 @@ void UdpFairRate::learnRoundTrip(const UdpSample &sample)
 {
     if (sample.roundTrip <= 0.0)
         return;
-    if (sample.roundTrip < m_least) {
+    if (sample.roundTrip < m_least || !m_measured) {
+        m_measured = true;
         m_least = sample.roundTrip;
         m_leastAt = sample.now;
     } else if (sample.roundTrip < 1.05 * m_least + 0.0005) {

@@ -58,6 +58,7 @@ private:
     bool m_limited = false;
 
     double m_least;
+    bool m_measured = false; ///< until then it is a guess
     double m_newLeast = 0.0;
     UdpClock::time_point m_leastAt;
     bool m_stillReached = false;

@@ -50,10 +50,10 @@ void UdpFixedRate::onSample(const UdpSample &sample)
     if (sample.roundTrip > 0.0) {
         m_least = std::min(m_least, sample.roundTrip);
         m_nextLeast = std::min(m_nextLeast, sample.roundTrip);
+        // The first value is a guess.
         if (sample.now > m_leastEnd) {
             // The path may have become another one.
-            if (m_leastEnd != UdpClock::time_point())
-                m_least = m_nextLeast;
+            m_least = m_leastEnd == UdpClock::time_point() ? sample.roundTrip : m_nextLeast;
             m_nextLeast = sample.roundTrip;
             m_leastEnd = sample.now + kLeastPeriod;
         }

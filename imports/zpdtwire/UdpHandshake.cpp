@@ -167,8 +167,8 @@ bool UdpHello::read(const std::uint8_t *data, std::size_t size, UdpHello &hello)
 }
 
 UdpKeyring::UdpKeyring()
-    : m_valid(udpRandom(m_secret.data(), m_secret.size()) && udpRandom(m_cookieSecret.data(), m_cookieSecret.size()))
 {
+    m_valid = udpRandom(m_secret.data(), m_secret.size()) && udpRandom(m_cookieSecret.data(), m_cookieSecret.size());
 }
 
 UdpSecret UdpKeyring::keySecret(const UdpKeyId &id) const

@@ -18,6 +18,7 @@ using Endpoint = asio::ip::udp::endpoint;
 /// Handshakes under way; above the first number a client has to show that its address is its own.
 constexpr std::size_t kOpenFreely = 32;
 constexpr std::size_t kOpenMost = 1024;
+constexpr auto kLinger = std::chrono::seconds(5);
 constexpr auto kOpenTime = std::chrono::seconds(5);
 /// Words to unknown connections in a second.
 constexpr unsigned kUnknownMost = 100;
@@ -56,6 +57,7 @@ public:
         , m_ring(m_keys->d->ring)
         , m_unknownSecret(identity.secret("unknown connection"))
         , m_accept(std::move(accept))
+        , m_linger(context.io())
     {
     }
 
@@ -80,6 +82,7 @@ private:
                  const Endpoint &from, UdpClock::time_point at);
     void onUnknown(std::uint64_t connection, std::size_t size, const Endpoint &from);
     void onBatchEnd();
+    void drop();
     void dropOld(UdpClock::time_point now);
     void forget(std::uint64_t connection);
     void answer(const Bytes &datagram, const Endpoint &to)
@@ -95,6 +98,7 @@ private:
     const UdpSecret m_unknownSecret;
     Accept m_accept;
     std::shared_ptr<UdpPort> m_port;
+    asio::steady_timer m_linger;
     bool m_closed = false;
 
     std::unordered_map<std::uint64_t, Opening> m_opening;
@@ -136,7 +140,18 @@ void UdpListener::Core::close()
     m_closed = true;
     m_accept = nullptr;
     m_opening.clear();
-    if (m_connections.empty() && m_port)
+    if (!m_port || m_connections.empty())
+        return drop();
+    // They say good-bye over this socket.
+    m_linger.expires_after(kLinger);
+    m_linger.async_wait([self = shared_from_this()](std::error_code) { self->drop(); });
+}
+
+void UdpListener::Core::drop()
+{
+    const auto left = std::move(m_connections);
+    m_connections.clear();
+    if (m_port)
         m_port->close();
 }
 
@@ -243,7 +258,7 @@ void UdpListener::Core::forget(std::uint64_t connection)
 {
     m_connections.erase(connection);
     if (m_closed && m_connections.empty() && m_port)
-        m_port->close();
+        m_linger.cancel();
 }
 
 UdpListener::UdpListener(Context &context, const TlsIdentity &identity, std::shared_ptr<UdpKeys> keys, Accept accept)

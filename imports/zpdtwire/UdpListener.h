@@ -30,8 +30,7 @@ private:
     std::unique_ptr<Private> d;
 };
 
-/// One UDP socket for any number of connections. Lives on the context's I/O thread and is kept alive by what is under
-/// way. Connections that were accepted outlive close().
+/// One UDP socket for any number of connections. Lives on the context's I/O thread.
 class UdpListener
 {
 public:
@@ -48,6 +47,7 @@ public:
     /// False with an English reason in @p error.
     bool listen(const std::string &address, std::uint16_t port, std::string &error);
     std::uint16_t port() const; ///< 0 before listen()
+    /// Nobody new. The connections that there are have to end within five seconds.
     void close();
 
     class Core;

@@ -1,5 +1,6 @@
 #include "UdpRecovery.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace zpdt {
@@ -8,6 +9,7 @@ namespace {
 
 constexpr std::uint64_t kMostReorder = 300;
 constexpr double kMostLate = 2.0;
+constexpr double kLeastRoundTrip = 1e-5;
 constexpr double kGrain = 0.001;
 constexpr double kMostProbeTime = 1.0;
 /// The longest that the other side waits with an acknowledgement.
@@ -27,13 +29,13 @@ UdpClock::duration duration(double s)
 
 void UdpRecovery::firstRoundTrip(double s)
 {
-    if (!m_measured)
-        measure(s);
+    m_smooth = m_least = std::max(s, kLeastRoundTrip);
+    m_variation = m_smooth / 2;
 }
 
 void UdpRecovery::measure(double s)
 {
-    s = std::max(s, 1e-5);
+    s = std::max(s, kLeastRoundTrip);
     m_least = m_measured ? std::min(m_least, s) : s;
     if (m_measured) {
         m_variation += (std::abs(m_smooth - s) - m_variation) / 4;
@@ -53,7 +55,9 @@ double UdpRecovery::lossTime() const
 double UdpRecovery::probeTime() const
 {
     const double once = m_smooth + std::max(4 * m_variation, kGrain) + kAckWait;
-    return std::min(std::ldexp(once, int(std::min(m_silences, 10u))), std::max(kMostProbeTime, 2 * once));
+    // The first two come quickly: one packet is lost easily.
+    const int doubled = m_silences < 2 ? 0 : int(std::min(m_silences, 10u)) - 1;
+    return std::min(std::ldexp(once, doubled), std::max(kMostProbeTime, 2 * once));
 }
 
 UdpSentPacket *UdpRecovery::find(std::uint64_t number)
@@ -251,11 +255,15 @@ bool UdpRecovery::onTime(UdpClock::time_point now, UdpSample &sample)
 
 void UdpRecovery::probe()
 {
-    for (std::uint64_t number = std::max(m_firstFlying, m_base); number < nextNumber(); ++number) {
-        const UdpSentPacket &packet = m_packets[std::size_t(number - m_base)];
-        if (packet.state == UdpSentPacket::Flying && packet.length > 0)
-            return m_outbox.lost(packet.offset, packet.length);
-    }
+    const auto again = [](const UdpSentPacket &packet) {
+        return packet.state == UdpSentPacket::Flying && packet.length > 0;
+    };
+    const auto first = std::find_if(m_packets.begin(), m_packets.end(), again);
+    if (first == m_packets.end())
+        return;
+    const auto last = std::find_if(m_packets.rbegin(), m_packets.rend(), again);
+    m_outbox.lost(first->offset, first->length);
+    m_outbox.lost(last->offset, last->length);
 }
 
 void UdpRecovery::forgetPath()

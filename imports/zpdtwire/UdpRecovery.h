@@ -45,6 +45,7 @@ public:
     {
     }
 
+    /// Something to begin with; the first measurement replaces it.
     void firstRoundTrip(double seconds);
     std::uint64_t nextNumber() const { return m_base + m_packets.size(); }
     void onSent(UdpSentPacket packet);
