@@ -193,7 +193,7 @@ void UdpConnection::movedTo(const Endpoint &remote)
 void UdpConnection::afterSample(const UdpSample &sample)
 {
     for (const auto &probe : m_recovery.takeSizeProbes())
-        m_size->answer(probe.arrived, sample.now);
+        m_size->answer(probe.size, probe.arrived, sample.now);
     if (!sample.empty())
         m_controller->onSample(sample);
 }

@@ -162,7 +162,7 @@ void UdpConnection::sendControl(Clock::time_point now, const Endpoint &to, std::
     const std::size_t datagram = seal(out, writer.size());
     UdpSentPacket packet;
     packet.elicits = elicits;
-    packet.probesSize = size > m_size->size();
+    packet.probesSize = size > m_size->size() ? std::uint16_t(size) : std::uint16_t(0);
     record(now, datagram, packet);
     std::size_t sent = 0;
     (void)m_port->send(to, out, datagram, datagram, sent);

@@ -30,23 +30,25 @@ public:
             m_notBefore = now + kAgain;
         return m_trying;
     }
-    /// What became of it.
-    void answer(bool arrived, UdpClock::time_point now)
+    /// What became of one. One that was given up may still arrive.
+    void answer(std::size_t size, bool arrived, UdpClock::time_point now)
     {
-        if (m_trying == 0)
-            return;
-        if (arrived) {
-            m_size = m_trying;
+        if (arrived && size > m_size) {
+            m_size = size;
             m_step = m_steps.size();
-            m_lost = 0;
-        } else if (++m_lost >= kTries) {
-            m_lost = 0;
-            if (m_trying == m_jumbo)
-                m_notBefore = now + kAgain;
-            else
-                ++m_step;
+            m_notBefore = {};
         }
+        if (size != m_trying)
+            return;
         m_trying = 0;
+        m_lost = arrived ? 0 : m_lost + 1;
+        if (m_lost < kTries)
+            return;
+        m_lost = 0;
+        if (size == m_jumbo)
+            m_notBefore = now + kAgain;
+        else
+            ++m_step;
     }
     /// Nothing arrives any more: perhaps the path changed to one that carries less.
     void fallBack(UdpClock::time_point now)

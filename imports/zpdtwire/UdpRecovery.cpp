@@ -179,7 +179,7 @@ void UdpRecovery::onArrived(UdpSentPacket &packet, std::uint64_t number, std::ui
     if (packet.length > 0)
         m_outbox.acked(packet.offset, packet.length);
     if (packet.probesSize)
-        m_sizeProbes.push_back({number, true});
+        m_sizeProbes.push_back({packet.probesSize, true});
     sample.acked[packet.probes] += packet.wire;
 }
 
@@ -212,7 +212,7 @@ void UdpRecovery::findLost(UdpClock::time_point now, UdpSample &sample)
             return;
         }
         if (packet.probesSize)
-            m_sizeProbes.push_back({m_firstFlying, false});
+            m_sizeProbes.push_back({packet.probesSize, false});
         markLost(packet, sample);
     }
 }

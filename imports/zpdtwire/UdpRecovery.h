@@ -12,13 +12,13 @@ namespace zpdt {
 struct UdpSentPacket
 {
     UdpClock::time_point at;
-    std::uint64_t offset = 0; ///< of its piece of the stream
-    std::uint32_t length = 0; ///< 0: no piece of the stream
-    std::uint32_t wire = 0;   ///< bytes on the line
-    bool elicits = false;     ///< wants an acknowledgement
-    bool probesSize = false;  ///< its loss says nothing of the line
-    bool probes = false;      ///< left while the controller probed
-    bool limited = false;     ///< there was nothing more to send
+    std::uint64_t offset = 0;     ///< of its piece of the stream
+    std::uint32_t length = 0;     ///< 0: no piece of the stream
+    std::uint32_t wire = 0;       ///< bytes on the line
+    std::uint16_t probesSize = 0; ///< size that it was to try; its loss says nothing of the line
+    bool elicits = false;         ///< wants an acknowledgement
+    bool probes = false;          ///< left while the controller probed
+    bool limited = false;         ///< there was nothing more to send
 
     enum State : std::uint8_t
     {
@@ -71,7 +71,7 @@ public:
     /// Sizes of packets that arrived, or did not, and were sent to find out.
     struct SizeProbe
     {
-        std::uint64_t number;
+        std::size_t size;
         bool arrived;
     };
     std::vector<SizeProbe> takeSizeProbes() { return std::move(m_sizeProbes); }
