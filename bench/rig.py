@@ -10,6 +10,7 @@ import statistics
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import urllib.request
 import uuid
@@ -52,17 +53,25 @@ class Service:
         self.folder = tempfile.mkdtemp(prefix="arkvale-bench-", dir=folder or os.environ.get("ARKVALE_BENCH_DIR"))
 
     def __enter__(self):
-        ready = os.path.join(self.folder, "ready")
-        self.process = subprocess.Popen([*self.there, *NICE, f"{BIN}/arkvale-service", "--demo", f"{self.folder}/data",
-                                         "--port", "0", "--listen", self.host, "--ready-file", ready],
-                                        stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        while not os.path.exists(ready):
-            if self.process.poll() is not None:
-                sys.exit("the service did not start")
-            time.sleep(0.05)
-        self.http = json.load(open(ready))["http"]
+        self.port = 0
+        self.start()
         self.user = self.ask("POST", "auth/login", {"username": "demo", "password": "demo", "version": "1"})
         return self
+
+    def start(self):
+        """Starts the service, on the same port after the first time."""
+        ready = os.path.join(self.folder, "ready")
+        if os.path.exists(ready):
+            os.remove(ready)
+        self.process = subprocess.Popen([*self.there, *NICE, f"{BIN}/arkvale-service", "--demo", f"{self.folder}/data",
+                                         "--port", str(self.port), "--listen", self.host, "--ready-file", ready],
+                                        stdout=subprocess.DEVNULL, stderr=open(f"{self.folder}/service.log", "a"))
+        while not os.path.exists(ready):
+            if self.process.poll() is not None:
+                sys.exit(f"the service did not start: {open(self.folder + '/service.log').read()[-500:]}")
+            time.sleep(0.02)
+        self.http = json.load(open(ready))["http"]
+        self.port = int(self.http.split(":")[2].split("/")[0])
 
     def __exit__(self, *_):
         self.process.terminate()
@@ -114,6 +123,80 @@ class Service:
         if done.returncode:
             sys.exit(f"the transfer failed: {figures}")
         return figures
+
+
+class Engine:
+    """The transfer engine in a process of its own, driven line by line. Everything that it tells is in `told`."""
+
+    def __init__(self, service, speed=1000000, center="1", **config):
+        self.process = subprocess.Popen(NICE + [f"{BIN}/bench_engine"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                        text=True, env=dict(os.environ, XDG_CACHE_HOME=f"{service.folder}/cache"))
+        self.told = []
+        self.lock = threading.Condition()
+        threading.Thread(target=self.listen, daemon=True).start()
+        user = service.user
+        self.order(config=dict({"http": service.http, "user": "demo", "access": user["asperauser"], "center": center,
+                                "token": base64.b64decode(user["asperapasswd"]).decode(), "speed": speed}, **config))
+
+    def listen(self):
+        for line in self.process.stdout:
+            with self.lock:
+                self.told.append(dict(json.loads(line), at=time.monotonic()))
+                self.lock.notify_all()
+
+    def order(self, **what):
+        try:
+            self.process.stdin.write(json.dumps(what) + "\n")
+            self.process.stdin.flush()
+        except BrokenPipeError:
+            pass
+
+    def last(self, event, **fields):
+        with self.lock:
+            return next((e for e in reversed(self.told) if e["event"] == event and
+                         all(e[k] == v for k, v in fields.items())), None)
+
+    def wait(self, condition, seconds):
+        """Whether the condition held within that time; it is looked at whenever the engine tells something."""
+        end = time.monotonic() + seconds
+        while not condition():
+            with self.lock:
+                left = end - time.monotonic()
+                if left <= 0:
+                    return False
+                self.lock.wait(min(left, 0.1))
+        return True
+
+    def finished(self):
+        with self.lock:
+            return {e["path"]: e["status"] for e in self.told if e["event"] == "finished"}
+
+    def kill(self):
+        self.process.kill()
+        self.process.wait()
+
+    def stop(self):
+        if self.process.poll() is None:
+            self.process.stdin.close()
+            self.process.wait()
+
+
+def alone():
+    """Runs this script again in a network of its own, whose counters then count its bytes and no others."""
+    if "ARKVALE_ALONE" in os.environ:
+        subprocess.run(["ip", "link", "set", "lo", "up"], check=True)
+        return True
+    how = ["unshare", "-n"] if os.geteuid() == 0 else ["unshare", "-rn"]
+    if subprocess.run(how + ["true"], stderr=subprocess.DEVNULL).returncode == 0:
+        os.environ["ARKVALE_ALONE"] = "1"
+        os.execvp(how[0], how + [sys.executable] + sys.argv)
+    return False
+
+
+def wire():
+    """Bytes that have passed the loopback."""
+    with open("/proc/self/net/dev") as f:
+        return next(int(line.split(":")[1].split()[8]) for line in f if line.strip().startswith("lo:"))
 
 
 def median(rows, key):

@@ -17,7 +17,10 @@ constexpr qint64 kSilent = 2500;
 constexpr qint64 kConnectTime = 5000;
 constexpr qint64 kTrialTime = 3000;
 constexpr std::size_t kMeasured = 3; ///< seconds
-constexpr double kFilled = 0.92;     ///< of the target
+/// A carrier needs this to find its speed, and a stream to move to it.
+constexpr qint64 kRamp = 1500;
+constexpr double kVeryPoor = 0.3;
+constexpr double kFilled = 0.92; ///< of the target
 constexpr double kPoor = 0.6;
 constexpr double kFallen = 0.4; ///< of what the carrier reached before
 constexpr double kHopeless = 0.3;
@@ -191,14 +194,16 @@ void PathChooser::use(Carrier carrier, qint64 now, const QString &reason)
     m_recent.clear();
     m_escaping = false;
     at(carrier).wanted = true;
+    // One that may still come shows that it passes; one that is there is kept by whoever uses it.
+    at(other(carrier)).wanted = at(other(carrier)).wanted && !at(other(carrier)).ready;
 }
 
 void PathChooser::second(const Second &second, qint64 now)
 {
     if (!m_current)
         return;
-    // Without work a carrier shows nothing; the first second of one is its start.
-    if (second.secondsLeft <= 0.0 || now - m_since < 1000) {
+    // Without work a carrier shows nothing.
+    if (second.secondsLeft <= 0.0 || now - m_since < kRamp) {
         m_recent.clear();
         return;
     }
@@ -217,9 +222,12 @@ void PathChooser::second(const Second &second, qint64 now)
             judge(rate, share, now);
         return;
     }
-    if (m_recent.size() < kMeasured || m_trial)
+    const bool enough = m_recent.size() == kMeasured || (m_recent.size() >= 2 && share < kVeryPoor);
+    if (!enough || m_trial)
         return;
-    if (worthTrying(second, rate, now)) {
+    Second mean = second;
+    mean.targetShare = share;
+    if (worthTrying(mean, rate, now)) {
         m_rateBefore = rate;
         m_shareBefore = share;
         startTrial(other(*m_current), now);
@@ -284,8 +292,7 @@ void PathChooser::judge(double rate, double share, qint64 now)
         : tcpShare >= kFilled ? tr("TCP: it fills the target speed")
                               : tr("TCP: not slower than UDP here (%1 and %2 Mbps)").arg(megabits(tcp), megabits(udp));
     m_trial.reset();
-    m_nextTrial = now + m_pause;
-    m_pause = std::min(2 * m_pause, kLongestPause);
+    m_nextTrial = now + kTrusted;
     settle({better, false, std::max(udp, tcp)}, now);
     if (better != tried)
         use(better, now, reason);

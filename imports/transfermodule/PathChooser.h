@@ -52,6 +52,8 @@ public:
 
     void ready(Carrier carrier, qint64 now, double roundTripMs);
     void gone(Carrier carrier, qint64 now);
+    /// A connection that nobody wanted any more was closed.
+    void closed(Carrier carrier) { at(carrier).ready = false; }
     /// Time passes; nothing came over the carrier in use for @p silentMs, though streams use it.
     void tick(qint64 now, qint64 silentMs);
     void second(const Second &second, qint64 now);

@@ -164,6 +164,7 @@ void TransferLine::drop(Carrier carrier)
         return;
     old.connection->close();
     old = Way();
+    m_chooser.closed(carrier);
     old.serial = ++m_lastSerial; // what the old connection still says is about nothing
 }
 
