@@ -128,6 +128,8 @@ void transferList(int count)
     list->HandlerLoadTransferTaskRecord(records);
     list->view()->viewport()->repaint();
     std::printf("  first paint                        %6.1f ms\n", milliseconds(timer));
+    const double slices = longestStall([&] { return list->model()->rowCount() == count; });
+    std::printf("  all of them in                     %6.0f ms, longest stall %.1f ms\n", milliseconds(timer), slices);
     std::printf("  memory                             %6.0f bytes a row beside the records' texts\n",
                 double(heap() - before) / count);
     timer.start();
