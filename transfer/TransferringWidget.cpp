@@ -430,7 +430,9 @@ void TransferringWidget::InitCount(qint64 uploads, qint64 downloads, qint64 fini
 
 void TransferringWidget::TransferTaskCountChanged(qint64 count, ZPDTCMDTYPE type)
 {
-    (type == ZPDT_UPLOAD ? m_uploadCount : m_downloadCount) = count;
+    // The engine counts what it holds already, which after a restart is less than what is on its way to it.
+    const qint64 least = sender() == m_engine.get() ? listOf(type)->model()->rowCount() : 0;
+    (type == ZPDT_UPLOAD ? m_uploadCount : m_downloadCount) = qMax(count, least);
 }
 
 void TransferringWidget::FinishTaskCountChanged(qint64 count)

@@ -508,6 +508,12 @@ void TaskTable::setProgress(TaskId id, qint64 offset, qint64 total)
     }
 }
 
+void TaskTable::setReason(TaskId id, ZpdtError error)
+{
+    if (Task *t = task(id))
+        t->record.taskExtra = static_cast<quint64>(error);
+}
+
 void TaskTable::takeOutOfGroup(TaskId id, Shape shape)
 {
     Task *t = task(id);

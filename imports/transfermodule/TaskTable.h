@@ -99,6 +99,8 @@ public:
     /// @param status Preparing, Connecting or Transferring; not shown for a task that is being stopped
     void setStatus(TaskId id, ZpdtTaskStatus status);
     void setProgress(TaskId id, qint64 offset, qint64 total);
+    /// Why the task is about to fail; goes with its record. None for a task that succeeds.
+    void setReason(TaskId id, ZpdtError error);
     /// What was taken for a small file is something else: it is stopped, goes back to its place, and runs alone in its
     /// turn.
     void takeOutOfGroup(TaskId id, Shape shape);

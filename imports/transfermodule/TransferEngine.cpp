@@ -55,6 +55,7 @@ TransferEngine::TransferEngine(bool realNameVerified, std::function<void(std::ve
     connect(m_runner, &StreamRunner::ended, this, [this](TaskId id, bool success, qint64 bytes) {
         if (bytes >= 0)
             m_table.setProgress(id, bytes, bytes);
+        m_table.setReason(id, success ? ZpdtError::None : m_lastProgress.value(id).error);
         m_lastProgress.remove(id);
         m_table.finished(id, success);
         settle();

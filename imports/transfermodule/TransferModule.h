@@ -71,7 +71,7 @@ struct TaskRecord
     QString From; ///< folder at the source
     QString Dest; ///< folder at the destination
     QString SubCenterId;
-    quint64 taskExtra = 0;
+    quint64 taskExtra = 0; ///< of a failed task: its ZpdtError
 
     bool sameTask(const TaskRecord &o) const
     {
