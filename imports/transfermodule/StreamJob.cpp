@@ -61,6 +61,7 @@ ZpdtProgress StreamJob::figures(qint64 now) const
 {
     ZpdtProgress figures;
     figures.offset = static_cast<qint64>(progress.bytes);
+    figures.held = whole ? static_cast<qint64>(progress.held) : 0;
     figures.total = static_cast<qint64>(totals.bytes);
     figures.filesTotal = static_cast<qint64>(totals.files);
     figures.filesDone = static_cast<qint64>(progress.filesDone);

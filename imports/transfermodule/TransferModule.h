@@ -135,6 +135,7 @@ struct ZpdtProgress
     qint64 secondsLeft = -1; ///< -1: not known
     bool scanning = false;   ///< totals still grow
     ZpdtError error = ZpdtError::None;
+    qint64 held = 0;   ///< bytes of the offset that were at the destination before this run
     QString errorText; ///< English detail for a log or a tool tip, such as the file concerned or what was left out
 };
 

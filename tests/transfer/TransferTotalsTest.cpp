@@ -174,10 +174,12 @@ private slots:
         totals.put({task(1, 100 << 20), task(2, 1 << 20, ZPDT_DOWNLOAD)});
         qint64 now = 0;
         totals.tick(now);
-        totals.progress(task(1, 0), progress(90 << 20, 100 << 20)); // found at the receiver
+        totals.progress(task(1, 0), progress(0, 100 << 20));
         for (int i = 1; i <= 5; ++i) {
             totals.tick(now += 1000);
-            totals.progress(task(1, 0), progress((90 + i) << 20, 100 << 20));
+            ZpdtProgress found = progress((90 + i) << 20, 100 << 20);
+            found.held = 90 << 20;
+            totals.progress(task(1, 0), found);
         }
         totals.tick(now += 1000);
         const TransferFigures up = totals.figures(ZPDT_UPLOAD);

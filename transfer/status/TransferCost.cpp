@@ -8,13 +8,22 @@ namespace {
 constexpr double kMegabyte = 1048576.0;
 constexpr double kLeastFile = 0.00005; // seconds
 constexpr double kLeastMegabyte = 0.0002;
+/// A cost that came out too low must find its way back.
+constexpr double kFloorFile = 0.001;
+constexpr double kFloorMegabyte = 0.01;
 /// How far the costs may wander in a second, relative to themselves, and how noisy a second is.
 constexpr double kDrift = 0.03;
-constexpr double kNoise = 0.1;
+constexpr double kNoise = 0.3;
 /// Bytes are told in lumps and files one by one. In short stretches the lumps would make the bytes look like chance,
 /// and the files like the cause.
-constexpr double kWindow = 4.0;      // seconds
+constexpr double kFirstWindow = 4.0; // seconds
+constexpr double kWindow = 10.0;     // seconds
 constexpr double kStandstill = 15.0; // seconds after which nothing is foretold any more
+
+double square(double value)
+{
+    return value * value;
+}
 
 } // namespace
 
@@ -27,7 +36,7 @@ void TransferCost::observe(double seconds, qint64 files, qint64 bytes)
     m_files += static_cast<double>(std::max<qint64>(0, files));
     m_megabytes += static_cast<double>(std::max<qint64>(0, bytes)) / kMegabyte;
     // A pause belongs to what comes after it: by itself it says nothing of files or bytes.
-    if (m_seconds < kWindow || (m_files <= 0.0 && m_megabytes <= 0.0))
+    if (m_seconds < (m_seen > 0.0 ? kWindow : kFirstWindow) || (m_files <= 0.0 && m_megabytes <= 0.0))
         return;
     const double y = std::exchange(m_seconds, 0.0);
     const double f = std::exchange(m_files, 0.0);
@@ -35,8 +44,8 @@ void TransferCost::observe(double seconds, qint64 files, qint64 bytes)
     m_seen += y;
 
     const double drift = kDrift * kDrift * std::min(y, 30.0);
-    m_ff += drift * m_file * m_file;
-    m_mm += drift * m_megabyte * m_megabyte;
+    m_ff += drift * square(std::max(m_file, kFloorFile));
+    m_mm += drift * square(std::max(m_megabyte, kFloorMegabyte));
 
     const double pf = m_ff * f + m_fm * m;
     const double pm = m_fm * f + m_mm * m;

@@ -4,7 +4,7 @@
 
 /// What a file and what a byte cost in time, learned while transfers run. Many small files cost their number, few large
 /// ones their bytes; a plain average of bytes a second is wrong for the one or for the other. Both costs are followed
-/// by a small filter that reacts within a quarter of a minute and keeps what it knows of the cost that the present
+/// by a small filter that reacts within half a minute and keeps what it knows of the cost that the present
 /// files say nothing about. A plain value; the caller brings the time.
 class TransferCost
 {
@@ -23,9 +23,9 @@ private:
     double m_file = 0.005;
     double m_megabyte = 0.1;
     // Their covariance.
-    double m_ff = 0.005 * 0.005 * 16;
+    double m_ff = 0.01 * 0.01;
     double m_fm = 0.0;
-    double m_mm = 0.1 * 0.1 * 16;
+    double m_mm = 1.0 * 1.0;
     double m_seen = 0.0;  ///< seconds that were learned from
     double m_still = 0.0; ///< seconds since something was done
     // What was gathered since.

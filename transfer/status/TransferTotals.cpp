@@ -85,10 +85,13 @@ void TransferTotals::progress(const TaskRecord &record, const ZpdtProgress &prog
     now.bytes = std::max<qint64>(0, progress.total);
     now.bytesDone = qBound<qint64>(0, progress.offset, now.bytes);
     if (now.active) {
-        // What an earlier run did shows up at once and took no time now.
+        // What an earlier run brought shows up at once and took no time now.
+        now.bytesHeld = qBound<qint64>(0, progress.held, now.bytesDone);
         if (now.measured) {
-            own.movedFiles += std::max<qint64>(0, now.filesDone - task->filesDone);
-            own.movedBytes += std::max<qint64>(0, now.bytesDone - task->bytesDone);
+            const qint64 moved = now.bytesDone - now.bytesHeld - task->bytesDone + task->bytesHeld;
+            own.movedBytes += std::max<qint64>(0, moved);
+            if (moved > 0 || now.bytesHeld == task->bytesHeld)
+                own.movedFiles += std::max<qint64>(0, now.filesDone - task->filesDone);
         }
         now.measured = true;
         count(own, *task, -1);

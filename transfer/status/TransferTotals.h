@@ -60,6 +60,7 @@ private:
         qint64 filesFailed = 0;
         qint64 bytes = 0;
         qint64 bytesDone = 0;
+        qint64 bytesHeld = 0; ///< of those, what was there before this run
     };
     struct Lane
     {
