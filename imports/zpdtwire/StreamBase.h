@@ -66,7 +66,6 @@ protected:
     bool m_ended = false;
 
 private:
-    bool m_changed = false;
     StreamProgress m_reported;
 };
 

@@ -155,8 +155,12 @@ StreamPair::Result StreamPair::run(const QStringList &names, bool upload, bool r
         m_client->start();
     });
     std::unique_lock<std::mutex> lock(m_mutex);
-    if (!m_changed.wait_for(lock, std::chrono::seconds(60), [this] { return m_ended == 2; }))
-        qFatal("a stream did not end");
+    const auto ended = [this] { return m_ended == 2; };
+    if (!m_changed.wait_for(lock, std::chrono::milliseconds(patienceMs), ended)) {
+        m_context.post([this] { m_client->close(Error::Network, "silence"); });
+        if (!m_changed.wait_for(lock, std::chrono::seconds(20), ended))
+            qFatal("a stream did not end");
+    }
     m_ended = 0;
     Result result = m_result;
     lock.unlock();
