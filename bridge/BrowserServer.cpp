@@ -156,7 +156,9 @@ bool BrowserServer::isWelcome(QWebSocket *client, qint64 bytes)
         client->abort();
         return false;
     }
-    return m_common.spend(bytes);
+    // When many together are too much, those go on that ask for little.
+    const bool room = m_common.spend(bytes);
+    return room || budget->isModest();
 }
 
 bool BrowserServer::mayAnswer(QWebSocket *client)

@@ -25,6 +25,9 @@ public:
         return m_spentMessages <= m_messages && m_spentBytes <= m_bytes;
     }
 
+    /// What was spent in this second is what a page needs that works as it should.
+    bool isModest() const { return m_spentMessages <= 10 && m_spentBytes <= 64 * 1024; }
+
 private:
     int m_messages;
     qint64 m_bytes;

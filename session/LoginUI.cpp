@@ -283,6 +283,7 @@ int LoginUI::exec()
 
 void LoginUI::showEvent(QShowEvent *event)
 {
+    m_quiet = false;
     QDialog::showEvent(event);
     if (event->spontaneous())
         return;
@@ -352,6 +353,8 @@ void LoginUI::Result()
     case GlobalConfig::ProfileFailed:
         break;
     case GlobalConfig::Frozen: {
+        if (m_quiet)
+            break;
         MsgBox box(this);
         box.setTitle(tr("Tip"));
         box.setText(frozenNotice());
@@ -360,6 +363,8 @@ void LoginUI::Result()
         break;
     }
     default: {
+        if (m_quiet)
+            break;
         MsgDlg dialog(this);
         dialog.setTitle(tr("Tip"));
         dialog.setText(tr("Login failed."));

@@ -33,6 +33,8 @@ public:
     /// For the users known on this machine, most recent first; what is remembered of the first is filled in.
     void setUsers(const QStringList &users);
     LoginService *loginService() { return &m_service; }
+    /// Until it is shown, a refused login opens no dialog: it is a web page's, which gets the answer too and tells.
+    void setQuiet() { m_quiet = true; }
 
     int exec() override;
 
@@ -79,6 +81,7 @@ private:
     bool m_rememberPassword = false;
     bool m_autoLogin = false;
     bool m_autoLoginTried = false;
+    bool m_quiet = false;
 
     QComboBox *m_user;
     QLineEdit *m_passwordField;

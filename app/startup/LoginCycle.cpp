@@ -23,7 +23,8 @@
 
 namespace {
 
-constexpr int kFirstPageDelay = 400;     // ms
+constexpr int kFirstPageDelay = 400; // ms
+constexpr int kSuccess = 200;
 constexpr int kSubCenterPatience = 3000; // ms for the service to tell where the user's homes are
 
 const char kUpdaterProperty[] = "updateService";
@@ -117,7 +118,7 @@ bool LoginCycle::login()
         m_dialog->setUsers(m_config->knownUserNames());
     else
         m_dialog->setUsers({m_commandLine.user}, m_commandLine.password);
-    join(m_bridge->client(), SIGNAL(authFinished(qint64, int, QByteArray)), m_dialog->loginService(),
+    join(m_bridge->client(), SIGNAL(authFinished(qint64, int, QByteArray)), this,
          SLOT(handlerAuth(qint64, int, QByteArray)));
     if (m_updater) {
         join(m_updater.get(), SIGNAL(UpdateFinished(int)), m_dialog.get(), SLOT(UpdateFinished(int)));
@@ -126,6 +127,7 @@ bool LoginCycle::login()
     // Lives as long as the wait: what the tray does meanwhile is over with the login.
     QObject waiting;
     if (m_hidden) {
+        m_dialog->setQuiet();
         makeTray();
         m_tray->setLoggedInActionsVisible(false);
         const auto show = [this] { bringForward(m_dialog.get()); };
@@ -138,6 +140,14 @@ bool LoginCycle::login()
     }
     wait(m_dialog.get(), SIGNAL(accepted()), SIGNAL(rejected()));
     return !m_ending && m_dialog->result() == QDialog::Accepted;
+}
+
+void LoginCycle::handlerAuth(qint64 id, int code, QByteArray body)
+{
+    // A page whose token is no good changes nothing for the user who is logged in; the page hears of it.
+    const bool refused = code != kSuccess || body.contains("\"violation\"");
+    if (m_config->state() != GlobalConfig::LoggedIn || !refused)
+        m_dialog->loginService()->handlerAuth(id, code, body);
 }
 
 void LoginCycle::takeUserSettings()

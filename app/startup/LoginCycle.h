@@ -42,6 +42,10 @@ public slots:
     /// Ends the cycle, and with it the program, wherever it stands. Open questions are closed unanswered.
     void end();
 
+private slots:
+    /// The answer to a login that a web page made through the bridge.
+    void handlerAuth(qint64 id, int code, QByteArray body);
+
 private:
     void loadConfiguration();
     void startServices();

@@ -18,6 +18,7 @@
 #include "TicketStore.h"
 #include "TransferServer.h"
 #include "UpdateRoutes.h"
+#include "WebPage.h"
 
 #include <nlohmann/json.hpp>
 
@@ -259,6 +260,7 @@ bool Service::start(std::string *error)
         return found == p->listeners.end() ? TransferListener() : found->second;
     });
     registerUpdateRoutes(router, UpdateStore(updatesFolder(m_options.dataFolder)));
+    registerWebPage(router);
     FileRoutes::Options files;
     files.thumbnailer = besideThisProgram("arkvale-thumbnailer");
     files.moved = [shares = parts->shares.get()](const UserHome &home, const std::string &from, const std::string &to) {

@@ -55,8 +55,8 @@ class Rig:
             self.service.wait()
         if failure[0]:
             for folder, _, files in os.walk(self.folder):
-                for name in files[:20] if "/data/centers" not in folder else ():
-                    print(f"{folder}/{name} {os.path.getsize(os.path.join(folder, name))}", file=sys.stderr)
+                for name in files[:20] if "/data/centers" not in folder and "/browser" not in folder else ():
+                    print(f"{folder}/{name} {os.lstat(os.path.join(folder, name)).st_size}", file=sys.stderr)
             for name in sorted(os.listdir(self.folder)):
                 if name.endswith(".log"):
                     with open(os.path.join(self.folder, name), errors="replace") as f:

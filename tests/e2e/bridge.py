@@ -1,0 +1,187 @@
+#!/usr/bin/env python3
+"""The client's WebSocket bridge as a stranger on the same machine meets it, through a WebSocket library of its own."""
+import asyncio
+import hashlib
+import hmac
+import json
+import os
+import socket
+import sys
+import time
+import urllib.parse
+import urllib.request
+
+import websockets
+
+import rig as rigs
+from rig import Failure, wait_for
+
+
+def expect(condition, what):
+    if not condition:
+        raise Failure(what)
+
+
+def web_token(rig, user):
+    """What a signed-in page gets for the client: a token for one login."""
+    def ask(place, body, session=None):
+        address = urllib.parse.urlparse(rig.http + place)
+        headers = {}
+        if session:
+            stamp, nonce, digest = str(int(time.time() * 1000)), os.urandom(16).hex(), hashlib.sha256(body).hexdigest()
+            message = "\n".join(["POST", address.path, "", stamp, nonce, digest]).encode()
+            headers = {"Arkvale-User": session["username"], "Arkvale-Access": session["access_id"],
+                       "Arkvale-Time": stamp, "Arkvale-Nonce": nonce, "Arkvale-Digest": digest,
+                       "Arkvale-Signature": hmac.new(session["access_token"].encode(), message, "sha256").hexdigest()}
+        request = urllib.request.Request(address.geturl(), data=body, headers=headers, method="POST")
+        return json.load(urllib.request.urlopen(request))
+
+    login = json.dumps({"username": user, "password": user, "version": "test"}).encode()
+    return ask("/auth/web-token", b"{}", ask("/auth/login", login))["token"]
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def start(rig, port, *arguments):
+    return rig.start_client(*arguments, change=lambda text: text.replace('"WSSProt": 0', f'"WSSProt": {port}'))
+
+
+def resident(client):
+    """Megabytes that the process has in memory."""
+    with open(f"/proc/{client.pid}/status") as f:
+        return int(next(line for line in f if line.startswith("VmRSS")).split()[1]) / 1024
+
+
+def connect(port, **more):
+    return websockets.connect(f"ws://127.0.0.1:{port}", ping_interval=None, **more)
+
+
+async def echo(page):
+    begin = time.monotonic()
+    await page.send(b"echo")
+    expect(await asyncio.wait_for(page.recv(), 10) == b"echo", "a binary frame comes back")
+    return time.monotonic() - begin
+
+
+async def closed_with(page, code):
+    try:
+        await asyncio.wait_for(page.wait_closed(), 10)
+    except asyncio.TimeoutError:
+        raise Failure(f"the connection is still open, not closed with {code}")
+    expect(page.close_code == code, f"closed with {page.close_code}, not {code}")
+
+
+async def messages(rig, port):
+    async with connect(port) as page:
+        for text in ("", "{", "[]", "null", '{"action":5}', '{"action":"LOGIN","username":"demo"}', "[" * 5000,
+                     '{"action":"upload","dest":"/../../etc","center":"1"}', '{"action":"none"}'):
+            await page.send(text)
+        await echo(page)  # nothing was answered before it
+        await page.send(json.dumps({"action": "login", "username": "demo", "token": "wrong", "center": "1"}))
+        expect(await page.recv() == '{"action":"login", "ver": "1.0.0", "wait": 1,  "status" : 401 }',
+               "a wrong token is told to the page")
+        await page.send(json.dumps({"action": "login", "username": "demo", "token": web_token(rig, "demo"),
+                                    "center": "1"}))
+        expect(await page.recv() == '{"action":"login", "ver": "1.0.0", "wait": 1,  "status" : 200 }', "wait 1")
+        expect(await asyncio.wait_for(page.recv(), 20) == '{"action":"SendOK", "status" : 200}', "SendOK follows")
+        await page.send(json.dumps({"action": "login", "username": "demo", "token": "wrong", "center": "1"}))
+        expect(await page.recv() == '{"action":"login", "ver": "1.0.0", "wait": 0,  "status" : 401 }',
+               "a wrong token for the user who is logged in")
+        await page.send(json.dumps({"action": "login", "username": "guest", "token": "x", "center": "1"}))
+        expect(await page.recv() == '{"action":"login", "ver": "1.0.0", "wait": 2,  "status" : 200 }', "wait 2")
+        await page.send(b"x" * (1024 * 1024))
+        expect(len(await page.recv()) == 1024 * 1024, "a message of 1 MiB is taken")
+    page = await connect(port)
+    await page.send("x" * (1024 * 1024 + 1))
+    await closed_with(page, 1009)
+
+
+async def crowds(port):
+    pages = [await connect(port) for _ in range(64)]
+    await closed_with(await connect(port), 1008)
+    await echo(pages[-1])
+    for page in pages:
+        await page.close()
+    async with connect(port) as page:
+        await echo(page)
+
+
+async def flood(port, until):
+    """Ten thousand small messages a second and more, again and again."""
+    sent = 0
+    while time.monotonic() < until:
+        try:
+            async with connect(port) as page:
+                while time.monotonic() < until:
+                    for _ in range(1000):
+                        await page.send('{"action":"none"}')
+                    sent += 1000
+                    await asyncio.sleep(0.05)
+        except (websockets.ConnectionClosed, websockets.InvalidHandshake, OSError):
+            await asyncio.sleep(0.01)
+    return sent
+
+
+async def greedy(port, until):
+    """Sends large frames to be echoed and never reads one."""
+    while time.monotonic() < until:
+        try:
+            page = await connect(port, max_queue=1, read_limit=1024, write_limit=1024)
+            page.transport.pause_reading()
+            while time.monotonic() < until:
+                await asyncio.wait_for(page.send(b"x" * 500000), 1)
+                await asyncio.sleep(0.3)
+        except (websockets.ConnectionClosed, websockets.InvalidHandshake, OSError, asyncio.TimeoutError):
+            await asyncio.sleep(0.05)
+
+
+async def storms(client, port):
+    calm = await connect(port)
+    before = resident(client)
+    until = time.monotonic() + 5
+    attackers = [asyncio.ensure_future(flood(port, until)) for _ in range(2)]
+    attackers += [asyncio.ensure_future(greedy(port, until)) for _ in range(8)]
+    slowest = 0
+    while time.monotonic() < until:
+        slowest = max(slowest, await echo(calm))
+        await asyncio.sleep(0.1)
+    await asyncio.gather(*attackers)
+    grown = resident(client) - before
+    print(f"under the storm: slowest echo {slowest * 1000:.0f} ms, memory {grown:+.1f} MB")
+    expect(slowest < 0.5, f"the window stalled for {slowest:.2f} s")
+    expect(grown < 64, f"memory grew by {grown:.0f} MB")
+    await calm.close()
+
+
+def bridge_edges(rig):
+    """Answers to the letter, sizes, crowds, floods, peers that never read, no other address, a port in use."""
+    rig.start_service()
+    port = free_port()
+    client = start(rig, port, "zparkvale://start")
+    wait_for(lambda: not socket.socket().connect_ex(("127.0.0.1", port)), 30, "the bridge listens")
+    with open("/proc/net/tcp") as f:
+        listening = [line.split()[1] for line in f if line.split()[1].endswith(f":{port:04X}") and line.split()[3] == "0A"]
+    expect(listening == [f"0100007F:{port:04X}"], f"listens on {listening}, not on the loopback address alone")
+    asyncio.run(messages(rig, port))
+    asyncio.run(crowds(port))
+    asyncio.run(storms(client, port))
+    rig.stop_client(client)
+
+    # The port is taken: the client says so in its log and works without the bridge.
+    with socket.socket() as taken:
+        taken.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        taken.bind(("127.0.0.1", port))
+        taken.listen()
+        client = start(rig, port, "-user", "demo", "-pass", "demo", "-sc", "1")
+        log = os.path.join(rig.home, "state", "ArkvaleTolma", "log", "ArkvaleTolma.log")
+        wait_for(lambda: open(log).read().count("ArkvaleTolmaMain Created!") == 2, 30, "the client logs in without it")
+        expect("Error to listen on port" in rig.log_of(client), "the log says that the port is taken")
+        rig.stop_client(client)
+
+
+if __name__ == "__main__":
+    sys.exit(rigs.main({c.__name__: c for c in (bridge_edges,)}))
