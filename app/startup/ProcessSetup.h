@@ -13,6 +13,9 @@ void enableDebugPrivilege();
 /// object.
 void setLocaleCodec();
 
+/// The person has a dark desktop. After the application object and before its palette is set.
+bool prefersDark();
+
 } // namespace ProcessSetup
 
 /// Tells when the system asks the process to end: SIGTERM and SIGINT, where there are signals. At most one object a

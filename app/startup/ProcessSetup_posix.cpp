@@ -1,5 +1,7 @@
 #include "ProcessSetup.h"
 
+#include <QGuiApplication>
+#include <QPalette>
 #include <QSocketNotifier>
 
 #include <cerrno>
@@ -33,6 +35,13 @@ void ProcessSetup::setLocaleCodec()
     std::setlocale(LC_CTYPE, "");
     if (std::strcmp(::nl_langinfo(CODESET), "ANSI_X3.4-1968") == 0)
         ::setenv("LC_ALL", "C.UTF-8", 1);
+}
+
+bool ProcessSetup::prefersDark()
+{
+    if (qgetenv("GTK_THEME").toLower().endsWith("dark"))
+        return true;
+    return QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
 }
 
 struct TerminationRequest::State

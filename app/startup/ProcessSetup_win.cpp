@@ -1,5 +1,6 @@
 #include "ProcessSetup.h"
 
+#include <QSettings>
 #include <QTextCodec>
 
 #include <windows.h>
@@ -20,6 +21,14 @@ void ProcessSetup::enableDebugPrivilege()
 void ProcessSetup::setLocaleCodec()
 {
     QTextCodec::setCodecForLocale(QTextCodec::codecForName("GB18030"));
+}
+
+bool ProcessSetup::prefersDark()
+{
+    const QSettings personal(
+        QStringLiteral("HKEY_CURRENT_USER\\Software\\Microsoft\\Windows\\CurrentVersion\\Themes\\Personalize"),
+        QSettings::NativeFormat);
+    return personal.value(QStringLiteral("AppsUseLightTheme"), 1).toInt() == 0;
 }
 
 struct TerminationRequest::State

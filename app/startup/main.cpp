@@ -3,11 +3,11 @@
 #include "LoginCycle.h"
 #include "ProcessSetup.h"
 #include "SingleApplication.h"
+#include "Theme.h"
 
 #include <QCommandLineParser>
 #include <QDebug>
 #include <QDir>
-#include <QFile>
 
 #include <exception>
 #include <functional>
@@ -15,13 +15,6 @@
 namespace {
 
 constexpr int kBadCommandLine = -1;
-
-void applyStyle(QApplication *application)
-{
-    QFile style(QStringLiteral(":/ArkvaleTolmaMain/style.qss"));
-    if (style.open(QIODevice::ReadOnly))
-        application->setStyleSheet(QString::fromUtf8(style.readAll()));
-}
 
 int runProgram(int &argc, char **argv, std::function<void()> *lastAct)
 {
@@ -37,7 +30,7 @@ int runProgram(int &argc, char **argv, std::function<void()> *lastAct)
     if (application.isRunning())
         return 0;
 
-    applyStyle(&application);
+    Theme::apply(&application, Theme::isDark());
     LoginCycle cycle(&application, commandLine);
     TerminationRequest termination;
     QObject::connect(&termination, &TerminationRequest::requested, &cycle, &LoginCycle::end);
@@ -56,6 +49,8 @@ int main(int argc, char **argv)
     ProcessSetup::setLocaleCodec();
     QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
     QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    // 150 % is one and a half times the size, not twice.
+    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
     try {
         std::function<void()> lastAct;
         const int code = runProgram(argc, argv, &lastAct);

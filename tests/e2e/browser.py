@@ -3,62 +3,13 @@
 wrong in the middle. The client runs on a screen of its own, whose dialogs are answered as a person would."""
 import os
 import socket
-import subprocess
 import sys
 import time
 
 import rig as rigs
 from devtools import Browser, Tab
 from rig import Failure, wait_for
-
-
-class Screen:
-    """A virtual screen with a window manager."""
-
-    def __init__(self, folder):
-        read, write = os.pipe()
-        quiet = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
-        self.server = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x800x24"],
-                                       pass_fds=[write], **quiet)
-        os.close(write)
-        with os.fdopen(read) as told:
-            number = told.readline().strip()
-        if not number:
-            raise Failure("no virtual screen")
-        self.env = {**os.environ, "DISPLAY": f":{number}", "HOME": folder}
-        self.manager = subprocess.Popen(["openbox"], env=self.env, **quiet)
-
-    def stop(self):
-        for process in (self.manager, self.server):
-            process.terminate()
-            process.wait()
-
-    def tool(self, *arguments):
-        return subprocess.run(["xdotool", *arguments], env=self.env, capture_output=True, text=True).stdout.split()
-
-    def windows(self, name):
-        return self.tool("search", "--onlyvisible", "--name", name)
-
-    def window(self, name, seconds=20):
-        return wait_for(lambda: self.windows(name), seconds, f"the window \"{name}\" opens")[-1]
-
-    def answer(self, name, text, field=None):
-        """Types into a dialog and presses Enter until it is gone; the field's place, from the lower left corner, where it
-        does not have the keyboard by itself."""
-        window = self.window(name)
-        self.tool("windowactivate", "--sync", window)
-        time.sleep(0.3)
-        if field:
-            height = int(self.tool("getwindowgeometry", "--shell", window)[4].split("=")[1])
-            self.tool("mousemove", "--window", window, str(field[0]), str(height - field[1]), "click", "1")
-        self.tool("key", "--window", window, "ctrl+a")
-        self.tool("type", "--delay", "1", text)
-        for _ in range(3):
-            self.tool("key", "Return")
-            time.sleep(0.5)
-            if not self.windows(name):
-                return
-        raise Failure(f"the dialog \"{name}\" did not take {text!r}")
+from screen import Screen
 
 
 class World:

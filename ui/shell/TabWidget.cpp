@@ -9,13 +9,13 @@
 #include <QEvent>
 #include <QMenu>
 #include <QMimeData>
-#include <QStyle>
 
 namespace {
 
 const char kTabFormat[] = "application/x-arkvale-tab";
-constexpr int kRest = 500;    // ms
-constexpr int kSideShare = 4; // a quarter of the pane's width at each side
+constexpr int kRest = 500;     // ms
+constexpr int kMarkHeight = 2; // pixels
+constexpr int kSideShare = 4;  // a quarter of the pane's width at each side
 
 bool isTab(const QDropEvent *event)
 {
@@ -27,6 +27,7 @@ bool isTab(const QDropEvent *event)
 TabWidget::TabWidget(QWidget *parent)
     : QTabWidget(parent)
     , m_hint(new QWidget(this))
+    , m_mark(new QWidget(this))
 {
     auto *bar = new TabBar(this);
     setTabBar(bar);
@@ -42,6 +43,10 @@ TabWidget::TabWidget(QWidget *parent)
     m_hint->setAttribute(Qt::WA_StyledBackground);
     m_hint->setAttribute(Qt::WA_TransparentForMouseEvents);
     m_hint->hide();
+    m_mark->setObjectName(QStringLiteral("paneMark"));
+    m_mark->setAttribute(Qt::WA_StyledBackground);
+    m_mark->setAttribute(Qt::WA_TransparentForMouseEvents);
+    m_mark->hide();
     bar->setAcceptDrops(true);
     bar->installEventFilter(this);
     bar->setContextMenuPolicy(Qt::CustomContextMenu);
@@ -65,11 +70,14 @@ void TabWidget::setTitle(QWidget *page, const QString &text)
 
 void TabWidget::setMarked(bool marked)
 {
-    if (property("marked").toBool() == marked)
-        return;
-    setProperty("marked", marked);
-    style()->unpolish(this);
-    style()->polish(this);
+    m_mark->setVisible(marked);
+    m_mark->raise();
+}
+
+void TabWidget::resizeEvent(QResizeEvent *event)
+{
+    QTabWidget::resizeEvent(event);
+    m_mark->setGeometry(0, 0, width(), kMarkHeight);
 }
 
 void TabWidget::tabInserted(int index)

@@ -43,6 +43,7 @@ signals:
 protected:
     void tabInserted(int index) override;
     void changeEvent(QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dragMoveEvent(QDragMoveEvent *event) override;
     void dragLeaveEvent(QDragLeaveEvent *event) override;
@@ -65,6 +66,7 @@ private:
 
     bool m_splittable = true;
     QWidget *m_hint;
+    QWidget *m_mark;    ///< a line at the top
     QBasicTimer m_rest; ///< runs while a drag rests on a tab that is not open
     int m_restTab = -1;
     Drop m_drop; ///< of the drag that this pane started
