@@ -5,6 +5,7 @@
 
 #include <QIcon>
 #include <QProgressBar>
+#include <QStyle>
 
 namespace {
 
@@ -71,7 +72,9 @@ void TransferItemWidget::setTask(const TaskRecord &task, const ZpdtProgress &pro
     if (m_reason->property("warning").toBool() != trouble) {
         m_reason->setProperty("warning", trouble);
         m_reason->setProperty("hint", !trouble);
-        m_reason->setStyleSheet(m_reason->styleSheet()); // takes the colour of its new kind
+        // Takes the colour of its new kind.
+        m_reason->style()->unpolish(m_reason);
+        m_reason->style()->polish(m_reason);
     }
 }
 
