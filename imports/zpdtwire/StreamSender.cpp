@@ -15,7 +15,10 @@ constexpr std::size_t kMostEntries = 200000; ///< found and not sent yet; then t
 constexpr std::size_t kMostInFlight = 4096;
 constexpr std::size_t kMostLarge = 16;
 constexpr std::size_t kMostJobs = 4;
-constexpr std::size_t kReadAhead = 4u << 20;
+/// Read ahead of the line: little at first, more where the line is found to wait for the disk. What a slow reader
+/// holds in memory stays small, however many streams it opens.
+constexpr std::size_t kLeastAhead = 1u << 20;
+constexpr std::size_t kMostAhead = 4u << 20;
 constexpr std::size_t kReadOnce = 1u << 20;
 constexpr std::size_t kBatchFiles = 32;
 constexpr std::size_t kBatchBytes = 512 * 1024;
@@ -200,6 +203,9 @@ void StreamSender::tick()
 {
     if (m_ended)
         return;
+    // A tenth of a second without need for more.
+    if (!std::exchange(m_taken, false))
+        m_ahead = kLeastAhead;
     if (!m_opened)
         return pump();
     if (m_totals.files != m_toldTotals.files || m_totals.bytes != m_toldTotals.bytes ||
@@ -220,7 +226,7 @@ bool StreamSender::mayRead() const
     if (m_jobs >= kMostJobs)
         return false;
     const std::size_t held = m_readyBytes + m_reserved;
-    return held == 0 || (held < kReadAhead && !m_context.budget().usedUp());
+    return held == 0 || (held < m_ahead && !m_context.budget().usedUp());
 }
 
 void StreamSender::pump()
@@ -511,7 +517,10 @@ Bytes StreamSender::takeData()
     m_ready.pop_front();
     m_readyBytes -= data.size();
     m_context.budget().remove(data.size());
-    if (!m_pumpPosted && (m_readyBytes < kReadAhead / 2 || m_ready.empty())) {
+    m_taken = true;
+    if (m_ready.empty())
+        m_ahead = std::min(2 * m_ahead, kMostAhead);
+    if (!m_pumpPosted && (m_readyBytes < m_ahead / 2 || m_ready.empty())) {
         // Not from here: the frame is not on the line yet, and nothing may overtake it.
         m_pumpPosted = true;
         asio::post(m_context.io(), [self = shared_from_this(), this] {

@@ -101,7 +101,9 @@ private:
 
     std::deque<Bytes> m_ready;
     std::size_t m_readyBytes = 0;
-    std::size_t m_reserved = 0; ///< bytes that running jobs will bring
+    std::size_t m_reserved = 0;     ///< bytes that running jobs will bring
+    std::size_t m_ahead = 1u << 20; ///< how much may be read and not sent
+    bool m_taken = false;           ///< something was sent since the last tick
     bool m_newTurn = false;
     bool m_pumpPosted = false;
     bool m_finishSent = false;

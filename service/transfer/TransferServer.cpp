@@ -1,5 +1,6 @@
 #include "TransferServer.h"
 
+#include "AddressLimits.h"
 #include "Context.h"
 #include "DiscardStream.h"
 #include "NameRules.h"
@@ -33,6 +34,8 @@ constexpr auto kProveTime = std::chrono::seconds(30);
 constexpr auto kStopTime = std::chrono::seconds(5);
 constexpr auto kAcceptPause = std::chrono::milliseconds(200);
 constexpr unsigned kMostBadTickets = 8;
+/// New connections of one address; each costs a handshake.
+constexpr double kNewPerSecond = 30;
 
 } // namespace
 
@@ -90,6 +93,7 @@ struct TransferServer::Private : std::enable_shared_from_this<TransferServer::Pr
         , log(std::move(logLine))
         , acceptor(context.io())
         , acceptTimer(context.io())
+        , addresses(options.maxConnectionsPerAddress, kNewPerSecond)
     {
     }
 
@@ -103,6 +107,7 @@ struct TransferServer::Private : std::enable_shared_from_this<TransferServer::Pr
     void accept();
     void listenUdp();
     void welcome(std::shared_ptr<zpdt::Channel> channel, const std::string &address);
+    bool dropUnproven(const std::string &address);
     void gone(std::uint64_t number);
     std::shared_ptr<zpdt::SessionStream> open(std::uint64_t number, std::uint32_t id, const zpdt::OpenMessage &message);
     std::shared_ptr<zpdt::StreamBase> makeStream(zpdt::Session &session, const zpdt::OpenMessage &message,
@@ -128,7 +133,7 @@ struct TransferServer::Private : std::enable_shared_from_this<TransferServer::Pr
 
     std::map<std::uint64_t, std::shared_ptr<Peer>> peers;
     std::uint64_t lastNumber = 0;
-    std::map<std::string, unsigned> perAddress;
+    AddressLimits addresses;
     std::map<std::string, unsigned> streamsPerUser;
     std::size_t streams = 0;
 
@@ -206,12 +211,13 @@ void TransferServer::Private::accept()
 
 void TransferServer::Private::welcome(std::shared_ptr<zpdt::Channel> channel, const std::string &address)
 {
-    if (peers.size() >= options.maxConnections || perAddress[address] >= options.maxConnectionsPerAddress) {
-        if (perAddress[address] == 0)
-            perAddress.erase(address);
+    if (!addresses.enter(address))
         return;
-    }
-    ++perAddress[address];
+    // Whoever has shown a ticket stays; of the others the oldest makes room, so that nobody is locked out by
+    // connections that are opened and left.
+    if ((addresses.tooMany(address) && !dropUnproven(address)) ||
+        (peers.size() >= options.maxConnections && !dropUnproven({})))
+        return addresses.leave(address);
     const std::uint64_t number = ++lastNumber;
     auto peer = std::make_shared<Peer>(context);
     peer->address = address;
@@ -243,14 +249,26 @@ void TransferServer::Private::welcome(std::shared_ptr<zpdt::Channel> channel, co
     peer->session->start();
 }
 
+/// @param address empty: of any
+bool TransferServer::Private::dropUnproven(const std::string &address)
+{
+    for (const auto &peer : peers) {
+        if (peer.second->proven || (!address.empty() && peer.second->address != address))
+            continue;
+        const auto session = peer.second->session;
+        session->close(zpdt::Error::Refused, "too many connections");
+        return true;
+    }
+    return false;
+}
+
 void TransferServer::Private::gone(std::uint64_t number)
 {
     const auto found = peers.find(number);
     if (found == peers.end())
         return;
     found->second->proveTimer.cancel();
-    if (--perAddress[found->second->address] == 0)
-        perAddress.erase(found->second->address);
+    addresses.leave(found->second->address);
     peers.erase(found);
     tellWhenIdle();
 }
