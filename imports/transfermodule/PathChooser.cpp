@@ -228,8 +228,9 @@ void PathChooser::second(const Second &second, qint64 now)
     Second mean = second;
     mean.targetShare = share;
     if (worthTrying(mean, rate, now)) {
-        m_rateBefore = rate;
-        m_shareBefore = share;
+        // What a carrier reached before it became slow is no measure of it.
+        m_rateBefore = m_fell ? std::min(rate, second.bytesPerSecond) : rate;
+        m_shareBefore = m_fell ? std::min(share, second.targetShare) : share;
         startTrial(other(*m_current), now);
     } else if (share >= kFilled && *m_current == Carrier::Tcp) {
         m_reason = tr("TCP: it fills the target speed");
@@ -242,7 +243,8 @@ bool PathChooser::worthTrying(const Second &second, double rate, qint64 now)
     if (!m_udpAsked || !m_udpOffered || second.secondsLeft < kWorthSeconds)
         return false;
     const bool filled = second.targetShare >= kFilled;
-    if (!filled && rate < kFallen * at(*m_current).best && now >= m_nextFallen) {
+    m_fell = !filled && rate < kFallen * at(*m_current).best && now >= m_nextFallen;
+    if (m_fell) {
         m_nextFallen = now + m_pause;
         return true;
     }

@@ -102,6 +102,7 @@ private:
     std::deque<Second> m_recent;
     bool m_escaping = false;        ///< the other carrier is wanted because this one is silent
     std::optional<Carrier> m_trial; ///< the carrier that is tried, or waited for
+    bool m_fell = false;            ///< the trial is one because this carrier became slow
     double m_rateBefore = 0.0;      ///< of the other carrier, before the trial
     double m_shareBefore = 0.0;
     qint64 m_trialSince = 0;

@@ -35,6 +35,11 @@ void StreamRunner::end(TaskId id, bool abandon)
     d->end(id, abandon);
 }
 
+void StreamRunner::wake(const QString &subCenterId)
+{
+    d->wake([&subCenterId](const StreamJob &job) { return job.subCenterId == subCenterId; });
+}
+
 void StreamRunner::discard(const TaskRecord &upload)
 {
     d->discards.add(upload.SubCenterId, upload.Dest, TransferRules::lastName(upload.Path));

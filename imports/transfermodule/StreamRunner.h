@@ -34,6 +34,9 @@ public:
     /// Has the service remove what it received of an upload that is not in hand.
     void discard(const TaskRecord &upload);
 
+    /// What waits for that sub-center tries again at once.
+    void wake(const QString &subCenterId);
+
     /// Speed limits of a sub-center, at once; an empty id stands for all.
     void setParams(const ZpdtTransConfig &config);
     /// @param bytes free capacity of the sub-center

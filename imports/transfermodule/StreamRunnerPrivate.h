@@ -28,6 +28,7 @@ public:
     void settle();
     void end(TaskId id, bool abandon);
     void setParams(const ZpdtTransConfig &config);
+    void wake(const std::function<bool(const StreamJob &)> &which);
 
     const std::shared_ptr<Mailbox> mailbox;
     LinkPool links;
@@ -70,7 +71,6 @@ private:
     void onEnd(Job &job, const zpdt::StreamResult &result);
 
     void retry(Job &job, ZpdtError error, const QString &text);
-    void wake(const std::function<bool(const Job &)> &which);
     void failAll(Job &job, ZpdtError error, const QString &text);
     void endMember(Job &job, JobMember &member, bool success, qint64 bytes);
     void failMember(Job &job, JobMember &member, ZpdtError error, const QString &text);

@@ -116,7 +116,8 @@ void TicketClient::onReply(QNetworkReply *reply, Asked asked)
     m_running.remove(asked.id);
     reply->deleteLater();
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    const QByteArray body = reply->read(kMaxBody);
+    // One that was given up is closed.
+    const QByteArray body = reply->isOpen() ? reply->read(kMaxBody) : QByteArray();
     const QJsonObject object = QJsonDocument::fromJson(body).object();
 
     // A clock that goes wrong says nothing of the credentials: asked once more by the clock of the service.

@@ -90,7 +90,10 @@ TransferEngine::~TransferEngine()
 TaskTable::Config TransferEngine::adopt(const ZpdtTransConfig &config)
 {
     m_runner->setParams(config);
-    return std::make_shared<const ZpdtTransConfig>(config);
+    auto adopted = std::make_shared<ZpdtTransConfig>(config);
+    if (adopted->subCenterRoot.isEmpty())
+        adopted->subCenterRoot = m_paths.value(config.subCenterId);
+    return adopted;
 }
 
 TaskTable::Shape TransferEngine::sizedShape(qint64 size)
@@ -204,6 +207,16 @@ void TransferEngine::setParams(const ZpdtTransConfig &config)
 void TransferEngine::updateCapacity(const QString &subCenterId, qint64 bytes)
 {
     m_runner->setCapacity(subCenterId, bytes);
+}
+
+void TransferEngine::updatePaths(const QMap<QString, QString> &paths)
+{
+    // A home that is there now, or elsewhere: what waits for the sub-center need not wait any longer.
+    for (auto it = paths.constBegin(); it != paths.constEnd(); ++it) {
+        if (m_paths.value(it.key()) != it.value())
+            m_runner->wake(it.key());
+    }
+    m_paths = paths;
 }
 
 void TransferEngine::registerPaused(const QList<TaskRecord> &tasks)

@@ -62,6 +62,8 @@ public:
     void setMaxConcurrence(ZPDTCMDTYPE type, int count);
     void setParams(const ZpdtTransConfig &config);
     void updateCapacity(const QString &subCenterId, qint64 bytes);
+    /// @param paths home of the user by sub-center; those without a home are missing
+    void updatePaths(const QMap<QString, QString> &paths);
     void registerPaused(const QList<TaskRecord> &tasks);
     void unregisterPaused(const QList<TaskRecord> &tasks);
 
@@ -79,6 +81,7 @@ private:
 
     TaskTable m_table;
     StreamRunner *m_runner;
+    QMap<QString, QString> m_paths;
     std::function<void(std::vector<EngineMessage>)> m_deliver;
     QHash<TaskId, ZpdtProgress> m_lastProgress;
 

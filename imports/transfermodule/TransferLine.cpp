@@ -200,6 +200,7 @@ void TransferLine::onState(Carrier carrier, quint64 serial, zpdt::ConnectionStat
         return;
     if (state == zpdt::ConnectionState::Connected) {
         ++m_info.connectTimes;
+        told.linked = true;
         told.heardAt = m_clock.elapsed();
         // The round trip decides, so the figures come first.
         askMetrics(carrier);
@@ -294,7 +295,8 @@ void TransferLine::tick()
         if (!one.connection)
             continue;
         one.fresh = false;
-        askMetrics(carrier);
+        if (one.linked)
+            askMetrics(carrier);
         if (one.streams > 0 || m_chooser.wanted(carrier))
             one.unusedSince = now;
         else if (now - one.unusedSince > kUnused)

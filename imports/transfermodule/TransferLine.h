@@ -84,7 +84,8 @@ private:
         std::unique_ptr<zpdt::Connection> connection;
         quint64 serial = 0;
         int streams = 0;
-        bool ready = false;
+        bool linked = false; ///< connected
+        bool ready = false;  ///< and its first figures are known
         qint64 unusedSince = 0;
         qint64 heardAt = 0;
         quint64 heardBytes = 0;

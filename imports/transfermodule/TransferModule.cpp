@@ -115,6 +115,9 @@ TransferModule::TransferModule(bool realNameVerified, QObject *parent)
     connect(this, &TransferModule::SigRegisterPausedTask, this, [this](const QList<TaskRecord> &tasks) {
         d->call([tasks](TransferEngine &engine) { engine.registerPaused(tasks); });
     });
+    connect(this, &TransferModule::UpdateSubcenterPath, this, [this](const QMap<QString, QString> &paths) {
+        d->call([paths](TransferEngine &engine) { engine.updatePaths(paths); });
+    });
     connect(this, &TransferModule::SigUnRegisterPausedTask, this, [this](const QList<TaskRecord> &tasks) {
         d->call([tasks](TransferEngine &engine) { engine.unregisterPaused(tasks); });
     });
