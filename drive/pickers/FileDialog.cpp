@@ -18,6 +18,7 @@
 #include <QListWidget>
 #include <QPointer>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QShortcut>
 #include <QStackedWidget>
 #include <QStandardPaths>
@@ -94,7 +95,11 @@ FileDialog::FileDialog(const QString &title, const QString &startFolder, QWidget
     layout->addLayout(middle, 1);
     layout->addLayout(buildBottom());
     connect(m_disk, &LocalFolder::listed, this, &FileDialog::showItems);
-    connect(m_model, &FileItemModel::shown, this, [this] { selectPaths(m_toSelect); });
+    connect(m_model, &FileItemModel::shown, this, [this] {
+        selectPaths(m_toSelect);
+        if (m_place > 0)
+            currentView()->verticalScrollBar()->setValue(m_place);
+    });
     restore(startFolder);
 }
 
@@ -282,8 +287,9 @@ void FileDialog::setFolder(const QString &folder)
 
 void FileDialog::showItems(const QList<FileItem> &items, bool again)
 {
-    // What the person has chosen so far outlives a change of the folder.
-    if (again)
+    // What the person has chosen so far, and where, outlives a change of the folder.
+    m_place = again ? currentView()->verticalScrollBar()->value() : 0;
+    if (again && selectedCount() > 0)
         m_toSelect = selectedCount() <= KeptSelection ? selection() : QStringList();
     if (items.isEmpty() && !QFileInfo(m_folder).isReadable()) {
         m_notice->setText(tr("The folder cannot be read."));
@@ -310,7 +316,13 @@ void FileDialog::selectPaths(const QStringList &paths)
     m_toSelect.clear();
     m_selection->select(selected, QItemSelectionModel::ClearAndSelect);
     m_selection->setCurrentIndex(first, QItemSelectionModel::NoUpdate);
-    static_cast<QAbstractItemView *>(m_views->currentWidget())->scrollTo(first);
+    if (m_place == 0)
+        currentView()->scrollTo(first);
+}
+
+QAbstractItemView *FileDialog::currentView() const
+{
+    return static_cast<QAbstractItemView *>(m_views->currentWidget());
 }
 
 void FileDialog::setMode(bool list)

@@ -61,6 +61,7 @@ private:
     int selectedCount() const;
     QStringList selection() const;
     QStringList typed() const;
+    QAbstractItemView *currentView() const;
     void restore(const QString &startFolder);
     void remember() const;
 
@@ -82,5 +83,6 @@ private:
     QPushButton *m_select;
     QString m_folder;
     QStringList m_toSelect; ///< when the list is there
+    int m_place = 0;        ///< to scroll to then
     QStringList m_chosen;
 };

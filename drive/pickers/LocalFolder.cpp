@@ -10,7 +10,8 @@
 
 namespace {
 
-constexpr int QuietTime = 400; // ms
+constexpr int QuietTime = 400;  // ms
+constexpr int ShortList = 2000; // entries whose details are read at once
 
 } // namespace
 
@@ -21,7 +22,7 @@ LocalFolder::LocalFolder(QObject *parent)
     m_quiet.setSingleShot(true);
     m_quiet.setInterval(QuietTime);
     connect(&m_watcher, &QFileSystemWatcher::directoryChanged, &m_quiet, QOverload<>::of(&QTimer::start));
-    connect(&m_quiet, &QTimer::timeout, this, [this] { readNow(true); });
+    connect(&m_quiet, &QTimer::timeout, this, [this] { readNow(true, true); });
 }
 
 void LocalFolder::open(const QString &path)
@@ -31,7 +32,7 @@ void LocalFolder::open(const QString &path)
     m_quiet.stop();
     m_path = path;
     m_watcher.addPath(path);
-    readNow(false);
+    readNow(false, false);
 }
 
 void LocalFolder::setHiddenShown(bool shown)
@@ -39,22 +40,29 @@ void LocalFolder::setHiddenShown(bool shown)
     if (m_hidden == shown)
         return;
     m_hidden = shown;
-    readNow(true);
+    readNow(true, true);
 }
 
-void LocalFolder::readNow(bool again)
+void LocalFolder::readNow(bool again, bool detailed)
 {
     const quint64 number = ++m_reading;
-    m_work->run([this, number, again, path = m_path, hidden = m_hidden]() -> OrderedWork::Deliver {
-        const QList<FileItem> items = read(path, hidden);
-        return [this, number, again, items] {
-            if (number == m_reading)
-                emit listed(items, again);
+    m_work->run([this, number, again, detailed, path = m_path, hidden = m_hidden]() -> OrderedWork::Deliver {
+        QList<FileItem> items = read(path, hidden, detailed);
+        // A short list is shown once, and whole.
+        const bool whole = detailed || items.size() < ShortList;
+        if (whole && !detailed)
+            items = read(path, hidden, true);
+        return [this, number, again, whole, items] {
+            if (number != m_reading)
+                return;
+            emit listed(items, again);
+            if (!whole && number == m_reading)
+                readNow(true, true);
         };
     });
 }
 
-QList<FileItem> LocalFolder::read(const QString &path, bool hidden)
+QList<FileItem> LocalFolder::read(const QString &path, bool hidden, bool detailed)
 {
     QDir::Filters filters = QDir::AllEntries | QDir::NoDotAndDotDot | QDir::System;
     if (hidden)
@@ -70,10 +78,12 @@ QList<FileItem> LocalFolder::read(const QString &path, bool hidden)
         item.name = info.fileName();
         item.path = info.absoluteFilePath();
         item.type = info.isDir() ? FileItem::Folder : FileItem::File;
-        const QDateTime modified = info.lastModified();
-        item.datetime = modified.isValid() ? quint64(qMax<qint64>(0, modified.toMSecsSinceEpoch())) : 0;
+        if (detailed) {
+            const QDateTime modified = info.lastModified();
+            item.datetime = modified.isValid() ? quint64(qMax<qint64>(0, modified.toMSecsSinceEpoch())) : 0;
+            item.size = item.isFolder() ? 0 : quint64(info.size());
+        }
         if (!item.isFolder()) {
-            item.size = quint64(info.size());
             const QString ending = info.suffix().toLower();
             auto type = known.find(ending);
             if (type == known.end())

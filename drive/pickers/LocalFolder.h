@@ -25,14 +25,15 @@ public:
     bool isHiddenShown() const { return m_hidden; }
 
     /// Reads a folder; takes as long as the disk does.
-    static QList<FileItem> read(const QString &path, bool hidden);
+    /// @param detailed with sizes and times, which take a look at each file
+    static QList<FileItem> read(const QString &path, bool hidden, bool detailed);
 
 signals:
-    /// @param again the folder is the same as before, and has changed
+    /// @param again the folder is the same as before and has changed, or its sizes and times are known now
     void listed(QList<FileItem> items, bool again);
 
 private:
-    void readNow(bool again);
+    void readNow(bool again, bool detailed);
 
     QString m_path;
     bool m_hidden = false;
