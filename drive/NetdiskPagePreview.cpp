@@ -2,6 +2,7 @@
 
 #include "FileCacheAssistant.h"
 #include "FileIconAssistant.h"
+#include "FileInfoAssistant.h"
 #include "FileItemModel.h"
 #include "FileListing.h"
 #include "FilePreview.h"
@@ -25,6 +26,7 @@ void NetdiskPage::connectCaches()
     connect(m_cache, SIGNAL(thumbnailCacheVaild(FileItem, QSize)), m_icons, SLOT(getLocalIcon(FileItem, QSize)));
     connect(m_cache, SIGNAL(thumbnailCacheInvaild(FileItem, QSize)), m_icons, SLOT(getRemoteIcon(FileItem)));
     connect(m_cache, SIGNAL(finished()), m_icons, SLOT(stop()));
+    connect(m_cache, SIGNAL(finished()), m_info, SLOT(stop()));
     connect(m_icons, SIGNAL(handlerGetFileIconFinished(QList<FileItem>)), this, SLOT(SetIcons(QList<FileItem>)));
     connect(m_view, SIGNAL(sigIconChanged(FileItem, QSize)), m_cache, SLOT(writeThumbnailCache(FileItem, QSize)));
     connect(m_view, SIGNAL(sigGetIcons(QList<FileItem>)), m_icons, SLOT(getIcon(QList<FileItem>)));
