@@ -213,7 +213,7 @@ private slots:
         one.open(other);
         QTRY_VERIFY(!window.findChildren<PreviewProgress *>().isEmpty());
         window.findChildren<PreviewProgress *>().first()->reject();
-        QTest::qWait(0);
+        QCoreApplication::processEvents();
         answerNow(FakeService::instance().last("getPreviewFile"));
         two.open(other);
         QCOMPARE(fetches(), 3);
