@@ -9,7 +9,9 @@ import tree
 # Folder -> folders that it may know. What those know in turn is allowed too (a target's links are public).
 ALLOWED = {
     "app/startup": ["ui/shell", "session", "bridge", "imports/zpt_logger", "imports/updateservice"],
-    "ui/shell": ["drive", "transfer", "share", "bridge", "session"],
+    "ui/shell": ["drive", "transfer", "share", "share/pages", "bridge", "session"],
+    "share/pages": ["share", "share/records", "drive", "drive/views", "drive/pickers", "drive/preview", "drive/cache",
+                    "app/config", "ui/dialogs"],
     "share": ["share/records", "drive", "drive/cache", "drive/views", "app/config", "imports/orvclient", "ui/dialogs"],
     "drive": ["drive/views", "drive/cache", "drive/preview", "drive/pickers", "drive/records", "app/config",
               "imports/orvclient", "ui/dialogs"],
