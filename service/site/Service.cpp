@@ -179,7 +179,8 @@ std::optional<Response> Service::Parts::ticketForShare(const std::string &user, 
                                                        Ticket *ticket) const
 {
     // "/MOUNT/ID" is the folder that holds the item, whatever else lies there; "/MOUNT/ID/NAME..." is in the item.
-    const std::string rest = path.substr(std::string(SharedItems::mountName).size() + 2);
+    const std::string mount = '/' + std::string(SharedItems::mountName) + '/';
+    const std::string rest = path.compare(0, mount.size(), mount) == 0 ? path.substr(mount.size()) : std::string();
     const std::size_t slash = rest.find('/');
     const std::string inner = slash == std::string::npos ? "/" : rest.substr(slash);
     Share share;

@@ -50,7 +50,9 @@ void registerTicketRoutes(Router &router, const AccountServices &services, Ticke
                           std::function<TransferListener(const std::string &)> listener)
 {
     const Handler handler = [services, &tickets, shared, listener](const Request &request) {
-        const std::string &id = request.param("id");
+        // Downloads of shared files name no sub-center; any listener serves them.
+        const bool forShare = request.param("id") == "share" && !services.site.subCenters().empty();
+        const std::string id = forShare ? services.site.subCenters().front().id : request.param("id");
         const auto body = parseJsonObject(request.body);
         const auto direction = body ? jsonText(*body, "direction") : std::nullopt;
         const std::string folder = cleanDrivePath(body ? jsonText(*body, "path").value_or("") : "");
@@ -63,7 +65,7 @@ void registerTicketRoutes(Router &router, const AccountServices &services, Ticke
         ticket.direction = *direction == "upload" ? Ticket::Direction::Upload : Ticket::Direction::Download;
         ticket.folder = folder;
         const std::string mount = '/' + std::string(SharedItems::mountName) + '/';
-        if (folder.compare(0, mount.size(), mount) == 0) {
+        if (forShare || folder.compare(0, mount.size(), mount) == 0) {
             if (const auto refusal = shared(request.user, folder, &ticket))
                 return *refusal;
         } else if (const auto refusal = findHome(services, request, &ticket)) {

@@ -5,7 +5,6 @@
 #include "ShareTexts.h"
 
 #include <QButtonGroup>
-#include <QCheckBox>
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -56,6 +55,11 @@ LinkShareDialog::LinkShareDialog(ShareService *service, const ShareRecord &recor
     m_frame.body()->addWidget(m_pages);
     m_frame.body()->addWidget(m_hint);
     m_frame.addAnswers(tr("Close"));
+    if (auto *close = findChild<QPushButton *>(QStringLiteral("ok"))) {
+        close->setDefault(false);
+        close->setAutoDefault(false);
+    }
+    m_make->setDefault(true);
 
     const auto made = [this](const ShareRecord &answer) {
         setBusy(false);
@@ -63,7 +67,7 @@ LinkShareDialog::LinkShareDialog(ShareService *service, const ShareRecord &recor
         copy(ShareTexts::invitation(answer));
         tell(answer.password.isEmpty() ? tr("The link was made and copied.")
                                        : tr("The link was made and copied with its password."));
-        emit shared(answer);
+        emit sigMyShared(answer);
     };
     connect(service, &ShareService::handlerPublicShareFinished, this, made);
     connect(service, &ShareService::handlerPrivateShareFinished, this, made);
@@ -71,7 +75,7 @@ LinkShareDialog::LinkShareDialog(ShareService *service, const ShareRecord &recor
         setBusy(false);
         showLink(answer);
         tell(tr("The password was changed; the old one opens nothing any more."));
-        emit shared(answer);
+        emit sigMyShared(answer);
     });
     connect(service, &ShareService::handlerDeleteShareFinished, this, [this](const QStringList &ids) {
         if (!ids.contains(m_record.shareId))
@@ -108,7 +112,6 @@ QWidget *LinkShareDialog::buildQuestion()
     m_newPassword->setAccessibleName(tr("Password"));
     m_newPassword->setMaxLength(kLongestPassword);
     auto *other = new QPushButton(tr("Another one"), page);
-    m_maySave = new QCheckBox(tr("Users of this service may save it to their disk"), page);
     m_make = new QPushButton(tr("Make the link"), page);
     m_make->setObjectName(QStringLiteral("makeLink"));
     m_make->setProperty("primary", true);
@@ -122,7 +125,6 @@ QWidget *LinkShareDialog::buildQuestion()
     layout->addWidget(closed);
     layout->addLayout(row);
     layout->addWidget(open);
-    layout->addWidget(m_maySave);
     layout->addStretch(1);
     layout->addLayout(last);
     connect(closed, &QRadioButton::toggled, m_newPassword, &QWidget::setEnabled);
@@ -188,12 +190,13 @@ void LinkShareDialog::showEvent(QShowEvent *event)
 {
     QDialog::showEvent(event);
     m_frame.present(m_record.name);
+    (m_pages->currentIndex() == 0 ? static_cast<QWidget *>(m_make) : m_link)->setFocus();
 }
 
 void LinkShareDialog::make()
 {
     m_record.shareType = m_kinds->checkedId();
-    m_record.permission = m_maySave->isChecked() ? QStringLiteral("save") : QStringLiteral("read");
+    m_record.permission = QStringLiteral("read");
     const bool closed = m_record.shareType == ShareRecord::PrivateLink;
     m_record.password = closed ? m_newPassword->text() : QString();
     if (closed && m_record.password.isEmpty()) {

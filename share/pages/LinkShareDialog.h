@@ -6,7 +6,6 @@
 #include <QDialog>
 
 class QButtonGroup;
-class QCheckBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -25,7 +24,7 @@ public:
 
 signals:
     /// The link was made or changed.
-    void shared(ShareRecord record);
+    void sigMyShared(ShareRecord record);
     void ended(QString shareId);
 
 protected:
@@ -48,7 +47,6 @@ private:
     QStackedWidget *m_pages;
     QButtonGroup *m_kinds = nullptr;
     QLineEdit *m_newPassword = nullptr;
-    QCheckBox *m_maySave = nullptr;
     QPushButton *m_make = nullptr;
     QLineEdit *m_link = nullptr;
     QWidget *m_passwordRow = nullptr;

@@ -83,11 +83,11 @@ void SharePage::connectService(ShareService *service)
         if (!m_inDialog && operation != QLatin1String("getUserInfo"))
             m_notice->showText(ShareService::reasonOf(code), operation.startsWith(QLatin1String("list")));
     });
-    connect(service, &ShareService::handlerModifyPasswordFinished, this, &SharePage::ownShareChanged);
-    connect(service, &ShareService::handlerModifyUsersFinished, this, &SharePage::ownShareChanged);
-    connect(service, &ShareService::handlerPublicShareFinished, this, &SharePage::ownShareChanged);
-    connect(service, &ShareService::handlerPrivateShareFinished, this, &SharePage::ownShareChanged);
-    connect(service, &ShareService::handlerFriendShareFinished, this, &SharePage::ownShareChanged);
+    connect(service, &ShareService::handlerModifyPasswordFinished, this, &SharePage::slotAddMyShareRecord);
+    connect(service, &ShareService::handlerModifyUsersFinished, this, &SharePage::slotAddMyShareRecord);
+    connect(service, &ShareService::handlerPublicShareFinished, this, &SharePage::slotAddMyShareRecord);
+    connect(service, &ShareService::handlerPrivateShareFinished, this, &SharePage::slotAddMyShareRecord);
+    connect(service, &ShareService::handlerFriendShareFinished, this, &SharePage::slotAddMyShareRecord);
     connect(service, &ShareService::handlerDeleteShareFinished, m_mine->model(), &ShareListModel::remove);
     connect(service, &ShareService::handlerShareToMeSaveAsFinished, this,
             [this, service](const ShareRecord &, const QString &dest) {
@@ -382,6 +382,8 @@ void SharePage::runDialog(ShareService *service, const ShareRecord &record)
 {
     const QPointer<SharePage> self(this);
     const QPointer<Dialog> dialog = new Dialog(service, record, window());
+    if (dialog->metaObject()->indexOfSignal("sigMyShared(ShareRecord)") >= 0)
+        connect(dialog, SIGNAL(sigMyShared(ShareRecord)), this, SLOT(slotAddMyShareRecord(ShareRecord)));
     m_inDialog = true;
     dialog->exec();
     delete dialog;
@@ -406,12 +408,9 @@ void SharePage::share(const FileItem &item, bool withUsers, const SubCenter &cen
         runDialog<LinkShareDialog>(serviceOf(center), record);
 }
 
-void SharePage::ownShareChanged(const ShareRecord &record)
+void SharePage::slotAddMyShareRecord(ShareRecord record)
 {
-    const bool fresh = m_mine->model()->rowOf(record.shareId) < 0;
     m_mine->model()->put(record);
-    if (fresh)
-        emit sigMyShared(record);
 }
 
 void SharePage::edit()

@@ -35,9 +35,10 @@ public:
 
 public slots:
     void refresh();
+    /// A share of one's own was made or changed.
+    void slotAddMyShareRecord(ShareRecord record);
 
 signals:
-    void sigMyShared(ShareRecord record);
     /// Shows the folder of a shared item on the drive.
     void sigIntoFolder(QString path);
     void sigShareToMeFileDownloadStart(QList<FileItem> files, QList<FileItem> folders, SubCenter center,
@@ -88,7 +89,6 @@ private:
     void saveAs();
     void openFile();
     void report();
-    void ownShareChanged(const ShareRecord &record);
     void askNicknames(const QList<ShareRecord> &records);
     void placeKnown(const QString &userPath);
     template <typename Dialog>

@@ -7,6 +7,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <QVariant>
 
 namespace {
 
@@ -30,7 +31,7 @@ UserShareDialog::UserShareDialog(ShareService *service, const ShareRecord &recor
     name->setTextFormat(Qt::PlainText);
     name->setText(name->fontMetrics().elidedText(FileTexts::line(record.name), Qt::ElideMiddle, kWidth - 60));
     name->setToolTip(FileTexts::plainToolTip(record.name));
-    m_hint->setProperty("warning", true);
+    m_hint->setProperty("warning", QVariant(true));
     m_hint->setWordWrap(true);
     m_hint->setTextFormat(Qt::PlainText);
     m_hint->hide();
@@ -42,6 +43,7 @@ UserShareDialog::UserShareDialog(ShareService *service, const ShareRecord &recor
     if (auto *ok = findChild<QPushButton *>(QStringLiteral("ok"))) {
         ok->setDefault(false);
         ok->setAutoDefault(false);
+        ok->setProperty("primary", QVariant(true));
     }
     connect(m_users, &UserPicker::changed, this, &UserShareDialog::refresh);
     connect(service, &ShareService::handlerFriendShareFinished, this, &UserShareDialog::finish);
@@ -101,6 +103,6 @@ void UserShareDialog::accept()
 
 void UserShareDialog::finish(const ShareRecord &record)
 {
-    emit shared(record);
+    emit sigMyShared(record);
     QDialog::accept();
 }

@@ -20,7 +20,7 @@ public:
     UserShareDialog(ShareService *service, const ShareRecord &record, QWidget *parent = nullptr);
 
 signals:
-    void shared(ShareRecord record);
+    void sigMyShared(ShareRecord record);
     void ended(QString shareId);
 
 public slots:

@@ -12,6 +12,7 @@
 #include "OrderedWork.h"
 #include "ServicePicture.h"
 #include "Settings.h"
+#include "SharePage.h"
 #include "TabWidget.h"
 #include "TransferListWidget.h"
 #include "TransferringWidget.h"
@@ -73,7 +74,8 @@ ArkvaleTolmaMain::ArkvaleTolmaMain(LoginService *loginService, ArkvaleTray *tray
     SetUserIcon();
     SetStorage();
     RefreshSubCenterIcon();
-    checkSharePage();
+    if (!m_config->shareDisabled())
+        setSharePage(new SharePage);
     m_config->requestAdvertisements();
     m_config->requestTransferLimit();
     UpdateSubcenterPaths();
@@ -237,20 +239,14 @@ void ArkvaleTolmaMain::changeEvent(QEvent *event)
     QMainWindow::changeEvent(event);
 }
 
-void ArkvaleTolmaMain::setSharePage(QWidget *page)
+void ArkvaleTolmaMain::setSharePage(SharePage *page)
 {
     m_share = page;
     m_stack->addWidget(page);
-    const QMetaObject *kind = page->metaObject();
-    if (kind->indexOfSignal("sigIntoFolder(QString)") >= 0) {
-        connect(page, SIGNAL(sigIntoFolder(QString)), this, SLOT(openFolder(QString)));
-    }
-    const QByteArray download = QMetaObject::normalizedSignature(
-        "sigShareToMeFileDownloadStart(QList<FileItem>, QList<FileItem>, SubCenter, QString)");
-    if (kind->indexOfSignal(download.constData()) >= 0) {
-        connect(page, SIGNAL(sigShareToMeFileDownloadStart(QList<FileItem>, QList<FileItem>, SubCenter, QString)), this,
-                SIGNAL(StartDownload(QList<FileItem>, QList<FileItem>, SubCenter, QString)));
-    }
+    connect(page, SIGNAL(sigLogout(QString)), this, SLOT(sessionEnded(QString)), Qt::QueuedConnection);
+    connect(page, SIGNAL(sigIntoFolder(QString)), this, SLOT(openFolder(QString)));
+    connect(page, SIGNAL(sigShareToMeFileDownloadStart(QList<FileItem>, QList<FileItem>, SubCenter, QString)), this,
+            SIGNAL(StartDownload(QList<FileItem>, QList<FileItem>, SubCenter, QString)));
     checkSharePage();
 }
 

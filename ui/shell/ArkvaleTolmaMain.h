@@ -22,6 +22,7 @@ class OrderedWork;
 class QLabel;
 class QStackedWidget;
 class QTimer;
+class SharePage;
 class TabWidget;
 class TransferringWidget;
 
@@ -41,9 +42,6 @@ public:
     ~ArkvaleTolmaMain() override;
 
     void setLoggerId(int id) { m_loggerId = id; }
-    /// Puts a page for shares behind the "Share" button; it may have the signals sigIntoFolder(QString) and
-    /// sigShareToMeFileDownloadStart(QList<FileItem>, QList<FileItem>, SubCenter, QString). The window owns it.
-    void setSharePage(QWidget *page);
     /// All drive pages, pane by pane.
     QList<NetdiskPage *> pages() const;
     DrivePanes *panes() const { return m_panes; }
@@ -146,6 +144,7 @@ private slots:
 private:
     // Construction
     void buildPages();
+    void setSharePage(SharePage *page);
     void connectStore();
     void connectTransfers();
     void connectHeader();
@@ -209,7 +208,7 @@ private:
     QLabel *m_waiting = nullptr;
     DrivePanes *m_panes = nullptr;
     TransferringWidget *m_transfers = nullptr;
-    QWidget *m_share = nullptr;
+    SharePage *m_share = nullptr; ///< none where sharing is disabled
     QWidget *m_settings = nullptr;
     CenterIcons *m_icons = nullptr;
     QTimer *m_storageTimer = nullptr;

@@ -11,6 +11,7 @@
 #include "NetdiskPage.h"
 #include "SelectCenterDialog.h"
 #include "Settings.h"
+#include "SharePage.h"
 #include "TabWidget.h"
 #include "TransferringWidget.h"
 
@@ -84,6 +85,13 @@ NetdiskPage *ArkvaleTolmaMain::addNetDiskPage(QString ndpId, SubCenter subCenter
     connect(m_transfers, SIGNAL(ChangeTransferStatus(int)), page, SLOT(changeTransferStatus(int)));
     connect(page, &NetdiskPage::UserConfermRemove, this, [this] { scheduleStorageCheck(kAfterRemoval); });
     connect(page, &NetdiskPage::sigTitleChanged, this, [this, page](const QString &title) { retitle(page, title); });
+    if (m_share) {
+        page->setShareAvailable(true);
+        connect(m_share, SIGNAL(sigCopyToMyDiskFinished(QStringList)), page, SLOT(GetFileInfo(QStringList)));
+        connect(page, &NetdiskPage::sigShare, m_share, [this, page](const FileItem &item, bool withUsers) {
+            m_share->share(item, withUsers, page->subCenter());
+        });
+    }
     m_panes->addPage(pane, page);
     retitle(page, QString());
     pane->setTabIcon(pane->indexOf(page), m_icons->icon(subCenter.id));
