@@ -838,6 +838,81 @@
     </message>
 </context>
 <context>
+    <name>LinkShareDialog</name>
+    <message>
+        <source>Share by link</source>
+        <translation type="unfinished">通过链接分享</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation type="unfinished">关闭</translation>
+    </message>
+    <message>
+        <source>The link was made and copied.</source>
+        <translation>链接已创建并复制。</translation>
+    </message>
+    <message>
+        <source>The link was made and copied with its password.</source>
+        <translation>链接已创建，并连同密码一起复制。</translation>
+    </message>
+    <message>
+        <source>The password was changed; the old one opens nothing any more.</source>
+        <translation>密码已修改，旧密码不再有效。</translation>
+    </message>
+    <message>
+        <source>Everybody with the link can see it</source>
+        <translation>拥有链接的任何人都可以查看</translation>
+    </message>
+    <message>
+        <source>Only with this password:</source>
+        <translation>仅凭此密码：</translation>
+    </message>
+    <message>
+        <source>Password</source>
+        <translation type="unfinished">密码</translation>
+    </message>
+    <message>
+        <source>Another one</source>
+        <translation>换一个</translation>
+    </message>
+    <message>
+        <source>Make the link</source>
+        <translation>创建链接</translation>
+    </message>
+    <message>
+        <source>Link</source>
+        <translation>链接</translation>
+    </message>
+    <message>
+        <source>Copy</source>
+        <translation>复制</translation>
+    </message>
+    <message>
+        <source>Change</source>
+        <translation>修改</translation>
+    </message>
+    <message>
+        <source>End this share</source>
+        <translation>结束此分享</translation>
+    </message>
+    <message>
+        <source>The link was copied.</source>
+        <translation>链接已复制。</translation>
+    </message>
+    <message>
+        <source>Link and password were copied.</source>
+        <translation>链接和密码已复制。</translation>
+    </message>
+    <message>
+        <source>Please type a password.</source>
+        <translation>请输入密码。</translation>
+    </message>
+    <message>
+        <source>One moment...</source>
+        <translation>请稍候...</translation>
+    </message>
+</context>
+<context>
     <name>LoginCycle</name>
     <message>
         <source>ArkvaleTolma is crashed!</source>
@@ -1444,6 +1519,69 @@
     </message>
 </context>
 <context>
+    <name>ReportDialog</name>
+    <message>
+        <source>It belongs to somebody else</source>
+        <translation>内容属于他人</translation>
+    </message>
+    <message>
+        <source>It is harmful, such as a virus or a fraud</source>
+        <translation>内容有害，例如病毒或诈骗</translation>
+    </message>
+    <message>
+        <source>It is illegal or offensive</source>
+        <translation>内容违法或令人反感</translation>
+    </message>
+    <message>
+        <source>It is advertising that I did not ask for</source>
+        <translation>未经请求的广告</translation>
+    </message>
+    <message>
+        <source>Something else</source>
+        <translation>其他原因</translation>
+    </message>
+    <message>
+        <source>Report a share</source>
+        <translation>举报分享</translation>
+    </message>
+    <message>
+        <source>%1, shared by %2</source>
+        <translation>%1，由 %2 分享</translation>
+    </message>
+    <message>
+        <source>What is wrong with it?</source>
+        <translation>它有什么问题？</translation>
+    </message>
+    <message>
+        <source>Pictures</source>
+        <translation type="unfinished">图片</translation>
+    </message>
+    <message>
+        <source>Add pictures...</source>
+        <translation>添加图片...</translation>
+    </message>
+    <message>
+        <source>Remove</source>
+        <translation>移除</translation>
+    </message>
+    <message>
+        <source>Report</source>
+        <translation>举报</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation type="unfinished">取消</translation>
+    </message>
+    <message>
+        <source>Add pictures</source>
+        <translation>添加图片</translation>
+    </message>
+    <message>
+        <source>At most 5 pictures of 3.5 MB together.</source>
+        <translation>最多 5 张图片，总计不超过 3.5 MB。</translation>
+    </message>
+</context>
+<context>
     <name>SelectCenterDialog</name>
     <message>
         <source>Please select default subcenter</source>
@@ -1482,10 +1620,201 @@
     </message>
 </context>
 <context>
+    <name>ShareBrowser</name>
+    <message>
+        <source>Shared with me</source>
+        <translation>与我分享的</translation>
+    </message>
+    <message>
+        <source>This folder is empty.</source>
+        <translation>此文件夹为空。</translation>
+    </message>
+</context>
+<context>
+    <name>ShareListModel</name>
+    <message>
+        <source>Name</source>
+        <translation type="unfinished">名称</translation>
+    </message>
+    <message>
+        <source>Shared with</source>
+        <translation>分享给</translation>
+    </message>
+    <message>
+        <source>Shared by</source>
+        <translation>分享者</translation>
+    </message>
+    <message>
+        <source>Shared</source>
+        <translation>分享时间</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation type="unfinished">大小</translation>
+    </message>
+</context>
+<context>
+    <name>ShareListView</name>
+    <message>
+        <source>No share matches the search.</source>
+        <translation>没有符合搜索的分享。</translation>
+    </message>
+    <message>
+        <source>You have shared nothing so far. Select a file or folder on your disk and choose &quot;Share&quot;.</source>
+        <translation>您还没有分享任何内容。请在网盘中选择文件或文件夹，然后点击“分享”。</translation>
+    </message>
+    <message>
+        <source>Nobody has shared anything with you so far.</source>
+        <translation>还没有人与您分享内容。</translation>
+    </message>
+    <message>
+        <source>Shared by me</source>
+        <translation>我的分享</translation>
+    </message>
+    <message>
+        <source>Shared with me</source>
+        <translation>与我分享的</translation>
+    </message>
+</context>
+<context>
+    <name>SharePage</name>
+    <message>
+        <source>Thank you. The report was sent.</source>
+        <translation>谢谢，举报已发送。</translation>
+    </message>
+    <message>
+        <source>Saved to your disk.</source>
+        <translation>已保存到您的网盘。</translation>
+    </message>
+    <message>
+        <source>Shared by me</source>
+        <translation>我的分享</translation>
+    </message>
+    <message>
+        <source>Shared with me</source>
+        <translation>与我分享的</translation>
+    </message>
+    <message>
+        <source>Link and users</source>
+        <translation>链接与用户</translation>
+    </message>
+    <message>
+        <source>Show on my disk</source>
+        <translation>在网盘中显示</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>打开</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation type="unfinished">下载</translation>
+    </message>
+    <message>
+        <source>Save to my disk</source>
+        <translation>保存到我的网盘</translation>
+    </message>
+    <message>
+        <source>Report</source>
+        <translation>举报</translation>
+    </message>
+    <message>
+        <source>Search</source>
+        <translation type="unfinished">搜索</translation>
+    </message>
+    <message>
+        <source>Refresh</source>
+        <translation type="unfinished">刷新</translation>
+    </message>
+    <message>
+        <source>End sharing</source>
+        <translation>结束分享</translation>
+    </message>
+    <message>
+        <source>Ignore</source>
+        <translation>忽略</translation>
+    </message>
+    <message>
+        <source>Copy the link</source>
+        <translation>复制链接</translation>
+    </message>
+    <message>
+        <source>End sharing of %1? The files stay; links to them open nothing any more.</source>
+        <translation>结束对 %1 的分享？文件会保留，但链接将失效。</translation>
+    </message>
+    <message>
+        <source>Ignore %1? It disappears from this list.</source>
+        <translation>忽略 %1？它将从此列表中消失。</translation>
+    </message>
+    <message>
+        <source>Select target folder</source>
+        <translation type="unfinished">选择目标文件夹</translation>
+    </message>
+    <message>
+        <source>Tip</source>
+        <translation type="unfinished">提示</translation>
+    </message>
+</context>
+<context>
     <name>ShareService</name>
     <message>
         <source>Access Denied!</source>
         <translation>访问被拒绝！</translation>
+    </message>
+    <message>
+        <source>This is not allowed.</source>
+        <translation>不允许此操作。</translation>
+    </message>
+    <message>
+        <source>The share, the item or the user is not there any more.</source>
+        <translation>分享、项目或用户已不存在。</translation>
+    </message>
+    <message>
+        <source>Something of that name is there already.</source>
+        <translation>已存在同名项目。</translation>
+    </message>
+    <message>
+        <source>That is too large.</source>
+        <translation>内容过大。</translation>
+    </message>
+    <message>
+        <source>Too many requests. Please try again later.</source>
+        <translation>请求过多，请稍后再试。</translation>
+    </message>
+    <message>
+        <source>There is not enough space.</source>
+        <translation>空间不足。</translation>
+    </message>
+    <message>
+        <source>The file cannot be written.</source>
+        <translation>无法写入文件。</translation>
+    </message>
+    <message>
+        <source>The request was refused.</source>
+        <translation>请求被拒绝。</translation>
+    </message>
+    <message>
+        <source>The service cannot be reached now.</source>
+        <translation>目前无法连接服务。</translation>
+    </message>
+</context>
+<context>
+    <name>ShareTexts</name>
+    <message>
+        <source>Everybody with the link</source>
+        <translation>拥有链接的任何人</translation>
+    </message>
+    <message>
+        <source>Whoever has link and password</source>
+        <translation>拥有链接和密码的人</translation>
+    </message>
+    <message>
+        <source>%1 and %2 more</source>
+        <translation type="unfinished">%1 等另外 %2 项</translation>
+    </message>
+    <message>
+        <source>Password: %1</source>
+        <translation>密码：%1</translation>
     </message>
 </context>
 <context>
@@ -2089,6 +2418,56 @@
     <message>
         <source>The settings could not be saved and hold until the program ends.</source>
         <translation>设置未能保存，在程序结束前有效。</translation>
+    </message>
+</context>
+<context>
+    <name>UserPicker</name>
+    <message>
+        <source>Name of a user</source>
+        <translation>用户名称</translation>
+    </message>
+    <message>
+        <source>Found users</source>
+        <translation>找到的用户</translation>
+    </message>
+    <message>
+        <source>Users that see the share</source>
+        <translation>可查看分享的用户</translation>
+    </message>
+    <message>
+        <source>Shared with</source>
+        <translation>分享给</translation>
+    </message>
+    <message>
+        <source>A double click adds a user, and takes one away again.</source>
+        <translation>双击可添加用户，再次双击可移除。</translation>
+    </message>
+    <message>
+        <source>No user has this in the name.</source>
+        <translation>没有名称中包含此内容的用户。</translation>
+    </message>
+</context>
+<context>
+    <name>UserShareDialog</name>
+    <message>
+        <source>Share with users</source>
+        <translation type="unfinished">分享给用户</translation>
+    </message>
+    <message>
+        <source>Share</source>
+        <translation type="unfinished">分享</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>保存</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation type="unfinished">取消</translation>
+    </message>
+    <message>
+        <source>End this share</source>
+        <translation>结束此分享</translation>
     </message>
 </context>
 </TS>

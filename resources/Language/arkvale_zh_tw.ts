@@ -838,6 +838,81 @@
     </message>
 </context>
 <context>
+    <name>LinkShareDialog</name>
+    <message>
+        <source>Share by link</source>
+        <translation type="unfinished">透過連結分享</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation type="unfinished">關閉</translation>
+    </message>
+    <message>
+        <source>The link was made and copied.</source>
+        <translation>連結已建立並複製。</translation>
+    </message>
+    <message>
+        <source>The link was made and copied with its password.</source>
+        <translation>連結已建立，並連同密碼一起複製。</translation>
+    </message>
+    <message>
+        <source>The password was changed; the old one opens nothing any more.</source>
+        <translation>密碼已修改，舊密碼不再有效。</translation>
+    </message>
+    <message>
+        <source>Everybody with the link can see it</source>
+        <translation>擁有連結的任何人都可以檢視</translation>
+    </message>
+    <message>
+        <source>Only with this password:</source>
+        <translation>僅憑此密碼：</translation>
+    </message>
+    <message>
+        <source>Password</source>
+        <translation type="unfinished">密碼</translation>
+    </message>
+    <message>
+        <source>Another one</source>
+        <translation>換一個</translation>
+    </message>
+    <message>
+        <source>Make the link</source>
+        <translation>建立連結</translation>
+    </message>
+    <message>
+        <source>Link</source>
+        <translation>連結</translation>
+    </message>
+    <message>
+        <source>Copy</source>
+        <translation>複製</translation>
+    </message>
+    <message>
+        <source>Change</source>
+        <translation>修改</translation>
+    </message>
+    <message>
+        <source>End this share</source>
+        <translation>結束此分享</translation>
+    </message>
+    <message>
+        <source>The link was copied.</source>
+        <translation>連結已複製。</translation>
+    </message>
+    <message>
+        <source>Link and password were copied.</source>
+        <translation>連結和密碼已複製。</translation>
+    </message>
+    <message>
+        <source>Please type a password.</source>
+        <translation>請輸入密碼。</translation>
+    </message>
+    <message>
+        <source>One moment...</source>
+        <translation>請稍候...</translation>
+    </message>
+</context>
+<context>
     <name>LoginCycle</name>
     <message>
         <source>ArkvaleTolma is crashed!</source>
@@ -1444,6 +1519,69 @@
     </message>
 </context>
 <context>
+    <name>ReportDialog</name>
+    <message>
+        <source>It belongs to somebody else</source>
+        <translation>內容屬於他人</translation>
+    </message>
+    <message>
+        <source>It is harmful, such as a virus or a fraud</source>
+        <translation>內容有害，例如病毒或詐騙</translation>
+    </message>
+    <message>
+        <source>It is illegal or offensive</source>
+        <translation>內容違法或令人反感</translation>
+    </message>
+    <message>
+        <source>It is advertising that I did not ask for</source>
+        <translation>未經請求的廣告</translation>
+    </message>
+    <message>
+        <source>Something else</source>
+        <translation>其他原因</translation>
+    </message>
+    <message>
+        <source>Report a share</source>
+        <translation>檢舉分享</translation>
+    </message>
+    <message>
+        <source>%1, shared by %2</source>
+        <translation>%1，由 %2 分享</translation>
+    </message>
+    <message>
+        <source>What is wrong with it?</source>
+        <translation>它有什麼問題？</translation>
+    </message>
+    <message>
+        <source>Pictures</source>
+        <translation type="unfinished">圖片</translation>
+    </message>
+    <message>
+        <source>Add pictures...</source>
+        <translation>新增圖片...</translation>
+    </message>
+    <message>
+        <source>Remove</source>
+        <translation>移除</translation>
+    </message>
+    <message>
+        <source>Report</source>
+        <translation>檢舉</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation type="unfinished">取消</translation>
+    </message>
+    <message>
+        <source>Add pictures</source>
+        <translation>新增圖片</translation>
+    </message>
+    <message>
+        <source>At most 5 pictures of 3.5 MB together.</source>
+        <translation>最多 5 張圖片，總計不超過 3.5 MB。</translation>
+    </message>
+</context>
+<context>
     <name>SelectCenterDialog</name>
     <message>
         <source>Please select default subcenter</source>
@@ -1482,10 +1620,201 @@
     </message>
 </context>
 <context>
+    <name>ShareBrowser</name>
+    <message>
+        <source>Shared with me</source>
+        <translation>與我分享的</translation>
+    </message>
+    <message>
+        <source>This folder is empty.</source>
+        <translation>此資料夾為空。</translation>
+    </message>
+</context>
+<context>
+    <name>ShareListModel</name>
+    <message>
+        <source>Name</source>
+        <translation type="unfinished">名稱</translation>
+    </message>
+    <message>
+        <source>Shared with</source>
+        <translation>分享給</translation>
+    </message>
+    <message>
+        <source>Shared by</source>
+        <translation>分享者</translation>
+    </message>
+    <message>
+        <source>Shared</source>
+        <translation>分享時間</translation>
+    </message>
+    <message>
+        <source>Size</source>
+        <translation type="unfinished">大小</translation>
+    </message>
+</context>
+<context>
+    <name>ShareListView</name>
+    <message>
+        <source>No share matches the search.</source>
+        <translation>沒有符合搜尋的分享。</translation>
+    </message>
+    <message>
+        <source>You have shared nothing so far. Select a file or folder on your disk and choose &quot;Share&quot;.</source>
+        <translation>您還沒有分享任何內容。請在網路硬碟中選擇檔案或資料夾，然後點選「分享」。</translation>
+    </message>
+    <message>
+        <source>Nobody has shared anything with you so far.</source>
+        <translation>還沒有人與您分享內容。</translation>
+    </message>
+    <message>
+        <source>Shared by me</source>
+        <translation>我的分享</translation>
+    </message>
+    <message>
+        <source>Shared with me</source>
+        <translation>與我分享的</translation>
+    </message>
+</context>
+<context>
+    <name>SharePage</name>
+    <message>
+        <source>Thank you. The report was sent.</source>
+        <translation>謝謝，檢舉已送出。</translation>
+    </message>
+    <message>
+        <source>Saved to your disk.</source>
+        <translation>已儲存到您的網路硬碟。</translation>
+    </message>
+    <message>
+        <source>Shared by me</source>
+        <translation>我的分享</translation>
+    </message>
+    <message>
+        <source>Shared with me</source>
+        <translation>與我分享的</translation>
+    </message>
+    <message>
+        <source>Link and users</source>
+        <translation>連結與使用者</translation>
+    </message>
+    <message>
+        <source>Show on my disk</source>
+        <translation>在網路硬碟中顯示</translation>
+    </message>
+    <message>
+        <source>Open</source>
+        <translation>開啟</translation>
+    </message>
+    <message>
+        <source>Download</source>
+        <translation type="unfinished">下載</translation>
+    </message>
+    <message>
+        <source>Save to my disk</source>
+        <translation>儲存到我的網路硬碟</translation>
+    </message>
+    <message>
+        <source>Report</source>
+        <translation>檢舉</translation>
+    </message>
+    <message>
+        <source>Search</source>
+        <translation type="unfinished">搜尋</translation>
+    </message>
+    <message>
+        <source>Refresh</source>
+        <translation type="unfinished">重新整理</translation>
+    </message>
+    <message>
+        <source>End sharing</source>
+        <translation>結束分享</translation>
+    </message>
+    <message>
+        <source>Ignore</source>
+        <translation>忽略</translation>
+    </message>
+    <message>
+        <source>Copy the link</source>
+        <translation>複製連結</translation>
+    </message>
+    <message>
+        <source>End sharing of %1? The files stay; links to them open nothing any more.</source>
+        <translation>結束對 %1 的分享？檔案會保留，但連結將失效。</translation>
+    </message>
+    <message>
+        <source>Ignore %1? It disappears from this list.</source>
+        <translation>忽略 %1？它將從此清單中消失。</translation>
+    </message>
+    <message>
+        <source>Select target folder</source>
+        <translation>選擇目標資料夾</translation>
+    </message>
+    <message>
+        <source>Tip</source>
+        <translation type="unfinished">提示</translation>
+    </message>
+</context>
+<context>
     <name>ShareService</name>
     <message>
         <source>Access Denied!</source>
         <translation>存取遭拒！</translation>
+    </message>
+    <message>
+        <source>This is not allowed.</source>
+        <translation>不允許此操作。</translation>
+    </message>
+    <message>
+        <source>The share, the item or the user is not there any more.</source>
+        <translation>分享、項目或使用者已不存在。</translation>
+    </message>
+    <message>
+        <source>Something of that name is there already.</source>
+        <translation>已存在同名項目。</translation>
+    </message>
+    <message>
+        <source>That is too large.</source>
+        <translation>內容過大。</translation>
+    </message>
+    <message>
+        <source>Too many requests. Please try again later.</source>
+        <translation>請求過多，請稍後再試。</translation>
+    </message>
+    <message>
+        <source>There is not enough space.</source>
+        <translation>空間不足。</translation>
+    </message>
+    <message>
+        <source>The file cannot be written.</source>
+        <translation>無法寫入檔案。</translation>
+    </message>
+    <message>
+        <source>The request was refused.</source>
+        <translation>請求被拒絕。</translation>
+    </message>
+    <message>
+        <source>The service cannot be reached now.</source>
+        <translation>目前無法連線服務。</translation>
+    </message>
+</context>
+<context>
+    <name>ShareTexts</name>
+    <message>
+        <source>Everybody with the link</source>
+        <translation>擁有連結的任何人</translation>
+    </message>
+    <message>
+        <source>Whoever has link and password</source>
+        <translation>擁有連結和密碼的人</translation>
+    </message>
+    <message>
+        <source>%1 and %2 more</source>
+        <translation type="unfinished">%1 等另外 %2 項</translation>
+    </message>
+    <message>
+        <source>Password: %1</source>
+        <translation>密碼：%1</translation>
     </message>
 </context>
 <context>
@@ -2089,6 +2418,56 @@
     <message>
         <source>The settings could not be saved and hold until the program ends.</source>
         <translation>設定未能儲存，在程式結束前有效。</translation>
+    </message>
+</context>
+<context>
+    <name>UserPicker</name>
+    <message>
+        <source>Name of a user</source>
+        <translation>使用者名稱</translation>
+    </message>
+    <message>
+        <source>Found users</source>
+        <translation>找到的使用者</translation>
+    </message>
+    <message>
+        <source>Users that see the share</source>
+        <translation>可檢視分享的使用者</translation>
+    </message>
+    <message>
+        <source>Shared with</source>
+        <translation>分享給</translation>
+    </message>
+    <message>
+        <source>A double click adds a user, and takes one away again.</source>
+        <translation>按兩下可新增使用者，再按兩下可移除。</translation>
+    </message>
+    <message>
+        <source>No user has this in the name.</source>
+        <translation>沒有名稱中包含此內容的使用者。</translation>
+    </message>
+</context>
+<context>
+    <name>UserShareDialog</name>
+    <message>
+        <source>Share with users</source>
+        <translation type="unfinished">分享給使用者</translation>
+    </message>
+    <message>
+        <source>Share</source>
+        <translation type="unfinished">分享</translation>
+    </message>
+    <message>
+        <source>Save</source>
+        <translation>儲存</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation type="unfinished">取消</translation>
+    </message>
+    <message>
+        <source>End this share</source>
+        <translation>結束此分享</translation>
     </message>
 </context>
 </TS>
