@@ -841,11 +841,11 @@
     <name>LinkShareDialog</name>
     <message>
         <source>Share by link</source>
-        <translation type="unfinished">通过链接分享</translation>
+        <translation>通过链接分享</translation>
     </message>
     <message>
         <source>Close</source>
-        <translation type="unfinished">关闭</translation>
+        <translation>关闭</translation>
     </message>
     <message>
         <source>The link was made and copied.</source>
@@ -869,7 +869,7 @@
     </message>
     <message>
         <source>Password</source>
-        <translation type="unfinished">密码</translation>
+        <translation>密码</translation>
     </message>
     <message>
         <source>Another one</source>
@@ -1554,7 +1554,7 @@
     </message>
     <message>
         <source>Pictures</source>
-        <translation type="unfinished">图片</translation>
+        <translation>图片</translation>
     </message>
     <message>
         <source>Add pictures...</source>
@@ -1570,7 +1570,7 @@
     </message>
     <message>
         <source>Cancel</source>
-        <translation type="unfinished">取消</translation>
+        <translation>取消</translation>
     </message>
     <message>
         <source>Add pictures</source>
@@ -1634,7 +1634,7 @@
     <name>ShareListModel</name>
     <message>
         <source>Name</source>
-        <translation type="unfinished">名称</translation>
+        <translation>名称</translation>
     </message>
     <message>
         <source>Shared with</source>
@@ -1650,7 +1650,7 @@
     </message>
     <message>
         <source>Size</source>
-        <translation type="unfinished">大小</translation>
+        <translation>大小</translation>
     </message>
 </context>
 <context>
@@ -1708,7 +1708,7 @@
     </message>
     <message>
         <source>Download</source>
-        <translation type="unfinished">下载</translation>
+        <translation>下载</translation>
     </message>
     <message>
         <source>Save to my disk</source>
@@ -1720,11 +1720,11 @@
     </message>
     <message>
         <source>Search</source>
-        <translation type="unfinished">搜索</translation>
+        <translation>搜索</translation>
     </message>
     <message>
         <source>Refresh</source>
-        <translation type="unfinished">刷新</translation>
+        <translation>刷新</translation>
     </message>
     <message>
         <source>End sharing</source>
@@ -1748,11 +1748,11 @@
     </message>
     <message>
         <source>Select target folder</source>
-        <translation type="unfinished">选择目标文件夹</translation>
+        <translation>选择目标文件夹</translation>
     </message>
     <message>
         <source>Tip</source>
-        <translation type="unfinished">提示</translation>
+        <translation>提示</translation>
     </message>
 </context>
 <context>
@@ -1810,7 +1810,7 @@
     </message>
     <message>
         <source>%1 and %2 more</source>
-        <translation type="unfinished">%1 等另外 %2 项</translation>
+        <translation>%1 等另外 %2 人</translation>
     </message>
     <message>
         <source>Password: %1</source>
@@ -2451,11 +2451,11 @@
     <name>UserShareDialog</name>
     <message>
         <source>Share with users</source>
-        <translation type="unfinished">分享给用户</translation>
+        <translation>分享给用户</translation>
     </message>
     <message>
         <source>Share</source>
-        <translation type="unfinished">分享</translation>
+        <translation>分享</translation>
     </message>
     <message>
         <source>Save</source>
@@ -2463,7 +2463,7 @@
     </message>
     <message>
         <source>Cancel</source>
-        <translation type="unfinished">取消</translation>
+        <translation>取消</translation>
     </message>
     <message>
         <source>End this share</source>

@@ -263,7 +263,7 @@ void ShareServiceTest::onlyTheNewestCounts()
     service.shareToMeListFile({}, QStringLiteral("/slow"));
     service.shareToMeListFile({}, QStringLiteral("/new"));
     QTRY_VERIFY(users.size() == 1 && items.size() == 1);
-    QTest::qWait(300); // the slow answers come now, and must not be told
+    QTest::qWait(300); // why: the slow answers come now, and must not be told
     QCOMPARE(users.size(), 1);
     QCOMPARE(users.first().first().value<QList<UserInfo>>().first().username, QStringLiteral("new"));
     QCOMPARE(items.size(), 1);
