@@ -279,6 +279,7 @@ void FileDialog::setFolder(const QString &folder)
     m_up->setEnabled(!QDir(m_folder).isRoot());
     m_name->clear();
     m_selection->clear();
+    m_model->show({}); // the entries of the old folder are no choice any more, however long the disk takes
     m_model->setFolder(m_folder);
     m_disk->open(m_folder);
     for (int i = 0; i < m_places->count(); ++i)

@@ -123,8 +123,9 @@ void ImageDecoder::startNext()
 {
     if (m_busy || m_queue.empty())
         return;
+    m_busy = true;
     if (!m_process) {
-        m_process = new QProcess(this);
+        QProcess *process = m_process = new QProcess(this);
         m_process->setStandardErrorFile(QProcess::nullDevice());
         connect(m_process, &QProcess::readyReadStandardOutput, this, &ImageDecoder::readAnswer);
         connect(m_process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this, &ImageDecoder::giveUp);
@@ -133,8 +134,9 @@ void ImageDecoder::startNext()
                 giveUp();
         });
         m_process->start(m_program, QStringList());
+        if (m_process != process) // it could not be started, and that has been dealt with
+            return;
     }
-    m_busy = true;
     ++m_file;
     const Request &request = m_queue.front();
     const QByteArray line = QByteArray::number(MostPixels) + ' ' + encoded(request.name) + ' ' +
@@ -151,8 +153,12 @@ void ImageDecoder::readAnswer()
 
 void ImageDecoder::giveUp()
 {
+    const bool busy = m_busy;
     stopProcess();
-    finish({});
+    if (busy)
+        finish({});
+    else
+        startNext(); // it ended while it had nothing to do
 }
 
 void ImageDecoder::finish(const QByteArray &answer)
