@@ -33,6 +33,8 @@ constexpr int kSoon = 300;                       // milliseconds
 constexpr int kAfterChange = 2000;               // milliseconds
 constexpr int kUsualWidth = 1120;                // pixels
 constexpr int kUsualHeight = 720;
+constexpr int kFrameWidth = 8;
+constexpr int kFrameHeight = 40;
 constexpr int kLeastWidth = 640;
 constexpr int kLeastHeight = 420;
 
@@ -291,9 +293,8 @@ void ArkvaleTolmaMain::restorePlace()
             m_state.place = usual;
         }
     }
-    const QRect place = WindowState::fitted(m_state.place, rooms);
-    move(place.topLeft());
-    emit ReadyResize(place.size());
+    move(m_state.place.topLeft());
+    emit ReadyResize(m_state.place.size());
     if (m_state.maximized)
         setWindowState(windowState() | Qt::WindowMaximized);
 }
@@ -316,8 +317,12 @@ void ArkvaleTolmaMain::keepState()
 
 void ArkvaleTolmaMain::resizeShow(QSize size)
 {
-    const QRect place = WindowState::fitted(QRect(pos(), size.expandedTo(minimumSize())), screenRooms());
-    resize(place.size());
+    // Before the window is on the screen nobody knows how large its frame will be.
+    const QSize known = frameGeometry().size() - geometry().size();
+    const QSize frame = known.isEmpty() ? QSize(kFrameWidth, kFrameHeight) : known;
+    const QRect wanted(pos(), size.expandedTo(minimumSize()) + frame);
+    const QRect place = WindowState::fitted(wanted, screenRooms());
+    resize(place.size() - frame);
     move(place.topLeft());
 }
 
@@ -329,7 +334,7 @@ void ArkvaleTolmaMain::resizeEvent(QResizeEvent *event)
 
 void ArkvaleTolmaMain::resizeScrollText()
 {
-    m_header->fitTicker(width());
+    m_header->fit(width());
     m_header->ticker()->fit();
 }
 

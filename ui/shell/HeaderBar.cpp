@@ -18,6 +18,7 @@ namespace {
 constexpr int kAvatar = 28;        // pixels
 constexpr int kLongestName = 140;  // pixels
 constexpr int kStorageWidth = 110; // pixels
+constexpr int kWideWindow = 980;   // pixels; below it words give way to icons
 constexpr int kTickerShare = 4;    // of the window's width
 constexpr int kLeastTicker = 120;  // pixels; less shows nothing that could be read
 
@@ -96,7 +97,6 @@ HeaderBar::HeaderBar(QWidget *parent)
     m_storageBar->setTextVisible(false);
     m_storageBar->setFixedWidth(kStorageWidth);
     m_storage->setObjectName(QStringLiteral("label_storage"));
-    m_user->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_user->setIconSize(QSize(kAvatar, kAvatar));
     connect(m_user, &QToolButton::clicked, this, &HeaderBar::userClicked);
 
@@ -139,19 +139,32 @@ bool HeaderBar::isPageVisible(Page page) const
 void HeaderBar::setRunningTransfers(int count)
 {
     m_running = count;
-    showTransfers();
+    showTexts();
 }
 
-void HeaderBar::showTransfers()
+void HeaderBar::showTexts()
 {
-    const QString name = tr("Transfer List");
-    m_pages[Transfers]->setText(m_running > 0 ? QStringLiteral("%1 (%2)").arg(name).arg(m_running) : name);
+    QString texts[PageCount] = {tr("My Disk"), tr("Transfer List"), tr("Share"), tr("Setting")};
+    if (m_running > 0)
+        texts[Transfers] += QStringLiteral(" (%1)").arg(m_running);
+    for (int i = 0; i < PageCount; ++i) {
+        m_pages[i]->setText(m_wide ? texts[i] : QString());
+        m_pages[i]->setToolTip(m_wide ? QString() : texts[i]);
+        m_pages[i]->setAccessibleName(texts[i]);
+    }
+}
+
+void HeaderBar::showUser()
+{
+    QString shown = fontMetrics().elidedText(m_userName, Qt::ElideRight, kLongestName);
+    m_user->setText(shown.replace(QLatin1Char('&'), QLatin1String("&&")));
+    m_user->setToolButtonStyle(m_wide ? Qt::ToolButtonTextBesideIcon : Qt::ToolButtonIconOnly);
 }
 
 void HeaderBar::setUser(const QString &name, const QString &tip, const QImage &picture)
 {
-    QString shown = fontMetrics().elidedText(name, Qt::ElideRight, kLongestName);
-    m_user->setText(shown.replace(QLatin1Char('&'), QLatin1String("&&")));
+    m_userName = name;
+    showUser();
     m_user->setToolTip(tip.toHtmlEscaped());
     m_user->setIcon(picture.isNull() ? iconOf("user.svg")
                                      : QIcon(ServicePicture::round(picture, kAvatar, devicePixelRatioF())));
@@ -159,10 +172,10 @@ void HeaderBar::setUser(const QString &name, const QString &tip, const QImage &p
 
 void HeaderBar::setStorage(qint64 used, qint64 quota)
 {
-    const bool known = quota > 0;
-    m_storageBar->setVisible(known);
-    m_storage->setVisible(known);
-    if (!known)
+    m_storageKnown = quota > 0;
+    m_storageBar->setVisible(m_storageKnown && m_wide);
+    m_storage->setVisible(m_storageKnown && m_wide);
+    if (!m_storageKnown)
         return;
     const double share = 100.0 * static_cast<double>(used) / static_cast<double>(quota);
     m_storageBar->setValue(static_cast<int>(qBound(0.0, share, 100.0)));
@@ -177,10 +190,18 @@ void HeaderBar::setTabActions(bool canReopen, bool canSplit, bool canClosePane)
     m_closePane->setVisible(canClosePane);
 }
 
-void HeaderBar::fitTicker(int windowWidth)
+void HeaderBar::fit(int windowWidth)
 {
     const int room = windowWidth / kTickerShare;
-    m_ticker->setMaximumWidth(room < kLeastTicker ? 0 : room);
+    const bool wide = windowWidth >= kWideWindow;
+    m_ticker->setMaximumWidth(wide && room >= kLeastTicker ? room : 0);
+    if (wide == m_wide)
+        return;
+    m_wide = wide;
+    m_storageBar->setVisible(m_storageKnown && m_wide);
+    m_storage->setVisible(m_storageKnown && m_wide);
+    showTexts();
+    showUser();
 }
 
 void HeaderBar::changeEvent(QEvent *event)
@@ -192,10 +213,7 @@ void HeaderBar::changeEvent(QEvent *event)
 
 void HeaderBar::retranslate()
 {
-    m_pages[Disk]->setText(tr("My Disk"));
-    m_pages[Share]->setText(tr("Share"));
-    m_pages[Settings]->setText(tr("Setting"));
-    showTransfers();
+    showTexts();
     setTip(m_newTab, tr("New tab"), "Ctrl+T");
     setTip(m_reopen, tr("Reopen the closed tab"), "Ctrl+Shift+T");
     setTip(m_split, tr("Split side by side"), "F3");

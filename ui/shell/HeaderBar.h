@@ -39,8 +39,8 @@ public:
     /// @param quota bytes; 0: not known, nothing is shown
     void setStorage(qint64 used, qint64 quota);
     void setTabActions(bool canReopen, bool canSplit, bool canClosePane);
-    /// Gives the ticker the room that the other parts leave in a window of that width.
-    void fitTicker(int windowWidth);
+    /// Leaves out of a narrow window what can be left out: words beside icons, the ticker, the storage figures.
+    void fit(int windowWidth);
     AdTicker *ticker() const { return m_ticker; }
     QToolButton *trayButton() const { return m_tray; }
     QToolButton *menuButton() const { return m_menu; }
@@ -58,7 +58,8 @@ protected:
 
 private:
     void retranslate();
-    void showTransfers();
+    void showTexts();
+    void showUser();
 
     QButtonGroup *m_group;
     QPushButton *m_pages[PageCount];
@@ -73,4 +74,7 @@ private:
     QToolButton *m_tray;
     QToolButton *m_menu;
     int m_running = 0;
+    bool m_wide = true;
+    bool m_storageKnown = false;
+    QString m_userName;
 };
