@@ -91,7 +91,7 @@ CacheFile::Outcome CacheFile::prepare()
         return outcome;
     }
     m_claimed = stat.size > journalAt() && loadHeader();
-    if (!m_claimed && stat.size == m_item.info.size && toMs(stat.modifiedNs) == m_item.info.modifiedMs) {
+    if (!m_claimed && stat.size > 0 && stat.size == m_item.info.size) {
         // Everything was there and the journal cut off when it ended. The sender's sums will tell what is right.
         m_claimed = m_withoutJournal = true;
     }
@@ -264,6 +264,11 @@ void CacheFile::piece(const Op &op, Outcome &outcome)
     }
     if (op.block != m_open || op.offset != m_openAt)
         return fail(Error::Integrity, "data out of order", outcome);
+    if (has(op.block)) {
+        // Sent twice: from its first byte on it is no longer what was confirmed.
+        outcome.confirmed -= sizeOf(op.block);
+        setHas(op.block, false);
+    }
     const FileResult written = m_file.writeAt(std::uint64_t(op.block) * m_item.blockSize + op.offset, op.data, op.size);
     if (!written.ok())
         return fail(written, outcome);
@@ -277,11 +282,6 @@ void CacheFile::piece(const Op &op, Outcome &outcome)
     if (!op.last)
         return;
     m_open = UINT32_MAX;
-    if (has(op.block)) {
-        // Sent twice: what was confirmed before is judged anew.
-        outcome.confirmed -= sizeOf(op.block);
-        setHas(op.block, false);
-    }
     if (m_openHash.digest() != op.digest)
         return ask(op.block, outcome);
     const FileResult noted = writeSlot(op.block, op.digest);

@@ -4,6 +4,8 @@
 #include "TreeScan.h"
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 namespace zpdt {
 
@@ -22,6 +24,19 @@ Bytes &readBuffer()
     return buffer;
 }
 
+/// Two writes within one tick of the system's clock leave the same time. A file that was written just now is looked at
+/// a little later, so that every further write shows. False when it is older.
+bool letTimePass(std::int64_t modifiedNs)
+{
+    using namespace std::chrono;
+    constexpr nanoseconds kTick = milliseconds(20);
+    const nanoseconds age = system_clock::now().time_since_epoch() - nanoseconds(std::max<std::int64_t>(0, modifiedNs));
+    if (modifiedNs < 0 || age < nanoseconds(0) || age >= kTick)
+        return false;
+    std::this_thread::sleep_for(kTick - age);
+    return true;
+}
+
 } // namespace
 
 FileSender::FileSender(SafeFolder root, std::string path, std::uint32_t stream, std::uint32_t no)
@@ -38,6 +53,8 @@ Error FileSender::look(ItemMessage &item, std::string &text)
     m_file.close();
     FileResult result = m_root.openRead(m_path, m_file);
     if (result.ok())
+        result = m_file.stat(m_stat);
+    if (result.ok() && letTimePass(m_stat.modifiedNs))
         result = m_file.stat(m_stat);
     if (!result.ok() || m_stat.size > kMaxFileSize) {
         text = result.ok() ? "file is too large" : result.message();
