@@ -20,6 +20,8 @@ class UpdateDownload;
 class UpdateService : public QObject
 {
     Q_OBJECT
+    Q_PROPERTY(QString latestVersion READ latestVersion)
+    Q_PROPERTY(QString notes READ notes)
 
 public:
     /// Values of UpdateFinished().

@@ -2,6 +2,29 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="zh_CN" sourcelanguage="en_US">
 <context>
+    <name>AboutText</name>
+    <message>
+        <source>Version</source>
+        <translation>版本</translation>
+    </message>
+    <message>
+        <source>Build</source>
+        <translation>构建</translation>
+    </message>
+    <message>
+        <source>User agreement</source>
+        <translation>用户协议</translation>
+    </message>
+    <message>
+        <source>Help</source>
+        <translation>帮助</translation>
+    </message>
+    <message>
+        <source>This program uses the software below. Each is under the licence named.</source>
+        <translation>本程序使用以下软件，各自遵循所列许可证。</translation>
+    </message>
+</context>
+<context>
     <name>AddressBar</name>
     <message>
         <source>All Files</source>
@@ -117,26 +140,6 @@
     <message>
         <source>Cache clean up failed.</source>
         <translation>缓存清理失败。</translation>
-    </message>
-    <message>
-        <source>This is the newest version.</source>
-        <translation>当前已是最新版本。</translation>
-    </message>
-    <message>
-        <source>A newer version is available.</source>
-        <translation>有新版本可用。</translation>
-    </message>
-    <message>
-        <source>The update check failed.</source>
-        <translation>检查更新失败。</translation>
-    </message>
-    <message>
-        <source>Version %1</source>
-        <translation>版本 %1</translation>
-    </message>
-    <message>
-        <source>User agreement</source>
-        <translation>用户协议</translation>
     </message>
     <message>
         <source>No help page is configured.</source>
@@ -2418,6 +2421,57 @@
     <message>
         <source>The settings could not be saved and hold until the program ends.</source>
         <translation>设置未能保存，在程序结束前有效。</translation>
+    </message>
+</context>
+<context>
+    <name>UpdateDialog</name>
+    <message>
+        <source>Looking for a new version...</source>
+        <translation>正在检查新版本...</translation>
+    </message>
+    <message>
+        <source>Install now</source>
+        <translation>立即安装</translation>
+    </message>
+    <message>
+        <source>When the program ends</source>
+        <translation>退出时安装</translation>
+    </message>
+    <message>
+        <source>New version</source>
+        <translation>新版本</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>关闭</translation>
+    </message>
+    <message>
+        <source>The new version is being fetched: %1 of %2</source>
+        <translation>正在获取新版本：%1 / %2</translation>
+    </message>
+    <message>
+        <source>This is the newest version.</source>
+        <translation>当前已是最新版本。</translation>
+    </message>
+    <message>
+        <source>The update check failed.</source>
+        <translation>检查更新失败。</translation>
+    </message>
+    <message>
+        <source>The update is not signed by the maker and was refused.</source>
+        <translation>更新未经开发者签名，已拒绝。</translation>
+    </message>
+    <message>
+        <source>There is not enough space for the update.</source>
+        <translation>磁盘空间不足，无法更新。</translation>
+    </message>
+    <message>
+        <source>Version %1 is ready to be installed.</source>
+        <translation>版本 %1 已可安装。</translation>
+    </message>
+    <message>
+        <source>Version %1 is available. It comes through the package manager of this system.</source>
+        <translation>版本 %1 已发布，请通过系统的软件包管理器更新。</translation>
     </message>
 </context>
 <context>

@@ -2,6 +2,29 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="zh_TW" sourcelanguage="en_US">
 <context>
+    <name>AboutText</name>
+    <message>
+        <source>Version</source>
+        <translation>版本</translation>
+    </message>
+    <message>
+        <source>Build</source>
+        <translation>組建</translation>
+    </message>
+    <message>
+        <source>User agreement</source>
+        <translation>使用者協議</translation>
+    </message>
+    <message>
+        <source>Help</source>
+        <translation>說明</translation>
+    </message>
+    <message>
+        <source>This program uses the software below. Each is under the licence named.</source>
+        <translation>本程式使用以下軟體，各自遵循所列授權條款。</translation>
+    </message>
+</context>
+<context>
     <name>AddressBar</name>
     <message>
         <source>All Files</source>
@@ -117,26 +140,6 @@
     <message>
         <source>Cache clean up failed.</source>
         <translation>快取清除失敗。</translation>
-    </message>
-    <message>
-        <source>This is the newest version.</source>
-        <translation>目前已是最新版本。</translation>
-    </message>
-    <message>
-        <source>A newer version is available.</source>
-        <translation>有新版本可用。</translation>
-    </message>
-    <message>
-        <source>The update check failed.</source>
-        <translation>檢查更新失敗。</translation>
-    </message>
-    <message>
-        <source>Version %1</source>
-        <translation>版本 %1</translation>
-    </message>
-    <message>
-        <source>User agreement</source>
-        <translation>使用者協議</translation>
     </message>
     <message>
         <source>No help page is configured.</source>
@@ -2418,6 +2421,57 @@
     <message>
         <source>The settings could not be saved and hold until the program ends.</source>
         <translation>設定未能儲存，在程式結束前有效。</translation>
+    </message>
+</context>
+<context>
+    <name>UpdateDialog</name>
+    <message>
+        <source>Looking for a new version...</source>
+        <translation>正在檢查新版本...</translation>
+    </message>
+    <message>
+        <source>Install now</source>
+        <translation>立即安裝</translation>
+    </message>
+    <message>
+        <source>When the program ends</source>
+        <translation>結束時安裝</translation>
+    </message>
+    <message>
+        <source>New version</source>
+        <translation>新版本</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>關閉</translation>
+    </message>
+    <message>
+        <source>The new version is being fetched: %1 of %2</source>
+        <translation>正在取得新版本：%1 / %2</translation>
+    </message>
+    <message>
+        <source>This is the newest version.</source>
+        <translation>目前已是最新版本。</translation>
+    </message>
+    <message>
+        <source>The update check failed.</source>
+        <translation>檢查更新失敗。</translation>
+    </message>
+    <message>
+        <source>The update is not signed by the maker and was refused.</source>
+        <translation>更新未經開發者簽署，已拒絕。</translation>
+    </message>
+    <message>
+        <source>There is not enough space for the update.</source>
+        <translation>磁碟空間不足，無法更新。</translation>
+    </message>
+    <message>
+        <source>Version %1 is ready to be installed.</source>
+        <translation>版本 %1 已可安裝。</translation>
+    </message>
+    <message>
+        <source>Version %1 is available. It comes through the package manager of this system.</source>
+        <translation>版本 %1 已發布，請透過系統的套件管理員更新。</translation>
     </message>
 </context>
 <context>

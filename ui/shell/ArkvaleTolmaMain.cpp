@@ -273,6 +273,10 @@ void ArkvaleTolmaMain::announceStart()
         greeting += QLatin1Char('\n') + m_config->currentUser().username + tr(" is current user.");
     emit sigShowTrayMessage(greeting);
     writeLog(QStringLiteral("ArkvaleTolmaMain Created!"), __LINE__);
+    // A new version that was found while nobody was logged in.
+    bool ready = false;
+    if (m_updater && QMetaObject::invokeMethod(m_updater, "canInstall", Q_RETURN_ARG(bool, ready)) && ready)
+        UpdateFinished(1);
 }
 
 // Place

@@ -7,6 +7,7 @@
 
 #include <QMainWindow>
 #include <QMap>
+#include <QPointer>
 
 #include <functional>
 
@@ -25,6 +26,7 @@ class QTimer;
 class SharePage;
 class TabWidget;
 class TransferringWidget;
+class UpdateDialog;
 
 /// The main window of one login cycle: drive pages in tabs and panes, the transfer page, the menu, and the handling of
 /// requests from web pages and the command line. Close() fires once, when the cycle is to end; the session state then
@@ -145,6 +147,7 @@ private:
     // Construction
     void buildPages();
     void setSharePage(SharePage *page);
+    void showUpdates();
     void connectStore();
     void connectTransfers();
     void connectHeader();
@@ -208,6 +211,7 @@ private:
     QLabel *m_waiting = nullptr;
     DrivePanes *m_panes = nullptr;
     TransferringWidget *m_transfers = nullptr;
+    QPointer<UpdateDialog> m_updates;
     SharePage *m_share = nullptr; ///< none where sharing is disabled
     QWidget *m_settings = nullptr;
     CenterIcons *m_icons = nullptr;

@@ -1,5 +1,6 @@
 #include "ArkvaleTolmaMain.h"
 
+#include "AboutText.h"
 #include "ArkvaleTray.h"
 #include "BrowserServer.h"
 #include "GlobalConfig.h"
@@ -11,6 +12,7 @@
 #include "Settings.h"
 #include "SystemBrowser.h"
 #include "TransferringWidget.h"
+#include "UpdateDialog.h"
 
 #include <QAction>
 #include <QApplication>
@@ -262,30 +264,37 @@ void ArkvaleTolmaMain::ClearCache()
 
 void ArkvaleTolmaMain::UpdateApp()
 {
-    if (m_updater)
-        QMetaObject::invokeMethod(m_updater, "Update");
+    if (!m_updater)
+        return;
+    showUpdates();
+    QMetaObject::invokeMethod(m_updater, "Update");
 }
 
+// From the start-up's own look only good news is told; the dialog tells what the person asked for.
 void ArkvaleTolmaMain::UpdateFinished(int retcode)
 {
-    if (retcode == 0)
-        tell(tr("Tip"), tr("This is the newest version."));
-    else if (retcode == 1)
-        tell(tr("Tip"), tr("A newer version is available."));
-    else
-        tell(tr("Tip"), tr("The update check failed."));
+    constexpr int newer = 1;
+    if (retcode == newer && !m_updates) {
+        showUpdates();
+        m_updates->showResult(retcode);
+    }
+}
+
+void ArkvaleTolmaMain::showUpdates()
+{
+    if (!m_updates) {
+        m_updates = new UpdateDialog(m_updater, this);
+        connect(m_updates, &UpdateDialog::installNow, this, &ArkvaleTolmaMain::Exit);
+    }
+    m_updates->show();
+    m_updates->raise();
 }
 
 void ArkvaleTolmaMain::About()
 {
-    const QString agreement = m_config->userProtocolUrl();
-    QString html = QStringLiteral("<p><b>NRX Net Disk</b></p><p>%1</p>")
-                       .arg(tr("Version %1").arg(m_config->version().toHtmlEscaped()));
-    if (!agreement.isEmpty())
-        html += QStringLiteral("<p><a href=\"%1\">%2</a></p>").arg(agreement.toHtmlEscaped(), tr("User agreement"));
     MsgBox box(this);
     box.setTitle(tr("About"));
-    box.setText(html);
+    box.setText(AboutText::html(m_config->version(), m_config->userProtocolUrl(), m_config->helpUrl()));
     box.setButtonVisible(QStringLiteral("cancel"), false);
     box.exec();
 }
