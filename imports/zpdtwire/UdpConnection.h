@@ -83,6 +83,7 @@ private:
     // Sending.
     void flush();
     void flushSoon();
+    void sendPaced(Clock::time_point &now);
     bool fillBurst(Clock::time_point now);
     std::size_t build(std::uint8_t *out, std::size_t size, Clock::time_point now, bool paced);
     bool sendBurst();

@@ -102,12 +102,13 @@ void UdpConnection::wantAck(Clock::time_point now)
     const auto wait =
         std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(m_recovery.roundTrip() / 16));
     m_ackAt = std::max(now, m_lastAck + std::clamp<Clock::duration>(wait, kAckLeast, kAckMost));
-    // Room for what may come in four round trips, as long as the memory is there.
+    // Room for what comes in eight round trips: a packet that is lost twice holds up all behind it that long, with a
+    // queue on the line.
     const double span = std::chrono::duration<double>(now - m_windowAt).count();
     if (span > m_recovery.roundTrip()) {
         const double rate = double(m_inbox.arrived() - m_windowArrived) / span;
         if (!m_context.budget().usedUp())
-            m_inbox.widen(std::uint64_t(4 * rate * m_recovery.roundTrip()));
+            m_inbox.widen(std::uint64_t(8 * rate * m_recovery.roundTrip()));
         m_windowAt = now;
         m_windowArrived = m_inbox.arrived();
         if (m_inbox.memory() > m_countedMemory) {
@@ -229,7 +230,7 @@ void UdpConnection::deliver()
         return fail(Error::Integrity, "frame of impossible length");
     if (m_otherLeft && found == UdpInbox::Next::Nothing)
         return fail(Error::Network, "the other side has closed the connection");
-    if (m_arrivals.any() && m_inbox.mostOffset() - m_toldMost > UdpInbox::kLeastWindow / 2 && m_unacked == 0) {
+    if (m_arrivals.any() && m_inbox.mostOffset() - m_toldMost > UdpInbox::kLeastWindow / 4 && m_unacked == 0) {
         m_unacked = 1;
         m_ackAt = Clock::now();
     }

@@ -14,8 +14,7 @@ namespace {
 constexpr std::size_t kHeadV4 = 28;
 constexpr std::size_t kHeadV6 = 48;
 constexpr double kBurstTime = 0.001;
-constexpr int kBurstsAtOnce = 16;
-constexpr double kCatchUp = 0.6;
+constexpr double kMostBurstTime = 0.004;
 /// Packets under one key, far below what the cipher allows.
 constexpr std::uint64_t kPhasePackets = 1u << 14;
 
@@ -181,6 +180,32 @@ void UdpConnection::probeSize(Clock::time_point now)
     }
 }
 
+void UdpConnection::sendPaced(Clock::time_point &now)
+{
+    const auto duration = [](double seconds) {
+        return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    };
+    // Time that was lost to a late timer is made up for, a few milliseconds' worth at a time.
+    m_nextSend = std::max(m_nextSend, now - duration(UdpSocket::timerGrain()));
+    const double behind = std::chrono::duration<double>(now - m_nextSend).count();
+    const double most = m_controller->pace() * std::clamp(kBurstTime + behind, kBurstTime, kMostBurstTime);
+    for (double bytes = 0; (now >= m_nextSend && now >= m_notBefore && bytes < most) || m_probes > 0;) {
+        if (!fillBurst(now))
+            return;
+        bytes += double(m_burstEnd);
+        m_nextSend += duration(double(m_burstEnd) * 1.02 / std::max(m_controller->pace(), 1.0));
+        if (!sendBurst())
+            return;
+        if (m_listener && m_told)
+            m_listener->channelWritable();
+        if (m_state != State::Open && m_state != State::Flushing)
+            return;
+        now = Clock::now();
+    }
+    if (now >= m_nextSend)
+        m_notBefore = std::max(m_notBefore, now + duration(kBurstTime / 2));
+}
+
 void UdpConnection::flush()
 {
     if ((m_state != State::Open && m_state != State::Flushing) || m_blocked)
@@ -190,24 +215,9 @@ void UdpConnection::flush()
         return;
     if (m_told && m_state == State::Open)
         probeSize(now);
-    const auto grain =
-        std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(UdpSocket::timerGrain()));
-    for (int i = 0; i < kBurstsAtOnce && (now >= std::max(m_nextSend, m_notBefore) || m_probes > 0); ++i) {
-        if (!fillBurst(now))
-            break;
-        const auto cost =
-            std::chrono::duration<double>(double(m_burstEnd) * 1.02 / std::max(m_controller->pace(), 1.0));
-        // Time that was lost is made up for, not in one burst but at a somewhat quicker pace.
-        m_nextSend = std::max(m_nextSend, now - grain) + std::chrono::duration_cast<Clock::duration>(cost);
-        m_notBefore = now + std::chrono::duration_cast<Clock::duration>(cost * kCatchUp);
-        if (!sendBurst())
-            return schedule();
-        if (m_listener && m_told)
-            m_listener->channelWritable();
-        if (m_state != State::Open && m_state != State::Flushing)
-            return;
-        now = Clock::now();
-    }
+    sendPaced(now);
+    if (m_state != State::Open && m_state != State::Flushing)
+        return;
     if (m_pingWanted || (m_unacked > 0 && now >= m_ackAt)) {
         std::uint8_t out[kUdpFirst];
         std::size_t sent = 0;

@@ -12,7 +12,7 @@ constexpr double kStartGain = 2.77;
 constexpr double kStartWindow = 2.0;
 constexpr double kFirstPackets = 48.0;
 constexpr double kDrainGain = 0.75;
-constexpr double kCruiseGain = 0.99;
+constexpr double kCruiseGain = 1.0;
 constexpr double kUpGain = 1.25;
 /// Round trips' worth under way. More than one, for acknowledgements that come late; as much more as lets a flow that
 /// fills every queue keep about its half.
@@ -23,6 +23,7 @@ constexpr auto kLeastLife = std::chrono::seconds(10);
 constexpr auto kStillTime = std::chrono::milliseconds(150);
 constexpr double kGrown = 1.2;
 constexpr unsigned kFlatRounds = 3;
+constexpr std::uint64_t kMostRounds = 12; ///< at the start, with whatever there is to send
 /// Loss on top of the line's own that tells of a full queue.
 constexpr double kFullQueue = 0.02;
 constexpr double kFullQueueStart = 0.08;
@@ -202,7 +203,7 @@ void UdpFairRate::onRound(const UdpSample &sample)
         std::sort(sorted.begin(), sorted.begin() + std::ptrdiff_t(count));
         m_ownLoss = sorted[count / 4];
     }
-    if (m_phase == Phase::Start && !m_limited) {
+    if (m_phase == Phase::Start && (!m_limited || m_round > m_phaseRound + kMostRounds)) {
         if (m_rates.get() >= kGrown * m_before) {
             m_before = m_rates.get();
             m_flat = 0;
