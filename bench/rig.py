@@ -111,13 +111,17 @@ class Service:
         fields = open(f"/proc/{self.process.pid}/stat").read().rsplit(")", 1)[1].split()
         return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
 
-    def move(self, up, remote, local, names, port=None, prefix=()):
-        """One transfer by bench_wire; its figures, with the service's CPU time besides."""
+    def move(self, up, remote, local, names, port=None, prefix=(), udp=False, goal=None):
+        """One transfer by bench_wire; its figures, with the service's CPU time besides. goal: "fixed 200", Mbit/s."""
         ticket = self.ticket("upload" if up else "download", remote)
+        extra = {"BENCH_UDP_KEY": ticket["udpKey"]} if udp else {}
+        port = ticket["udpPort"] if udp else port
+        if goal:
+            extra["BENCH_GOAL"] = goal
         before = self.cpu()
         done = subprocess.run([*NICE, *prefix, f"{BIN}/bench_wire", "up" if up else "down", ticket["host"],
                                str(port or ticket["port"]), ticket["fingerprint"], ticket["ticket"], local, *names],
-                              stdout=subprocess.PIPE, text=True)
+                              stdout=subprocess.PIPE, text=True, env={**os.environ, **extra})
         figures = json.loads(done.stdout)
         figures["serviceCpu"] = self.cpu() - before
         if done.returncode:

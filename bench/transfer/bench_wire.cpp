@@ -1,5 +1,7 @@
 // One upload or download over the transfer protocol, for the scripts beside it: prints its figures as one JSON line.
 // usage: bench_wire up|down HOST PORT FINGERPRINT TICKET LOCAL-FOLDER NAME...
+// BENCH_UDP_KEY in the environment has it go over UDP with that key, BENCH_GOAL holds to a mode and Mbit/s such as
+// "fixed 200".
 
 #include "Connection.h"
 #include "Context.h"
@@ -87,10 +89,22 @@ int main(int argc, char **argv)
     endpoint.port = static_cast<std::uint16_t>(std::atoi(argv[3]));
     endpoint.fingerprint = argv[4];
     endpoint.clientVersion = "bench";
+    if (const char *key = std::getenv("BENCH_UDP_KEY")) {
+        endpoint.carrier = CarrierKind::Udp;
+        endpoint.udpKey = key;
+    }
     const std::vector<std::string> names(argv + 7, argv + argc);
     Context context;
     Run run;
     Connection connection(context, endpoint, [](ConnectionState, Error, const std::string &) {});
+    if (const char *text = std::getenv("BENCH_GOAL")) {
+        const std::string goal(text);
+        const auto blank = goal.find(' ');
+        const double target = std::atof(goal.substr(blank + 1).c_str()) * 125000;
+        connection.setGoal(
+            up ? Direction::Upload : Direction::Download,
+            rateGoal(goal.substr(0, blank), 1024 * 1.08e6 / target, 30000, target * 0.92, 1024, std::uint64_t(target)));
+    }
     std::shared_ptr<Stream> stream;
     if (up) {
         UploadRequest request;
