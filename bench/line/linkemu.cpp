@@ -107,11 +107,11 @@ struct Outage
 class Direction
 {
 public:
-    Direction(int in, int out, Config c, Outage o, uint64_t seed, Ns start)
+    Direction(int in, int out, Config config, Outage outage, uint64_t seed, Ns start)
         : m_in(in)
         , m_out(out)
-        , m_c(c)
-        , m_o(o)
+        , m_c(config)
+        , m_o(outage)
         , m_rng(seed)
         , m_start(start)
     {

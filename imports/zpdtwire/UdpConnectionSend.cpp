@@ -14,7 +14,7 @@ namespace {
 constexpr std::size_t kHeadV4 = 28;
 constexpr std::size_t kHeadV6 = 48;
 constexpr double kBurstTime = 0.001;
-constexpr double kMostBurstTime = 0.004;
+constexpr double kMostBurstTime = 0.003;
 /// Packets under one key, far below what the cipher allows.
 constexpr std::uint64_t kPhasePackets = 1u << 14;
 

@@ -100,7 +100,7 @@ std::uint64_t UdpFairRate::window() const
         window = kWindow * product();
     }
     if (m_high > 0.0)
-        window = std::min(window, m_phase == Phase::Cruise ? 0.95 * m_high : m_high);
+        window = std::min(window, m_high);
     if (m_low > 0.0 && m_phase != Phase::Up)
         window = std::min(window, m_low);
     // Bursts, and acknowledgements for several packets at a time, are under way besides.
@@ -176,7 +176,7 @@ void UdpFairRate::onLoss(const UdpSample &sample)
     m_roundLost += double(sample.lost[0]);
     const double up = m_upAcked + m_upLost;
     if (m_upLost > kLeastPackets * m_packet && m_upLost > excess() * up && up > kSharePackets * m_packet) {
-        m_high = std::max(m_lastLostFlight * 0.95, product());
+        m_high = std::max(m_lastLostFlight * 0.95, 1.05 * product());
         m_upAcked = m_upLost = 0.0;
         if (probing())
             enter(Phase::Drain, sample.now);
