@@ -16,7 +16,11 @@ constexpr double kCruiseGain = 1.0;
 constexpr double kUpGain = 1.25;
 /// Round trips' worth under way. More than one, for acknowledgements that come late; as much more as lets a flow that
 /// fills every queue keep about its half.
-constexpr double kWindow = 1.65;
+constexpr double kWindow = 1.6;
+constexpr double kUpWindow = 1.7;
+/// Round trips, in shortest ones, from which on a queue is deeper than a search for more would fill it.
+constexpr double kDeep = 1.25;
+constexpr double kHigher = 1.12;
 constexpr std::uint64_t kCycleRounds = 8;
 constexpr auto kCycleLeast = std::chrono::milliseconds(300);
 constexpr auto kLeastLife = std::chrono::seconds(10);
@@ -28,6 +32,10 @@ constexpr std::uint64_t kMostRounds = 12; ///< at the start, with whatever there
 constexpr double kFullQueue = 0.02;
 constexpr double kFullQueueStart = 0.08;
 constexpr double kBack = 0.85;
+constexpr double kRunOver = 0.004;
+constexpr double kYield = 0.88;
+constexpr double kMostYield = 0.7;
+constexpr double kUnyield = 0.015; ///< each cycle
 constexpr double kSharePackets = 100.0;
 constexpr double kLeastPackets = 8.0;
 
@@ -94,10 +102,10 @@ std::uint64_t UdpFairRate::window() const
         window = 0.5 * product();
         break;
     case Phase::Up:
-        window = 2.0 * product();
+        window = std::max(kUpWindow * m_yield, 1.25) * product();
         break;
     default:
-        window = kWindow * product();
+        window = kWindow * m_yield * product();
     }
     if (m_high > 0.0)
         window = std::min(window, m_high);
@@ -116,6 +124,7 @@ void UdpFairRate::enter(Phase phase, UdpClock::time_point now)
         m_before = m_rates.get();
         m_low = m_lowRate = 0.0;
         m_upAcked = m_upLost = 0.0;
+        m_yield = std::min(m_yield + kUnyield, 1.0);
     }
     if (phase == Phase::Drain) {
         ++m_cycle;
@@ -155,6 +164,7 @@ void UdpFairRate::learnRoundTrip(const UdpSample &sample)
 {
     if (sample.roundTrip <= 0.0)
         return;
+    m_lastRoundTrip = sample.roundTrip;
     if (sample.roundTrip < m_least || !m_measured) {
         m_measured = true;
         m_least = sample.roundTrip;
@@ -174,9 +184,13 @@ void UdpFairRate::onLoss(const UdpSample &sample)
     m_upLost += double(sample.lost[1]);
     m_roundAcked += double(sample.acked[0]);
     m_roundLost += double(sample.lost[0]);
+    const double lost = double(sample.lost[0] + sample.lost[1]);
+    m_deepAll += lost + double(sample.acked[0] + sample.acked[1]);
+    if (m_lastRoundTrip >= kDeep * m_least)
+        m_deepLost += lost;
     const double up = m_upAcked + m_upLost;
     if (m_upLost > kLeastPackets * m_packet && m_upLost > excess() * up && up > kSharePackets * m_packet) {
-        m_high = std::max(m_lastLostFlight * 0.95, 1.05 * product());
+        m_high = m_lastRoundTrip < kDeep * m_least ? std::max(m_lastLostFlight * 0.95, 1.05 * product()) : 0.0;
         m_upAcked = m_upLost = 0.0;
         if (probing())
             enter(Phase::Drain, sample.now);
@@ -203,6 +217,12 @@ void UdpFairRate::onRound(const UdpSample &sample)
         std::sort(sorted.begin(), sorted.begin() + std::ptrdiff_t(count));
         m_ownLoss = sorted[count / 4];
     }
+    // A deep queue that ran over: it is not us alone who fill it, since our window would not. The larger our part, the
+    // more of the loss is ours, so this brings flows together.
+    if (m_phase != Phase::Start && m_deepLost > kLeastPackets * m_packet &&
+        m_deepLost > (1.5 * m_ownLoss + kRunOver) * m_deepAll)
+        m_yield = std::max(kYield * m_yield, kMostYield);
+    m_deepAll = m_deepLost = 0.0;
     if (m_phase == Phase::Start && (!m_limited || m_round > m_phaseRound + kMostRounds)) {
         if (m_rates.get() >= kGrown * m_before) {
             m_before = m_rates.get();
@@ -246,7 +266,7 @@ void UdpFairRate::advance(const UdpSample &sample)
             break;
         }
         if (m_high > 0.0)
-            m_high *= 1.05; // it was not too much
+            m_high *= kHigher; // it was not too much
         enter(Phase::Drain, now);
         break;
     case Phase::Still:

@@ -59,6 +59,7 @@ private:
 
     double m_least;
     bool m_measured = false; ///< until then it is a guess
+    double m_lastRoundTrip = 0.0;
     double m_newLeast = 0.0;
     UdpClock::time_point m_leastAt;
     bool m_stillReached = false;
@@ -66,6 +67,9 @@ private:
 
     double m_roundAcked = 0.0; ///< steady ones, until there are enough for a share
     double m_roundLost = 0.0;
+    double m_deepAll = 0.0;  ///< of this round
+    double m_deepLost = 0.0; ///< while a queue stood
+    double m_yield = 1.0;    ///< what is left of the window after others filled the queue as well
     double m_upAcked = 0.0;
     double m_upLost = 0.0;
     double m_lastLostFlight = 0.0;
