@@ -52,11 +52,13 @@ for _ in $(seq 100); do [ -e /sys/class/net/$db ] && break; sleep 0.02; done
 setup() { # namespace device address
   ip netns add "$1" && ip link set "$2" netns "$1" || exit 2
   ip netns exec "$1" sysctl -qw net.ipv4.tcp_rmem="4096 131072 $tcpbuf" net.ipv4.tcp_wmem="4096 16384 $tcpbuf" \
-     net.ipv4.tcp_congestion_control="$tcpcc" net.ipv4.tcp_no_metrics_save=1 net.ipv6.conf.all.disable_ipv6=1 2>/dev/null
+     net.ipv4.tcp_no_metrics_save=1 net.ipv6.conf.all.disable_ipv6=1 2>/dev/null
   ip -n "$1" link set lo up
   ip -n "$1" link set "$2" mtu "$mtu" txqueuelen 20000
   ip -n "$1" addr add "$3/30" dev "$2"
   ip -n "$1" link set "$2" up
+  # By the route: the setting of the whole namespace is refused where the host's default is another one.
+  ip -n "$1" route replace 10.77.0.0/30 dev "$2" congctl "$tcpcc" || exit 2
 }
 setup "$A" "$da" 10.77.0.1
 setup "$B" "$db" 10.77.0.2
