@@ -96,6 +96,21 @@ private slots:
         QVERIFY2(told > 380 && told < 500, qPrintable(QString::number(told))); // 842 MB at 1.85 MB a second
     }
 
+    /// Somebody sets another target speed: a few seconds later the time left is that of the new one.
+    void anotherSpeedIsLearnedAtOnce()
+    {
+        TransferCost cost;
+        for (int second = 0; second < 60; ++second)
+            cost.observe(1.0, 9, qint64(2) << 20);
+        for (const qint64 megabytes : {80, 2}) {
+            for (int second = 0; second < 8; ++second)
+                cost.observe(1.0, 9 * megabytes / 2, megabytes << 20);
+            const double told = cost.estimate(4500, qint64(1000) << 20);
+            const double truth = 1000.0 / double(megabytes);
+            QVERIFY2(told > truth / 1.5 && told < truth * 1.5, qPrintable(QString::number(told)));
+        }
+    }
+
     /// Random reports; after each the sums are what a plain recount gives.
     void sumsAreExact()
     {
@@ -139,7 +154,7 @@ private slots:
                     ended.filesDone += success;
                     ended.filesFailed += !success;
                     ended.bytesDone += success ? size : plain[number].done;
-                    ended.bytesTotal += size;
+                    ended.bytesTotal += success ? size : plain[number].done;
                 }
                 plain.remove(number);
                 break;

@@ -19,6 +19,22 @@ public:
     double secondsPerMegabyte() const { return m_megabyte; }
 
 private:
+    struct Stretch
+    {
+        double seconds = 0.0;
+        double files = 0.0;
+        double megabytes = 0.0;
+
+        void add(double s, double f, double m)
+        {
+            seconds += s;
+            files += f;
+            megabytes += m;
+        }
+    };
+    bool isOtherLine(const Stretch &latest) const;
+    void learn(const Stretch &stretch);
+
     // An ordinary service on an ordinary line, until something is known.
     double m_file = 0.005;
     double m_megabyte = 0.1;
@@ -28,8 +44,6 @@ private:
     double m_mm = 1.0 * 1.0;
     double m_seen = 0.0;  ///< seconds that were learned from
     double m_still = 0.0; ///< seconds since something was done
-    // What was gathered since.
-    double m_seconds = 0.0;
-    double m_files = 0.0;
-    double m_megabytes = 0.0;
+    Stretch m_latest;     ///< not yet judged
+    Stretch m_gathered;   ///< not yet learned from
 };

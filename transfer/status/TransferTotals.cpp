@@ -130,8 +130,9 @@ void TransferTotals::finish(const QList<TaskRecord> &tasks)
             own.ended.filesDone += task->filesDone;
             own.ended.filesFailed += failed;
             own.ended.filesTotal += task->filesDone + failed;
+            // What is missing of it is not to come any more.
             own.ended.bytesDone += task->bytesDone;
-            own.ended.bytesTotal += task->bytes;
+            own.ended.bytesTotal += task->bytesDone;
         }
         setActive(own, *task, false, record.SubCenterId);
         --own.running.paused;
