@@ -30,7 +30,8 @@ FinishedListWidget::FinishedListWidget(QWidget *parent)
     m_model->setParent(this);
     setObjectName(QStringLiteral("listwid_finished"));
     view()->setObjectName(QStringLiteral("view_finished"));
-    setColumnWidths({90, 130, 170, 190, 108});
+    setColumnWidths({90, 130, 170, 190, 108},
+                    {FinishedTaskModel::CenterColumn, FinishedTaskModel::TimeColumn, FinishedTaskModel::SizeColumn});
     connect(view(), &QWidget::customContextMenuRequested, this, &FinishedListWidget::showMenu);
     connect(view()->verticalScrollBar(), SIGNAL(valueChanged(int)), this, SLOT(Scroll(int)));
     connect(view(), &QAbstractItemView::activated, this, &FinishedListWidget::activate);

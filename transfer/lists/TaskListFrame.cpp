@@ -11,6 +11,8 @@ namespace {
 
 /// A person who types is not kept waiting for each letter.
 constexpr int kTypingPause = 200;
+/// The least width of the first column, in which a name can be read.
+constexpr int kNameRoom = 190;
 
 } // namespace
 
@@ -47,13 +49,31 @@ TaskListFrame::TaskListFrame(QAbstractItemModel *model, int taskRole, const RowL
     addKey(Qt::Key_Escape, [this] { closeFilter(); });
 }
 
-void TaskListFrame::setColumnWidths(const QVector<int> &widths)
+void TaskListFrame::setColumnWidths(const QVector<int> &widths, const QVector<int> &spare)
 {
     QHeaderView *header = m_view->header();
     header->setSectionResizeMode(0, QHeaderView::Stretch);
     for (int i = 0; i < widths.size(); ++i)
         header->resizeSection(i + 1, widths.at(i));
     header->setSectionResizeMode(widths.size(), QHeaderView::Fixed);
+    m_spare = spare;
+}
+
+void TaskListFrame::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    QHeaderView *header = m_view->header();
+    for (const int column : qAsConst(m_spare))
+        header->setSectionHidden(column, false);
+    int room = width();
+    for (int i = 1; i < header->count(); ++i)
+        room -= header->sectionSize(i);
+    for (const int column : qAsConst(m_spare)) {
+        if (room >= kNameRoom)
+            break;
+        room += header->sectionSize(column);
+        header->setSectionHidden(column, true);
+    }
 }
 
 void TaskListFrame::addKey(const QKeySequence &keys, const std::function<void()> &action)

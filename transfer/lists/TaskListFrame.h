@@ -35,11 +35,13 @@ signals:
 
 protected:
     void changeEvent(QEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
     void retranslate();
     /// Stands in the middle of a list that is empty, in the language of the moment.
     virtual QString emptyHint() const = 0;
     /// Widths of the columns beside the first one, which takes the room that is left.
-    void setColumnWidths(const QVector<int> &widths);
+    /// @param spare columns that a narrow window does without, in the order in which they go
+    void setColumnWidths(const QVector<int> &widths, const QVector<int> &spare);
     /// A key that works in the list.
     void addKey(const QKeySequence &keys, const std::function<void()> &action);
     /// What every list's menu ends with.
@@ -56,4 +58,5 @@ private:
     QLineEdit *m_filter;
     QSortFilterProxyModel *m_proxy = nullptr; ///< only while there is a filter
     QTimer m_apply;
+    QVector<int> m_spare;
 };
