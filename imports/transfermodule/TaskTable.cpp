@@ -580,6 +580,9 @@ void TaskTable::stopped(TaskId id)
     case AfterStop::CancelThenCreate: {
         report(TaskReport::CancelEnd, *t);
         const bool again = t->afterStop == AfterStop::CancelThenCreate;
+        // One that was between two streams had nobody to remove what is there.
+        if (!again && t->record.Type == ZPDT_DOWNLOAD)
+            m_abandoned.append(t->record);
         TaskRecord record = t->record;
         const Shape shape = t->shape;
         const Config config = t->config;
