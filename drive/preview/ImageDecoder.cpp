@@ -192,7 +192,7 @@ void ImageDecoder::stopProcess()
     process->disconnect(this);
     process->kill();
     // Waited for elsewhere: a process that hangs in the kernel would hold the window.
-    process->setParent(nullptr);
+    process->setParent(QCoreApplication::instance());
     connect(process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), process, &QObject::deleteLater);
     if (process->state() == QProcess::NotRunning)
         process->deleteLater();
