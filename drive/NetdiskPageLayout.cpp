@@ -48,7 +48,7 @@ void NetdiskPage::buildToolbar(QWidget *toolbar)
     m_share->setPopupMode(QToolButton::InstantPopup);
     m_share->hide();
     m_mode = toolButton(toolbar, "modeButton", "list", true);
-    auto *more = toolButton(toolbar, "menuButton", "menu", false);
+    auto *more = toolButton(toolbar, "menuButton", "more", false);
     more->setPopupMode(QToolButton::InstantPopup);
     more->setMenu(new QMenu(more));
     m_search = new QLineEdit(toolbar);

@@ -38,8 +38,8 @@ void NetdiskPage::buildActions()
          [this] { m_search->setFocus(Qt::ShortcutFocusReason); }},
         {FilterAction, "filter", QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_F), [this] { focusFilter(); }},
         {SelectAllAction, nullptr, QKeySequence(QKeySequence::SelectAll), [this] { m_view->selectAll(); }},
-        {DetailsAction, "list", QKeySequence(Qt::CTRL + Qt::Key_1), [this] { ChangeShowMode(0); }},
-        {IconsAction, "grid", QKeySequence(Qt::CTRL + Qt::Key_2), [this] { ChangeShowMode(1); }},
+        {DetailsAction, "list", QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_1), [this] { ChangeShowMode(0); }},
+        {IconsAction, "grid", QKeySequence(Qt::CTRL + Qt::SHIFT + Qt::Key_2), [this] { ChangeShowMode(1); }},
     };
     for (const Entry &entry : entries) {
         auto *action = new QAction(this);

@@ -426,16 +426,22 @@ QIcon FileItemModel::icon(int row) const
     const FileItem &entry = item(row);
     const auto named = [this](const QString &name) {
         QIcon &icon = m_icons[name];
-        if (icon.isNull())
-            icon = QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/%1.svg").arg(name));
+        if (icon.isNull()) {
+            const QString file = QStringLiteral(":/ArkvaleTolmaMain/Icon/%1.svg").arg(name);
+            icon = QIcon(file);
+            icon.addFile(file, QSize(), QIcon::Selected); // as it is, without a tint
+        }
         return icon;
     };
     if (isUnfinished(row))
         return named(QStringLiteral("unfinished"));
     if (FileListing::isPicture(entry)) {
         const QPixmap *picture = m_thumbnails.object(pictureKey(entry));
-        if (picture && !picture->isNull())
-            return QIcon(*picture);
+        if (picture && !picture->isNull()) {
+            QIcon icon(*picture);
+            icon.addPixmap(*picture, QIcon::Selected);
+            return icon;
+        }
     }
     return named(FileTexts::iconName(entry));
 }

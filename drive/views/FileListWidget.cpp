@@ -382,7 +382,7 @@ void FileListWidget::paintEntry(QPainter *painter, int row)
         palette().color(option.state & QStyle::State_Selected ? QPalette::HighlightedText : QPalette::Text));
     QRect line(inner.left(), picture.bottom() + 5, inner.width(), fontMetrics().lineSpacing());
     for (const QString &text : lines) {
-        painter->drawText(line, Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextSingleLine, text);
+        painter->drawText(line, Qt::AlignHCenter | Qt::AlignVCenter | Qt::TextSingleLine | Qt::TextDontClip, text);
         line.translate(0, line.height());
     }
     if (option.state & QStyle::State_HasFocus) {

@@ -19,7 +19,6 @@ FileTreeWidget::FileTreeWidget(QWidget *parent)
     setRootIsDecorated(false);
     setItemsExpandable(false);
     setUniformRowHeights(true);
-    setAllColumnsShowFocus(true);
     setIconSize(QSize(22, 22));
     setSelectionMode(ExtendedSelection);
     setSelectionBehavior(SelectRows);
@@ -162,6 +161,24 @@ void FileTreeWidget::paintEvent(QPaintEvent *event)
     QPainter painter(viewport());
     m_drop->paint(&painter);
     m_band->paint(&painter);
+}
+
+void FileTreeWidget::drawRow(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
+{
+    QTreeView::drawRow(painter, option, index);
+    if (!hasFocus() || index.row() != currentIndex().row())
+        return;
+    QColor ring = palette().color(QPalette::Link);
+    ring.setAlpha(110);
+    painter->setPen(ring);
+    painter->setBrush(Qt::NoBrush);
+    painter->drawRoundedRect(QRectF(option.rect).adjusted(0.5, 0.5, -0.5, -0.5), 3, 3);
+}
+
+QRegion FileTreeWidget::visualRegionForSelection(const QItemSelection &selection) const
+{
+    // Worked out range by range, a large scattered selection would take longer than painting anew what is in view.
+    return selection.isEmpty() ? QRegion() : QRegion(viewport()->rect());
 }
 
 void FileTreeWidget::resizeEvent(QResizeEvent *event)
