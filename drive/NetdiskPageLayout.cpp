@@ -239,6 +239,10 @@ void NetdiskPage::retranslate()
     m_search->setToolTip(tr("Search the whole drive") + QLatin1String(" (Ctrl+F)"));
     m_search->setPlaceholderText(tr("Search"));
     m_search->setAccessibleName(tr("Search"));
+    for (QLineEdit *field : {m_search, m_filter}) {
+        for (QToolButton *inner : field->findChildren<QToolButton *>())
+            inner->setAccessibleName(field->accessibleName());
+    }
     m_search->findChild<QAction *>(QStringLiteral("searchAction"))->setToolTip(tr("Search"));
     m_storageBar->setAccessibleName(tr("Storage used"));
     showMode();

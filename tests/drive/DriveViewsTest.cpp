@@ -1,6 +1,7 @@
 #include "AddressBar.h"
 #include "DriveClipboard.h"
 #include "FileItemModelTest.h"
+#include "FileItemReader.h"
 #include "FileListing.h"
 #include "FileNameRules.h"
 #include "OrderedWork.h"
@@ -8,6 +9,9 @@
 
 #include <QApplication>
 #include <QEventLoop>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLineEdit>
 #include <QMenu>
 #include <QRandomGenerator>
@@ -151,6 +155,55 @@ private slots:
         QCOMPARE(listing.folders, 2);
         QCOMPARE(listing.files, 7);
         QCOMPARE(listing.items.at(7).size, quint64(9)); // listed twice: the last record
+    }
+
+    void repliesAreReadAsADocumentIs()
+    {
+        // The library's own reader is the witness, on replies of every shape that a service may come up with.
+        QRandomGenerator random(5);
+        const QList<QJsonValue> values{"plain",
+                                       QString("\"\\/\b\n\u4e2d\u0001\U0001F600"),
+                                       1,
+                                       0,
+                                       -3,
+                                       2.5,
+                                       1e300,
+                                       "77",
+                                       true,
+                                       QJsonValue(),
+                                       QJsonArray{1, QJsonObject{{"a", "]}"}}},
+                                       QJsonObject()};
+        for (int round = 0; round < 300; ++round) {
+            QJsonArray items;
+            for (int i = random.bounded(6); i > 0; --i) {
+                QJsonObject object;
+                for (const char *key : {"name", "path", "type", "size", "datetime", "modifiedTime", "icon", "x\"y"}) {
+                    if (random.bounded(4) > 0)
+                        object.insert(key, values.at(random.bounded(values.size())));
+                }
+                items.append(random.bounded(5) > 0 ? QJsonValue(object) : values.at(random.bounded(values.size())));
+            }
+            const QJsonObject reply{{"a", values.at(random.bounded(values.size()))}, {"items", items}};
+            const QByteArray body =
+                QJsonDocument(reply).toJson(round % 2 ? QJsonDocument::Compact : QJsonDocument::Indented);
+            const QList<FileItem> read = FileItemReader::items(body, FileItemReader::PlainTime);
+            int at = 0;
+            for (const QJsonValue &value : qAsConst(items)) {
+                if (!value.isObject())
+                    continue;
+                const QJsonObject object = value.toObject();
+                QVERIFY2(at < read.size(), body.constData());
+                const FileItem &item = read.at(at++);
+                QCOMPARE(item.name, object.value("name").toString());
+                QCOMPARE(item.path, object.value("path").toString());
+                QCOMPARE(item.icon, object.value("icon").toString());
+                QCOMPARE(item.type, object.value("type").toInt());
+            }
+            QCOMPARE(read.size(), at);
+            const QByteArray cut = body.left(random.bounded(body.size()));
+            if (cut.trimmed().size() < body.trimmed().size())
+                QVERIFY2(FileItemReader::items(cut, FileItemReader::PlainTime).isEmpty(), cut.constData());
+        }
     }
 
     void pathsAreTakenApart_data()

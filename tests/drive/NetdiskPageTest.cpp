@@ -514,6 +514,69 @@ private slots:
         QVERIFY(shown().isEmpty());
     }
 
+    void hostileEntriesAreHarmless()
+    {
+        const QString turned = QString("photo\u202egpj.exe"), longName = QString(10000, 'x') + ".bin";
+        m_drive["/bad/"] = QJsonArray{entry("/bad/" + turned, false),
+                                      entry("/bad/two\nlines\x01", false),
+                                      entry("/bad/<img src=x><b>bold", true),
+                                      entry("/bad/" + longName, false),
+                                      entry("/bad/twice", false),
+                                      entry("/bad/twice", false),
+                                      QJsonObject{{"name", "lone"}},
+                                      QJsonObject{{"name", 7}, {"path", QJsonArray()}, {"type", "1"}, {"size", -5}},
+                                      QJsonValue(3),
+                                      entry("/bad/good.txt", false)};
+        m_page->IntoFolder("/bad");
+        QTRY_COMPARE(model()->rowCount(), 7); // the two without a path are one
+        for (int mode : {0, 1}) {
+            m_page->ChangeShowMode(mode);
+            QVERIFY(!m_page->grab().isNull());
+            for (int row = 0; row < model()->rowCount(); ++row) {
+                const QString text = model()->index(row, 0).data().toString();
+                QVERIFY2(text.size() < 300, qPrintable(text.left(30)));
+                for (const QChar c : text)
+                    QVERIFY(c.isPrint() || c == QChar(0xfffd));
+                const QString tip = model()->index(row, 0).data(Qt::ToolTipRole).toString();
+                QVERIFY(tip.size() < 2000 && !tip.contains("<img"));
+            }
+        }
+        // What is asked for goes out under the true names, and one message names them harmlessly.
+        m_codes["removeFile"] = 404;
+        DialogAnswers answers;
+        answers.accept();
+        view()->select({"/bad/" + turned, "/bad/" + longName, "/bad/good.txt"});
+        m_page->Remove();
+        QVERIFY(last("removeFile").arguments.first().contains(turned));
+        QTRY_VERIFY(part<QLabel>("pageNotice")->text().contains("good.txt"));
+        QVERIFY(part<QLabel>("pageNotice")->text().size() < 1000);
+        QVERIFY(!part<QLabel>("pageNotice")->text().contains(QChar(0x202e)));
+    }
+
+    void pathsAreCompletedAndListsFiltered()
+    {
+        m_page->findChild<AddressBar *>()->edit();
+        auto *edit = part<QLineEdit>("addressEdit");
+        QTest::keyClicks(edit, "");
+        edit->setText("/");
+        QTest::keyClicks(edit, "A");
+        QTest::keyClick(edit, Qt::Key_Tab); // from what is shown
+        QCOMPARE(edit->text(), QString("/a/"));
+        QTRY_VERIFY(FakeService::instance().last("listFile").arguments.first() == "/a/");
+        QTRY_VERIFY([&] {
+            QTest::keyClick(edit, Qt::Key_Tab);
+            return edit->text() == "/a/deep/";
+        }());
+        QTest::keyClick(edit, Qt::Key_Escape);
+        part<QLineEdit>("filterEdit")->setText("TXT");
+        QCOMPARE(shown(), QStringList{"b.txt"});
+        part<QLineEdit>("filterEdit")->setText("none");
+        QVERIFY(part<QLabel>("emptyTitle")->isVisible());
+        m_page->IntoFolder("/a");
+        QTRY_COMPARE(shown().size(), 2); // another folder, no filter
+        QVERIFY(part<QLineEdit>("filterEdit")->text().isEmpty());
+    }
+
     void storageBarShowsWholePercents()
     {
         auto *bar = part<QProgressBar>("storageBar");

@@ -1,19 +1,14 @@
 #include "DialogAnswers.h"
 #include "GlobalConfig.h"
+#include "LiveService.h"
 #include "LoginUI.h"
 #include "TestSupport.h"
 
 #include <QApplication>
 #include <QComboBox>
-#include <QDir>
-#include <QFile>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QLineEdit>
-#include <QProcess>
 #include <QPushButton>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 
 #include <functional>
 
@@ -24,73 +19,22 @@ class LoginOutcomes : public StrictTest
 
 private slots:
     void initTestCase();
-    void cleanupTestCase();
     void outcome_data();
     void outcome();
     void serviceGoesAway();
 
 private:
-    void startService();
-    void stopService();
     /// Types name and password into a new dialog and logs in; runs until the login has an outcome and, with the dialog
     /// still there, until @p afterwards holds.
     void logIn(const QString &user, const QString &password, DialogAnswers *answers, int *result,
                const std::function<bool()> &afterwards = {});
 
-    QTemporaryDir m_folder;
-    QProcess m_service;
-    QString m_http;
+    LiveService m_service;
 };
-
-void LoginOutcomes::startService()
-{
-    const QString ready = m_folder.filePath(QStringLiteral("ready"));
-    QFile::remove(ready);
-    const QString port = m_http.isEmpty() ? QStringLiteral("0") : QString::number(QUrl(m_http).port());
-    m_service.setProcessChannelMode(QProcess::ForwardedChannels);
-    m_service.setStandardOutputFile(QProcess::nullDevice());
-    m_service.start(builtProgram(QStringLiteral("arkvale-service")),
-                    {QStringLiteral("--demo"), m_folder.filePath(QStringLiteral("data")), QStringLiteral("--port"),
-                     port, QStringLiteral("--ready-file"), ready});
-    QVERIFY(m_service.waitForStarted());
-    QTRY_VERIFY_WITH_TIMEOUT(QFile(ready).size() > 0, 60000);
-    QFile file(ready);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    m_http = QJsonDocument::fromJson(file.readAll()).object().value(QStringLiteral("http")).toString();
-    QVERIFY(!m_http.isEmpty());
-}
-
-void LoginOutcomes::stopService()
-{
-    m_service.terminate();
-    QVERIFY(m_service.waitForFinished(20000));
-    QCOMPARE(m_service.exitCode(), 0);
-}
 
 void LoginOutcomes::initTestCase()
 {
-    startService();
-    const QString config = m_folder.filePath(QStringLiteral("Config"));
-    QVERIFY(QDir().mkpath(config));
-    QDir shipped(builtProgram(QStringLiteral("Config")));
-    for (const QString &name : shipped.entryList(QDir::Files))
-        QVERIFY(QFile::copy(shipped.filePath(name), config + QLatin1Char('/') + name));
-    QFile file(config + QStringLiteral("/arkvale.ini"));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QJsonObject settings = QJsonDocument::fromJson(file.readAll()).object();
-    file.close();
-    settings.insert(QStringLiteral("Auth"), m_http);
-    settings.insert(QStringLiteral("ListSubCenter"), QString(m_http + QStringLiteral("/subcenters")));
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(QJsonDocument(settings).toJson());
-    file.close();
-    qputenv("ARKVALE_CONFIG_DIR", config.toUtf8());
-}
-
-void LoginOutcomes::cleanupTestCase()
-{
-    if (m_service.state() != QProcess::NotRunning)
-        stopService();
+    QVERIFY(m_service.start());
 }
 
 void LoginOutcomes::logIn(const QString &user, const QString &password, DialogAnswers *answers, int *result,
@@ -167,14 +111,14 @@ void LoginOutcomes::outcome()
 
 void LoginOutcomes::serviceGoesAway()
 {
-    stopService();
+    QVERIFY(m_service.stop());
     DialogAnswers answers;
     int result = -1;
     logIn(QStringLiteral("demo"), QStringLiteral("demo"), &answers, &result);
     QVERIFY(result != QDialog::Accepted);
     QCOMPARE(GlobalConfig::instance()->state(), int(GlobalConfig::LoggedOut));
 
-    startService();
+    QVERIFY(m_service.start());
     DialogAnswers more;
     logIn(QStringLiteral("demo"), QStringLiteral("demo"), &more, &result, [] {
         GlobalConfig *config = GlobalConfig::instance();
