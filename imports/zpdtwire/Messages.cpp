@@ -55,7 +55,8 @@ std::uint32_t blockSizeFor(std::uint64_t fileSize)
 
 std::uint32_t blockCount(std::uint64_t fileSize, std::uint32_t blockSize)
 {
-    return static_cast<std::uint32_t>((fileSize + blockSize - 1) / blockSize);
+    // Folders have none.
+    return blockSize == 0 ? 0 : static_cast<std::uint32_t>((fileSize + blockSize - 1) / blockSize);
 }
 
 void HelloMessage::encode(WireWriter &w) const

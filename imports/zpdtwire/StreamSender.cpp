@@ -77,7 +77,8 @@ bool StreamSender::message(Msg type, WireReader &body)
         if (found == m_items.end())
             return need.no < m_nextNo;
         Item &item = found->second;
-        if (!item.answered || need.block >= std::max(1u, blockCount(item.message.info.size, item.message.blockSize)) ||
+        if (!item.answered || item.message.info.kind == ItemKind::Folder ||
+            need.block >= std::max(1u, blockCount(item.message.info.size, item.message.blockSize)) ||
             item.again.size() > 65536)
             return false;
         item.again.push_back(need.block);

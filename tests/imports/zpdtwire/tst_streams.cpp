@@ -457,9 +457,9 @@ void StreamsTest::badAnswers_data()
     const char *names[] = {"data of a large file outside", "data out of order", "sums outside", "wrong whole digest"};
     for (int number = 0; number < 4; ++number)
         QTest::newRow(names[number]) << number;
-    const char *toSender[] = {"runs beyond the file", "answer twice", "need beyond the file", "done of the future",
-                              "end without finish"};
-    for (int number = 0; number < 5; ++number)
+    const char *toSender[] = {"runs beyond the file", "answer twice",       "need beyond the file",
+                              "done of the future",   "end without finish", "need of a folder"};
+    for (int number = 0; number < 6; ++number)
         QTest::newRow(toSender[number]) << 10 + number;
 }
 
@@ -517,9 +517,13 @@ void StreamsTest::badAnswers()
             return {frame(1, have), frame(1, NeedMessage{1, 2})};
         if (number == 13)
             return {frame(1, DoneMessage{50, {}})};
+        if (number == 15)
+            return {frame(1, NeedMessage{1, 0})};
         return {frame(1, CloseMessage())};
     };
-    pair.attack(number < 10, play, {"f"});
+    if (number == 15)
+        QDir().mkpath(pair.from() + "/folder");
+    pair.attack(number < 10, play, {number == 15 ? "folder" : "f"});
     if (number < 10)
         QCOMPARE(error, Error::Integrity);
     else
