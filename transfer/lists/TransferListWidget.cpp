@@ -61,7 +61,7 @@ TransferListWidget::TransferListWidget(ZPDTCMDTYPE type, QWidget *parent)
     m_model->setParent(this);
     setObjectName(type == ZPDT_UPLOAD ? QStringLiteral("listwid_upload") : QStringLiteral("listwid_download"));
     view()->setObjectName(QStringLiteral("view_transfer"));
-    setColumnWidths({210, 100, 110, 150, 76}, {TransferTaskModel::LeftColumn, TransferTaskModel::SpeedColumn});
+    setColumnWidths({200, 112, 108, 150, 76}, {TransferTaskModel::LeftColumn, TransferTaskModel::SpeedColumn});
     connect(view(), &QWidget::customContextMenuRequested, this, &TransferListWidget::showMenu);
     m_handOver.setSingleShot(true);
     m_handOver.setInterval(kHandOverPause);
