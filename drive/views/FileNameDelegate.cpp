@@ -11,6 +11,14 @@ FileNameDelegate::FileNameDelegate(QObject *parent)
 {
 }
 
+void FileNameDelegate::initStyleOption(QStyleOptionViewItem *option, const QModelIndex &index) const
+{
+    // Narrow pictures keep the room of wide ones, so that the names stand in line.
+    const QSize room = option->decorationSize;
+    QStyledItemDelegate::initStyleOption(option, index);
+    option->decorationSize = room;
+}
+
 QWidget *FileNameDelegate::createEditor(QWidget *parent, const QStyleOptionViewItem &option,
                                         const QModelIndex &index) const
 {
