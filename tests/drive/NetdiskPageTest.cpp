@@ -13,13 +13,11 @@
 #include <QClipboard>
 #include <QDir>
 #include <QFile>
-#include <QHeaderView>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
-#include <QListView>
 #include <QMenu>
 #include <QMimeData>
 #include <QProgressBar>
@@ -177,56 +175,6 @@ private slots:
         QCOMPARE(part<QLabel>("emptyTitle")->text(), QString("large space"));
         m_page->IntoHome();
         QTRY_VERIFY(!view()->isEmptyPanelVisible());
-    }
-
-    void uploadAsksAboutCollisions_data()
-    {
-        QTest::addColumn<QStringList>("names"); // with "/" at the end: folders
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("button");
-        QTest::newRow("none") << QStringList{"new", "B.TXT"} << ""
-                              << "";
-        QTest::newRow("files") << QStringList{"new", "b.txt", "z.zip"} << "The following file(s) exist: \"b.txt\" etc."
-                               << "Replace";
-        QTest::newRow("folders") << QStringList{"n/", "a/", "x"} << "The following folder(s) exist: \"a\" etc."
-                                 << "Merge";
-        QTest::newRow("both") << QStringList{"a/", "z.zip", "b.txt"}
-                              << "The following file(s)/folder(s) exist: \"z.zip\", \"a\" etc."
-                              << "Merge(Replace)";
-    }
-
-    void uploadAsksAboutCollisions()
-    {
-        QFETCH(QStringList, names);
-        QFETCH(QString, text);
-        QFETCH(QString, button);
-        QStringList files, folders;
-        for (const QString &name : names)
-            (name.endsWith('/') ? folders : files)
-                << local(name.endsWith('/') ? name.chopped(1) : name, name.endsWith('/'));
-        m_page->localPaths = files + folders + QStringList{m_disk->filePath("vanished")};
-        QSignalSpy uploads(m_page.get(), &NetdiskPage::sigUpload);
-        QString buttonText;
-        for (bool accept : {false, true}) {
-            DialogAnswers answers;
-            answers.answer([&](QDialog *dialog) {
-                for (QPushButton *b : dialog->findChildren<QPushButton *>())
-                    buttonText += b->isVisible() ? b->text() + ';' : QString();
-                accept ? dialog->accept() : dialog->reject();
-            });
-            m_page->Upload();
-            if (text.isEmpty() || accept)
-                QTRY_COMPARE(uploads.size(), text.isEmpty() && accept ? 2 : 1);
-            else
-                QTRY_COMPARE(answers.shown().size(), 1);
-            QCOMPARE(answers.shown().isEmpty() ? QString() : answers.shown().first().text, text);
-        }
-        QVERIFY2(text.isEmpty() || buttonText.contains(button + ';'), qPrintable(buttonText));
-        const QList<QVariant> upload = uploads.last();
-        QCOMPARE(upload.at(0).toStringList(), files);
-        QCOMPARE(upload.at(1).toStringList(), folders);
-        QCOMPARE(upload.at(2).value<SubCenter>().id, QString("1"));
-        QCOMPARE(upload.at(3).toString(), QString("/"));
     }
 
     void nothingIsUploadedUnasked()
@@ -596,21 +544,6 @@ private slots:
         QCOMPARE(bar->value(), 100);
         set(300, 100);
         QCOMPARE(bar->value(), 100);
-    }
-
-    void modeAndOrder()
-    {
-        auto *mode = part<QToolButton>("modeButton");
-        view()->select({"/b.txt"});
-        mode->click();
-        QCOMPARE(mode->text() + mode->toolTip(), QString("IconSwitch to list mode"));
-        QVERIFY(part<QListView>("fileList")->isVisible());
-        QCOMPARE(view()->selectedItems().size(), 1);
-        mode->click();
-        QCOMPARE(mode->text() + mode->toolTip(), QString("ListSwitch to icon mode"));
-        m_page->changeSortType("FileSize");
-        QCOMPARE(view()->sortType(), QString("FileSize"));
-        QCOMPARE(part<QTreeView>("fileTree")->header()->sortIndicatorSection(), 2);
     }
 
     void thePageMayGoAwayAtAnyTime_data()

@@ -189,19 +189,23 @@ void DriveByHand::collisionsAreAskedAbout_data()
 {
     QTest::addColumn<QStringList>("names"); // with "/" at the end: folders
     QTest::addColumn<QString>("text");
-    QTest::newRow("none") << QStringList{QStringLiteral("new.txt")} << QString();
+    QTest::addColumn<QString>("button");
+    QTest::newRow("none") << QStringList{QStringLiteral("new.txt"), QStringLiteral("B.TXT")} << QString() << QString();
     QTest::newRow("files") << QStringList{QStringLiteral("b.txt"), QStringLiteral("a.txt")}
-                           << QStringLiteral("The following file(s) exist: \"b.txt\" etc.");
+                           << QStringLiteral("The following file(s) exist: \"b.txt\" etc.")
+                           << QStringLiteral("Replace");
     QTest::newRow("folders") << QStringList{QStringLiteral("in/")}
-                             << QStringLiteral("The following folder(s) exist: \"in\" etc.");
+                             << QStringLiteral("The following folder(s) exist: \"in\" etc.") << QStringLiteral("Merge");
     QTest::newRow("both") << QStringList{QStringLiteral("in/"), QStringLiteral("a.txt")}
-                          << QStringLiteral("The following file(s)/folder(s) exist: \"a.txt\", \"in\" etc.");
+                          << QStringLiteral("The following file(s)/folder(s) exist: \"a.txt\", \"in\" etc.")
+                          << QStringLiteral("Merge(Replace)");
 }
 
 void DriveByHand::collisionsAreAskedAbout()
 {
     QFETCH(QStringList, names);
     QFETCH(QString, text);
+    QFETCH(QString, button);
     const QTemporaryDir folder;
     const QDir local(folder.path());
     for (const QString &name : names) {
@@ -212,7 +216,12 @@ void DriveByHand::collisionsAreAskedAbout()
         m_page->localPaths << local.filePath(name);
     }
     DialogAnswers answers;
-    answers.accept();
+    answers.answer([&](QDialog *dialog) {
+        bool offered = false;
+        for (const QPushButton *choice : dialog->findChildren<QPushButton *>())
+            offered = offered || (choice->isVisible() && choice->text() == button);
+        offered ? dialog->accept() : dialog->reject();
+    });
     QSignalSpy uploads(m_page.get(), &NetdiskPage::sigUpload);
     press("uploadButton");
     QTRY_COMPARE(uploads.size(), 1);
