@@ -34,7 +34,7 @@ public:
     std::uint64_t arrived() const { return m_arrived; } ///< bytes, about each once
     std::size_t memory() const { return m_ring.size(); }
 
-    static constexpr std::size_t kLeastWindow = 4u << 20;
+    static constexpr std::size_t kLeastWindow = 8u << 20;
     static constexpr std::size_t kMostWindow = 32u << 20;
 
 private:

@@ -48,7 +48,7 @@ void TransferLoop::stopServer()
     m_server.reset();
 }
 
-void TransferLoop::connect(quint16 viaPort, const QString &fingerprint)
+void TransferLoop::connect(quint16 viaPort, const QString &fingerprint, bool udp)
 {
     m_connection.reset();
     zpdt::Endpoint endpoint;
@@ -56,6 +56,11 @@ void TransferLoop::connect(quint16 viaPort, const QString &fingerprint)
     endpoint.port = viaPort ? viaPort : m_server->port();
     endpoint.fingerprint = fingerprint.isEmpty() ? m_server->fingerprint() : fingerprint.toStdString();
     endpoint.clientVersion = "test";
+    if (udp) {
+        endpoint.carrier = zpdt::CarrierKind::Udp;
+        endpoint.port = m_server->udpPort();
+        endpoint.udpKey = m_server->issueUdpKey();
+    }
     m_connection = std::make_unique<zpdt::Connection>(
         m_context, endpoint, [this](zpdt::ConnectionState now, zpdt::Error error, const std::string &text) {
             std::lock_guard<std::mutex> lock(m_mutex);

@@ -45,7 +45,7 @@ public:
     void stopServer();
     arkvale::service::TransferServer &server() { return *m_server; }
     /// A new connection, with the old one dropped.
-    void connect(quint16 viaPort = 0, const QString &fingerprint = {});
+    void connect(quint16 viaPort = 0, const QString &fingerprint = {}, bool udp = false);
     zpdt::Connection &connection() { return *m_connection; }
     zpdt::Context &context() { return m_context; }
     std::string ticket(zpdt::Direction direction, const QString &folder);

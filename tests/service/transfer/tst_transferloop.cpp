@@ -55,16 +55,20 @@ void makeTree(const QString &folder)
 void TransferLoopTest::bothWays_data()
 {
     QTest::addColumn<bool>("large");
-    QTest::newRow("tree") << false;
-    QTest::newRow("40 MiB") << true;
+    QTest::addColumn<bool>("udp");
+    for (const bool udp : {false, true}) {
+        QTest::addRow("tree %s", udp ? "UDP" : "TCP") << false << udp;
+        QTest::addRow("40 MiB %s", udp ? "UDP" : "TCP") << true << udp;
+    }
 }
 
 void TransferLoopTest::bothWays()
 {
     QFETCH(bool, large);
+    QFETCH(bool, udp);
     TransferLoop loop;
     loop.startServer();
-    loop.connect();
+    loop.connect(0, {}, udp);
     if (large)
         writeFile(loop.local() + "/src/big", noise(40 << 20, 1));
     else
