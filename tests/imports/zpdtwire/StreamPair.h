@@ -47,7 +47,7 @@ public:
     Filter filter;                                     ///< I/O thread; frames of both ends after the greeting
     std::function<void(StreamPair &pair)> onFirstData; ///< I/O thread, once a run
     std::function<std::uint64_t()> freeBytes;
-    int patienceMs = 60000; ///< then the client gives the line up
+    int patienceMs = 60000;      ///< then the client gives the line up
     bool connectionLost = false; ///< after attack(): the server end gave up on the client
 
 private:
