@@ -287,8 +287,8 @@ void TransferServerTest::floods()
             if (fd >= 0 && ++thrown % 2)
                 (void)::send(fd, bytes.constData(), std::size_t(bytes.size()), MSG_NOSIGNAL);
             ::close(fd);
-            std::this_thread::sleep_for(
-                std::chrono::milliseconds(2)); // why: some hundred a second, not all of the machine
+            // why: some hundred a second, not all of the machine
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
         }
     });
     // The machine may be busy with something else at one moment.
