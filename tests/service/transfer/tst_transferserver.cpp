@@ -287,8 +287,7 @@ void TransferServerTest::floods()
             if (fd >= 0 && ++thrown % 2)
                 (void)::send(fd, bytes.constData(), std::size_t(bytes.size()), MSG_NOSIGNAL);
             ::close(fd);
-            // why: some hundred a second, not all of the machine
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            std::this_thread::sleep_for(std::chrono::milliseconds(2)); // why: some hundred a second, no more
         }
     });
     // The machine may be busy with something else at one moment.
