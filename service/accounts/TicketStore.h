@@ -22,8 +22,8 @@ struct Ticket
     std::string subCenterId;
     std::string homeRoot; ///< absolute folder on disk
     std::string folder;   ///< path on the user's drive, "/" for the home itself
-    std::string onlyName; ///< of a download: the one name in the folder that it opens; empty: all
     Direction direction = Direction::Upload;
+    std::string onlyName; ///< of a download: the one name in the folder that it opens; empty: all
 };
 
 /// The tickets that were issued and not yet used. They live in memory alone: a restarted service knows none, and
