@@ -23,7 +23,7 @@ struct Ticket
     std::string homeRoot; ///< absolute folder on disk
     std::string folder;   ///< path on the user's drive, "/" for the home itself
     Direction direction = Direction::Upload;
-    std::string onlyName; ///< of a download: the one name in the folder that it opens; empty: all
+    std::string onlyName{}; ///< of a download: the one name in the folder that it opens; empty: all
 };
 
 /// The tickets that were issued and not yet used. They live in memory alone: a restarted service knows none, and

@@ -188,3 +188,67 @@ qint64 OrvClient::getUserPath(const QString &user, const QString &address, const
 {
     return record(this, "getUserPath", user, address, home);
 }
+
+// Shares
+qint64 OrvClient::publicShare(const QString &path, const QString &permission)
+{
+    return FakeService::instance().record(this, QStringLiteral("publicShare"), {path, permission});
+}
+qint64 OrvClient::privateShare(const QString &path, const QString &permission, const QString &password)
+{
+    return FakeService::instance().record(this, QStringLiteral("privateShare"), {path, permission, password});
+}
+qint64 OrvClient::friendShare(const QString &path, const QStringList &users)
+{
+    return FakeService::instance().record(this, QStringLiteral("friendShare"), QStringList{path} + users);
+}
+qint64 OrvClient::modifyPassword(const QString &id, const QString &password)
+{
+    return FakeService::instance().record(this, QStringLiteral("modifyPassword"), {id, password});
+}
+qint64 OrvClient::modifyUsers(const QString &id, const QStringList &users)
+{
+    return FakeService::instance().record(this, QStringLiteral("modifyUsers"), QStringList{id} + users);
+}
+qint64 OrvClient::deleteShare(const QStringList &ids)
+{
+    return FakeService::instance().record(this, QStringLiteral("deleteShare"), ids);
+}
+qint64 OrvClient::ignoreShare(const QString &owner, const QString &id)
+{
+    return FakeService::instance().record(this, QStringLiteral("ignoreShare"), {owner, id});
+}
+qint64 OrvClient::searchUsers(const QString &text, int limit)
+{
+    return FakeService::instance().record(this, QStringLiteral("searchUsers"), {text, QString::number(limit)});
+}
+qint64 OrvClient::listMyShare()
+{
+    return FakeService::instance().record(this, QStringLiteral("listMyShare"), {});
+}
+qint64 OrvClient::listShareToMe()
+{
+    return FakeService::instance().record(this, QStringLiteral("listShareToMe"), {});
+}
+qint64 OrvClient::shareToMeSaveAs(const QString &owner, const QString &id, const QString &path, const QString &dest)
+{
+    return FakeService::instance().record(this, QStringLiteral("shareToMeSaveAs"), {owner, id, path, dest});
+}
+qint64 OrvClient::shareToMeListFile(const QString &owner, const QString &id, const QString &path)
+{
+    return FakeService::instance().record(this, QStringLiteral("shareToMeListFile"), {owner, id, path});
+}
+qint64 OrvClient::shareToMeFileRealPath(const QString &id, const QString &path)
+{
+    return FakeService::instance().record(this, QStringLiteral("shareToMeFileRealPath"), {id, path});
+}
+qint64 OrvClient::shareToMeDownload(const QString &owner, const QString &id, const QString &path, const QString &local)
+{
+    return FakeService::instance().record(this, QStringLiteral("shareDownload"), {owner, id, path, local});
+}
+qint64 OrvClient::reportShare(const QString &owner, const QString &id, const QString &reason,
+                              const QStringList &pictures, const QString &text)
+{
+    return FakeService::instance().record(this, QStringLiteral("reportShare"),
+                                          QStringList{owner, id, reason, text} + pictures);
+}

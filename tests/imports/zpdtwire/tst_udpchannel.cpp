@@ -121,7 +121,7 @@ public:
     {
         QElapsedTimer timer;
         timer.start();
-        for (bool met = false; timer.elapsed() < ms; QThread::msleep(5)) {
+        for (bool met = false; timer.elapsed() < ms; QThread::msleep(5)) { // why: polls a state of the I/O thread
             on([&] { met = test(); });
             if (met)
                 return true;
@@ -179,7 +179,7 @@ public:
             std::error_code failed;
             const std::size_t size = m_socket.receive(asio::buffer(buffer), 0, failed);
             if (failed) {
-                QThread::msleep(2);
+                QThread::msleep(2); // why: the socket does not block
                 continue;
             }
             received += size;
@@ -336,7 +336,7 @@ void UdpChannelTest::cookies()
     Stranger stranger(world.listener->port());
     for (int i = 0; i < 60; ++i) {
         stranger.send(UdpClientHandshake(world.identity.fingerprint(), world.keys->issue()).hello());
-        QThread::msleep(1);
+        QThread::msleep(1); // why: more at once would be dropped by the socket
     }
     const auto kinds = stranger.answers(300);
     const auto welcomes = std::count(kinds.begin(), kinds.end(), UdpKind::Welcome);
@@ -381,7 +381,7 @@ void UdpChannelTest::readerStops()
         world.server->channel->setReading(false);
         stopped = world.server->received;
     });
-    QTest::qWait(700);
+    QTest::qWait(700); // why: what was under way arrives, and no more
     std::uint64_t ahead = 0;
     world.on([&] {
         QCOMPARE(world.server->received, stopped);
@@ -406,7 +406,7 @@ void UdpChannelTest::serverForgets()
         world.server->channel->close();
         world.listener.reset();
     });
-    QTest::qWait(1800);
+    QTest::qWait(1800); // why: longer than a good-bye is repeated
     world.on([&] {
         world.listen(port);
         QVERIFY(world.good);
@@ -425,13 +425,13 @@ void UdpChannelTest::paceFollowsGoal()
     End *client = world.connect(1000 * kMiB, world.keys->issue());
     for (const RateGoal &goal : {RateGoal{8 * kMiB, RateMode::Fixed, 0, 0}, RateGoal{3 * kMiB, RateMode::Fair, 0, 0}}) {
         world.on([&] { client->channel->setGoal(goal); });
-        QTest::qWait(700);
+        QTest::qWait(700); // why: the new pace settles
         QElapsedTimer timer;
         timer.start();
         std::uint64_t before = 0;
         std::uint64_t after = 0;
         world.on([&] { before = world.server->received; });
-        QTest::qWait(800);
+        QTest::qWait(800); // why: a stretch to measure
         const double seconds = double(timer.nsecsElapsed()) / 1e9;
         world.on([&] { after = world.server->received; });
         const double share = double(after - before) / seconds / double(goal.bytesPerSecond);
