@@ -93,7 +93,10 @@ RecordJournal::Bucket TransferManager::bucketOf(ZPDTCMDTYPE type)
 
 void TransferManager::openDatabase()
 {
-    m_database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), kConnection);
+    // A window that is about to go may still have its own store open.
+    const bool taken = QSqlDatabase::contains(kConnection);
+    m_connection = taken ? kConnection + QString::number(quintptr(this), 16) : kConnection;
+    m_database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_connection);
     m_database.setDatabaseName(m_path.isEmpty() ? QStringLiteral(":memory:") : m_path);
     if (!m_database.open()) {
         logFailure(m_database.lastError());
@@ -159,7 +162,7 @@ void TransferManager::finish(QThread *home)
     m_journal.close();
     m_database.close();
     m_database = QSqlDatabase();
-    QSqlDatabase::removeDatabase(kConnection);
+    QSqlDatabase::removeDatabase(m_connection);
     moveToThread(home);
 }
 

@@ -93,6 +93,7 @@ private:
     const QStringList m_visible; ///< sub-center ids with "share"
     const QString m_centers;
     QThread m_thread;
+    QString m_connection; ///< name of the connection below
     QSqlDatabase m_database;
     QTimer *m_timer = nullptr;
     QElapsedTimer m_lastTurn;

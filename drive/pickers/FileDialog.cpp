@@ -95,6 +95,11 @@ FileDialog::FileDialog(const QString &title, const QString &startFolder, QWidget
     layout->addLayout(middle, 1);
     layout->addLayout(buildBottom());
     connect(m_disk, &LocalFolder::listed, this, &FileDialog::showItems);
+    // A folder that changes twice in a moment is shown twice; the second time, what the first restored has to stay.
+    connect(m_model, &QAbstractItemModel::modelAboutToBeReset, this, [this] {
+        if (m_toSelect.isEmpty() && selectedCount() > 0 && selectedCount() <= KeptSelection)
+            m_toSelect = selection();
+    });
     connect(m_model, &FileItemModel::shown, this, [this] {
         selectPaths(m_toSelect);
         if (m_place > 0)
