@@ -16,6 +16,10 @@
 #include <QUrlQuery>
 #include <QVersionNumber>
 
+#ifndef ARKVALE_UPDATE_KEY
+#define ARKVALE_UPDATE_KEY "" // a build without a key trusts no update
+#endif
+
 namespace {
 
 constexpr int kTimeLimit = 15 * 1000;
