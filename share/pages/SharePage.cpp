@@ -15,6 +15,7 @@
 
 #include <QAction>
 #include <QClipboard>
+#include <QDir>
 #include <QEvent>
 #include <QFileDialog>
 #include <QGuiApplication>
@@ -518,8 +519,9 @@ void SharePage::report()
 QString SharePage::askLocalFolder()
 {
     const GlobalConfig *config = GlobalConfig::instance();
+    const QString usual = config->downloadPath(config->currentSubCenterId()).defaultPath;
     return QFileDialog::getExistingDirectory(this, tr("Select target folder"),
-                                             config->downloadPath(config->currentSubCenterId()).defaultPath);
+                                             QDir(usual).exists() && !usual.isEmpty() ? usual : QDir::homePath());
 }
 
 QString SharePage::askDriveFolder(const SubCenter &center)
