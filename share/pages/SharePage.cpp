@@ -79,7 +79,8 @@ void SharePage::connectService(ShareService *service)
 {
     connect(service, &ShareService::sigLogout, this, &SharePage::sigLogout);
     connect(service, &ShareService::handlerRequestFailed, this, [this](const QString &operation, int code) {
-        m_downloads.clear();
+        if (operation == QLatin1String("shareToMeFileRealPath"))
+            m_downloads.clear();
         // A dialog says it itself; a face or a nickname that is missing is no trouble.
         if (!m_inDialog && operation != QLatin1String("getUserInfo"))
             m_notice->showText(ShareService::reasonOf(code), operation.startsWith(QLatin1String("list")));
