@@ -141,7 +141,7 @@ private:
         const QString to = order.value("to").toString();
         const QString folder = order.value("folder").toString();
         QList<FileInfo> files;
-        for (const QJsonValue &path : order.value("files").toArray()) {
+        for (const auto &path : order.value("files").toArray()) {
             const QFileInfo info(path.toString());
             files.append({info.fileName(), info.path()});
         }

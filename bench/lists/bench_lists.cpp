@@ -30,7 +30,7 @@ qint64 heap()
 {
 #ifdef __GLIBC__
     const struct mallinfo2 info = mallinfo2();
-    return static_cast<qint64>(info.uordblks + info.hblkhd);
+    return static_cast<qint64>(info.uordblks) + static_cast<qint64>(info.hblkhd);
 #else
     return 0;
 #endif

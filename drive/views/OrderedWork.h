@@ -28,7 +28,7 @@ public:
     void runIf(bool aside, Work work);
     /// Lets go of @p value on a pool thread: to free very many entries takes longer than the window may wait.
     template <typename Value>
-    static void discard(Value &&value)
+    static void discard(Value value)
     {
         QThreadPool::globalInstance()->start([gone = std::make_shared<Value>(std::move(value))] { *gone = Value(); });
     }

@@ -120,16 +120,7 @@ bool UdpConnection::reachPort()
     std::string error;
     if (!m_port->open(Endpoint(protocol, 0), error))
         return false;
-    const std::weak_ptr<UdpConnection> weak = weak_from_this();
-    m_port->receive(
-        [weak](const std::uint8_t *data, std::size_t size, const Endpoint &from, Clock::time_point at) {
-            if (const auto self = weak.lock())
-                self->onDatagram(data, size, from, at);
-        },
-        [weak] {
-            if (const auto self = weak.lock())
-                self->onBatchEnd();
-        });
+    m_port->receive(weak_from_this());
     return true;
 }
 

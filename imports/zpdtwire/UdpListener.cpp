@@ -65,6 +65,10 @@ public:
     std::uint16_t port() const { return m_port ? m_port->local().port() : std::uint16_t(0); }
     void close();
 
+    // What the port calls.
+    void onDatagram(const std::uint8_t *data, std::size_t size, const Endpoint &from, UdpClock::time_point at);
+    void onBatchEnd();
+
 private:
     /// A client that has shown its key and has yet to show that it got the answer.
     struct Opening
@@ -76,12 +80,10 @@ private:
         UdpClock::time_point at;
     };
 
-    void onDatagram(const std::uint8_t *data, std::size_t size, const Endpoint &from, UdpClock::time_point at);
     void onHello(const std::uint8_t *data, std::size_t size, const Endpoint &from);
     void onFirst(Opening &opening, const UdpHeader &header, const std::uint8_t *data, std::size_t size,
                  const Endpoint &from, UdpClock::time_point at);
     void onUnknown(std::uint64_t connection, std::size_t size, const Endpoint &from);
-    void onBatchEnd();
     void drop();
     void dropOld(UdpClock::time_point now);
     void forget(std::uint64_t connection);
@@ -122,16 +124,7 @@ bool UdpListener::Core::listen(const std::string &address, std::uint16_t port, s
         return false;
     }
     m_port = std::move(socket);
-    const std::weak_ptr<Core> weak = weak_from_this();
-    m_port->receive(
-        [weak](const std::uint8_t *data, std::size_t size, const Endpoint &from, UdpClock::time_point at) {
-            if (const auto self = weak.lock())
-                self->onDatagram(data, size, from, at);
-        },
-        [weak] {
-            if (const auto self = weak.lock())
-                self->onBatchEnd();
-        });
+    m_port->receive(weak_from_this());
     return true;
 }
 

@@ -22,8 +22,21 @@ public:
 
     bool open(const Endpoint &local, std::string &error) { return m_socket.open(local, error); }
     Endpoint local() const { return m_socket.local(); }
-    /// @p onEnd is called after each batch.
-    void receive(UdpSocket::Sink onDatagram, std::function<void()> onEnd);
+    /// Calls onDatagram() of @p reader for each datagram and onBatchEnd() after each batch, as long as it is there.
+    template <typename Reader>
+    void receive(const std::weak_ptr<Reader> &reader)
+    {
+        receive(
+            [reader](const std::uint8_t *data, std::size_t size, const Endpoint &from,
+                     std::chrono::steady_clock::time_point at) {
+                if (const auto here = reader.lock())
+                    here->onDatagram(data, size, from, at);
+            },
+            [reader] {
+                if (const auto here = reader.lock())
+                    here->onBatchEnd();
+            });
+    }
     /// As UdpSocket::send().
     UdpSent send(const Endpoint &to, const std::uint8_t *data, std::size_t size, std::size_t segment, std::size_t &sent)
     {
@@ -34,6 +47,7 @@ public:
     void close();
 
 private:
+    void receive(UdpSocket::Sink onDatagram, std::function<void()> onEnd);
     void wait();
     void read();
 

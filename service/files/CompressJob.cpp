@@ -44,8 +44,8 @@ bool isPacked(const std::string &name)
 /// The library's archive object and the file that it writes into.
 struct CompressJob::Writer
 {
-    explicit Writer(const UserHome &home)
-        : charge(home)
+    explicit Writer(QuotaCharge &charge_)
+        : charge(charge_)
     {
     }
     ~Writer()
@@ -151,15 +151,14 @@ struct CompressJob::Writer
     archive *pack = nullptr;
     zpdt::SafeFile file;
     std::uint64_t size = 0;
-    QuotaCharge charge;
+    QuotaCharge &charge;
     Outcome failure;
     std::vector<char> block = std::vector<char>(kBlock);
 };
 
 CompressJob::CompressJob(UserHome home, std::vector<std::string> sources, std::string target)
-    : m_home(std::move(home))
+    : DriveJob(std::move(home), std::move(target))
     , m_sources(std::move(sources))
-    , m_target(std::move(target))
 {
 }
 
@@ -198,25 +197,15 @@ Outcome CompressJob::check()
     return {};
 }
 
-Outcome CompressJob::run(const std::atomic<bool> &cancelled)
+Outcome CompressJob::make(const zpdt::SafeFolder &work, const std::atomic<bool> &cancelled, QuotaCharge &charge)
 {
-    Outcome outcome = check();
-    if (!outcome.ok())
-        return outcome;
-    Storeroom::WorkFolder work(*m_home.storeroom);
-    if (!work.result().ok())
-        return Outcome::of(work.result(), m_target);
     const Utf8Locale locale;
-    Writer writer(m_home);
-    outcome = writer.open(work.folder());
+    Writer writer(charge);
+    Outcome outcome = writer.open(work);
     if (outcome.ok())
         outcome = pack(writer, cancelled);
     if (outcome.ok())
         outcome = writer.finish();
-    if (outcome.ok())
-        outcome = publish(work.folder());
-    if (outcome.ok())
-        writer.charge.keep();
     return outcome;
 }
 

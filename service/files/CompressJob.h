@@ -1,7 +1,6 @@
 #pragma once
 
-#include "Outcome.h"
-#include "UserHome.h"
+#include "DriveJob.h"
 
 #include <atomic>
 #include <string>
@@ -11,16 +10,13 @@ namespace arkvale::service {
 
 /// Packs files and folders of one home into a zip file of it, which appears when it is complete. Where the name is
 /// taken, the archive gets a number ("name (2).zip"). Made on any thread, run once on one thread.
-class CompressJob
+class CompressJob final : public DriveJob
 {
 public:
     /// @param target path of the archive without ".zip"
     CompressJob(UserHome home, std::vector<std::string> sources, std::string target);
 
-    /// What can be told at once; the job is not worth starting when it fails.
-    Outcome check();
-    /// Calls check() itself.
-    Outcome run(const std::atomic<bool> &cancelled);
+    Outcome check() override;
 
 private:
     struct Item
@@ -31,12 +27,11 @@ private:
     };
     struct Writer;
 
+    Outcome make(const zpdt::SafeFolder &work, const std::atomic<bool> &cancelled, QuotaCharge &charge) override;
     Outcome pack(Writer &writer, const std::atomic<bool> &cancelled) const;
-    Outcome publish(const zpdt::SafeFolder &work) const;
+    Outcome publish(const zpdt::SafeFolder &work) const override;
 
-    const UserHome m_home;
     const std::vector<std::string> m_sources;
-    const std::string m_target;
     std::string m_folder;
     std::string m_name; ///< with ".zip"
     std::vector<Item> m_items;

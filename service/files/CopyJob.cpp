@@ -62,19 +62,17 @@ Outcome copyFile(const zpdt::SafeFolder &from, const std::string &fromPath, cons
 }
 
 CopyJob::CopyJob(UserHome home, std::vector<std::string> sources, std::string target)
-    : m_home(std::move(home))
+    : DriveJob(std::move(home), std::move(target))
     , m_origin(m_home)
     , m_sources(std::move(sources))
-    , m_target(std::move(target))
 {
 }
 
 CopyJob::CopyJob(UserHome home, std::vector<std::string> sources, std::string target, UserHome origin)
-    : m_home(std::move(home))
+    : DriveJob(std::move(home), std::move(target))
     , m_origin(std::move(origin))
     , m_foreign(true)
     , m_sources(std::move(sources))
-    , m_target(std::move(target))
 {
 }
 
@@ -115,24 +113,7 @@ Outcome CopyJob::check()
     return {};
 }
 
-Outcome CopyJob::run(const std::atomic<bool> &cancelled)
-{
-    Outcome outcome = check();
-    if (!outcome.ok())
-        return outcome;
-    Storeroom::WorkFolder work(*m_home.storeroom);
-    if (!work.result().ok())
-        return Outcome::of(work.result(), m_target);
-    QuotaCharge charge(m_home);
-    outcome = copyAll(work.folder(), cancelled, charge);
-    if (outcome.ok())
-        outcome = publish(work.folder());
-    if (outcome.ok())
-        charge.keep();
-    return outcome;
-}
-
-Outcome CopyJob::copyAll(const zpdt::SafeFolder &work, const std::atomic<bool> &cancelled, QuotaCharge &charge) const
+Outcome CopyJob::make(const zpdt::SafeFolder &work, const std::atomic<bool> &cancelled, QuotaCharge &charge)
 {
     for (std::size_t i = 0; i < m_items.size(); ++i) {
         const Item &item = m_items[i];

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "Outcome.h"
-#include "UserHome.h"
+#include "DriveJob.h"
 
 #include <atomic>
 #include <string>
@@ -12,17 +11,14 @@ namespace arkvale::service {
 /// Copies files and folders of one home into a folder of it. The copies are made out of sight and appear whole or not
 /// at all. Into the folder where the original lies, a copy gets a number ("name (2).ext"); elsewhere a name that exists
 /// is a failure, and nothing is copied. Made on any thread, run once on one thread.
-class CopyJob
+class CopyJob final : public DriveJob
 {
 public:
     CopyJob(UserHome home, std::vector<std::string> sources, std::string target);
     /// From a folder of somebody else, @p origin, into @p home; a name that exists there gets a number.
     CopyJob(UserHome home, std::vector<std::string> sources, std::string target, UserHome origin);
 
-    /// What can be told at once; the job is not worth starting when it fails.
-    Outcome check();
-    /// Calls check() itself.
-    Outcome run(const std::atomic<bool> &cancelled);
+    Outcome check() override;
 
 private:
     struct Item
@@ -34,14 +30,12 @@ private:
     };
 
     bool nameTaken(const std::string &name) const;
-    Outcome copyAll(const zpdt::SafeFolder &work, const std::atomic<bool> &cancelled, QuotaCharge &charge) const;
-    Outcome publish(const zpdt::SafeFolder &work) const;
+    Outcome make(const zpdt::SafeFolder &work, const std::atomic<bool> &cancelled, QuotaCharge &charge) override;
+    Outcome publish(const zpdt::SafeFolder &work) const override;
 
-    const UserHome m_home;
     const UserHome m_origin;
     const bool m_foreign = false;
     const std::vector<std::string> m_sources;
-    const std::string m_target;
     std::string m_folder; ///< the target without its first slash
     std::vector<Item> m_items;
 };

@@ -158,9 +158,8 @@ private:
 } // namespace
 
 DecompressJob::DecompressJob(UserHome home, std::string source, std::string target, Limits limits)
-    : m_home(std::move(home))
+    : DriveJob(std::move(home), std::move(target))
     , m_source(std::move(source))
-    , m_target(std::move(target))
     , m_limits(limits)
 {
 }
@@ -194,24 +193,7 @@ Outcome DecompressJob::check()
     return Outcome::of(result, m_target);
 }
 
-Outcome DecompressJob::run(const std::atomic<bool> &cancelled)
-{
-    Outcome outcome = check();
-    if (!outcome.ok())
-        return outcome;
-    Storeroom::WorkFolder work(*m_home.storeroom);
-    if (!work.result().ok())
-        return Outcome::of(work.result(), m_target);
-    QuotaCharge charge(m_home);
-    outcome = unpack(work.folder(), cancelled, charge);
-    if (outcome.ok())
-        outcome = publish(work.folder());
-    if (outcome.ok())
-        charge.keep();
-    return outcome;
-}
-
-Outcome DecompressJob::unpack(const zpdt::SafeFolder &work, const std::atomic<bool> &cancelled, QuotaCharge &charge)
+Outcome DecompressJob::make(const zpdt::SafeFolder &work, const std::atomic<bool> &cancelled, QuotaCharge &charge)
 {
     zpdt::SafeFile file;
     FileStat stat;

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "Outcome.h"
-#include "UserHome.h"
+#include "DriveJob.h"
 
 #include <atomic>
 #include <cstdint>
@@ -13,7 +12,7 @@ namespace arkvale::service {
 /// sight first: an archive that is damaged, encrypted, too large, or names anything outside the folder, leaves nothing
 /// behind. A target folder that is missing is made; what exists in it stays, and what is unpacked gets a number then.
 /// Made on any thread, run once on one thread.
-class DecompressJob
+class DecompressJob final : public DriveJob
 {
 public:
     struct Limits
@@ -32,20 +31,15 @@ public:
     }
     DecompressJob(UserHome home, std::string source, std::string target, Limits limits);
 
-    /// What can be told at once; the job is not worth starting when it fails.
-    Outcome check();
-    /// Calls check() itself.
-    Outcome run(const std::atomic<bool> &cancelled);
+    Outcome check() override;
 
 private:
     class Reader;
 
-    Outcome unpack(const zpdt::SafeFolder &work, const std::atomic<bool> &cancelled, QuotaCharge &charge);
-    Outcome publish(const zpdt::SafeFolder &work) const;
+    Outcome make(const zpdt::SafeFolder &work, const std::atomic<bool> &cancelled, QuotaCharge &charge) override;
+    Outcome publish(const zpdt::SafeFolder &work) const override;
 
-    const UserHome m_home;
     const std::string m_source;
-    const std::string m_target;
     const Limits m_limits;
     std::string m_from;
     std::string m_folder;

@@ -223,6 +223,18 @@ Response FileRoutes::change(const Request &request, const UserHome &home, const 
     return startJob(home.user, std::make_shared<CompressJob>(home, *sources, *target));
 }
 
+Response FileRoutes::startJob(const std::string &user, std::shared_ptr<DriveJob> job)
+{
+    const Outcome outcome = job->check();
+    if (!outcome.ok())
+        return Response::error(outcome.status, outcome.word, outcome.message);
+    return startWork(user, [job = std::move(job)](const std::atomic<bool> &cancelled) mutable {
+        Outcome end = job->run(cancelled);
+        job.reset(); // The home is closed when the job ends, not when its result is forgotten.
+        return end;
+    });
+}
+
 Response FileRoutes::startWork(const std::string &user, JobRunner::Work work)
 {
     const auto id = m_jobs.start(user, std::move(work));

@@ -3,6 +3,7 @@
 #include "ContentTypes.h"
 #include "Context.h"
 #include "Drive.h"
+#include "DriveJob.h"
 #include "JobRunner.h"
 #include "Router.h"
 #include "Thumbnails.h"
@@ -48,8 +49,7 @@ public:
     /// The user's home, for other routes that reach into drives.
     Outcome openHome(const std::string &user, const std::string &subCenterId, UserHome &home);
     /// Starts a job, whose state the user then asks for as for any other, or tells why not.
-    template <typename Job>
-    Response startJob(const std::string &user, std::shared_ptr<Job> job);
+    Response startJob(const std::string &user, std::shared_ptr<DriveJob> job);
 
 private:
     using HomeHandler = std::function<Response(const Request &, const UserHome &)>;
@@ -78,19 +78,6 @@ private:
     std::map<std::string, std::shared_ptr<Storeroom>> m_storerooms; ///< by sub-center id
     JobRunner m_jobs;
 };
-
-template <typename Job>
-Response FileRoutes::startJob(const std::string &user, std::shared_ptr<Job> job)
-{
-    const Outcome outcome = job->check();
-    if (!outcome.ok())
-        return Response::error(outcome.status, outcome.word, outcome.message);
-    return startWork(user, [job = std::move(job)](const std::atomic<bool> &cancelled) mutable {
-        Outcome end = job->run(cancelled);
-        job.reset(); // The home is closed when the job ends, not when its result is forgotten.
-        return end;
-    });
-}
 
 /// Makes the routes and adds them. The result has to outlive the router's last request.
 std::shared_ptr<FileRoutes> registerFileRoutes(Router &router, Context &context,
