@@ -8,6 +8,9 @@
 #include <QTime>
 #include <QTimer>
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
 const QString kConnection = QStringLiteral("db_connection_transferManager");
@@ -26,6 +29,15 @@ QStringList withShare(QStringList ids)
 void logFailure(const QSqlError &error)
 {
     qWarning() << "transfer records:" << error.text();
+}
+
+/// What fails because of the place and not because of the statement: later it may succeed.
+bool isPassing(const QSqlError &error)
+{
+    // Codes of SQLite: busy, locked, read only, interrupted, no memory, I/O, full, cannot open.
+    constexpr int kPassing[] = {5, 6, 7, 8, 9, 10, 13, 14};
+    const int code = error.nativeErrorCode().toInt() & 0xff;
+    return std::find(std::begin(kPassing), std::end(kPassing), code) != std::end(kPassing);
 }
 
 } // namespace
@@ -230,7 +242,7 @@ bool TransferManager::nothingPending()
     note("m_downloadData--all:", m_downloadData);
     note("m_uploadData----all:", m_uploadData);
     note("m_finishedData--all:", m_finishedData);
-    return pending == 0;
+    return pending + std::count(m_clearDue.begin(), m_clearDue.end(), true) == 0;
 }
 
 void TransferManager::TriggerSignal()
@@ -291,71 +303,73 @@ void TransferManager::OnPushFinishedRecordForDel()
     pushDel(RecordJournal::Finished);
 }
 
-void TransferManager::writeEach(const QString &statement, Binder bind, const QList<TaskRecord> &records)
+bool TransferManager::writeEach(const QString &statement, Binder bind, const QList<TaskRecord> &records)
 {
     QSqlQuery query(m_database);
-    if (records.isEmpty())
-        return;
-    for (const TaskRecord &record : records) {
+    if (!records.isEmpty())
         query.prepare(statement);
+    for (const TaskRecord &record : records) {
         bind(query, record);
-        if (!query.exec())
-            logFailure(query.lastError());
+        if (query.exec())
+            continue;
+        logFailure(query.lastError());
+        if (isPassing(query.lastError()))
+            return false;
     }
+    return true;
 }
 
 void TransferManager::pushAdd(RecordJournal::Bucket which)
 {
-    PendingRecords &pending = bucket(which);
-    QMutexLocker lock(&pending.mutex());
-    const QList<TaskRecord> added = pending.take(PendingRecords::Add);
-    const QList<TaskRecord> changed = pending.take(PendingRecords::Change);
-    lock.unlock();
-    if (!added.isEmpty() || !changed.isEmpty()) {
-        m_unwritten = m_unwritten || !m_database.isOpen();
-        const bool begun = m_database.transaction();
-        if (begun && which == RecordJournal::Finished) {
-            writeEach(RecordSql::insertFinished(), RecordSql::bindFinished, added);
-        } else if (begun) {
-            writeEach(RecordSql::insertTransfer(), RecordSql::bindTransfer, added);
-            writeEach(RecordSql::updateTransfer(), RecordSql::bindUpdate, changed);
-        }
-        if (!begun || !m_database.commit()) {
-            logFailure(m_database.lastError());
-            m_database.rollback();
-            if (m_database.isOpen()) {
-                lock.relock();
-                pending.putBack(changed, PendingRecords::Change);
-                pending.putBack(added, PendingRecords::Add);
-            }
-        }
-    }
-    lock.unlock();
-    tidyJournal();
+    push(which, {PendingRecords::Change, PendingRecords::Add}, [&](const TakenRecords &taken) {
+        if (which == RecordJournal::Finished)
+            return writeEach(RecordSql::insertFinished(), RecordSql::bindFinished, taken[PendingRecords::Add]);
+        return writeEach(RecordSql::insertTransfer(), RecordSql::bindTransfer, taken[PendingRecords::Add]) &&
+               writeEach(RecordSql::updateTransfer(), RecordSql::bindUpdate, taken[PendingRecords::Change]);
+    });
 }
 
 void TransferManager::pushDel(RecordJournal::Bucket which)
 {
+    push(which, {PendingRecords::Del}, [&](const TakenRecords &taken) {
+        const QList<TaskRecord> &gone = taken[PendingRecords::Del];
+        for (int first = 0; first < gone.size(); first += RecordSql::kMostConditions) {
+            if (!execute(which == RecordJournal::Finished ? RecordSql::deleteFinished(gone, first)
+                                                          : RecordSql::deleteTransfers(gone, first)))
+                return false;
+        }
+        return true;
+    });
+}
+
+/// Writes what waits for these operations as a whole, or leaves it in the bucket.
+void TransferManager::push(RecordJournal::Bucket which, std::initializer_list<PendingRecords::Operation> operations,
+                           const std::function<bool(const TakenRecords &)> &write)
+{
+    if (!clearIfDue(which))
+        return;
     PendingRecords &pending = bucket(which);
+    TakenRecords taken;
+    bool any = false;
     QMutexLocker lock(&pending.mutex());
-    const QList<TaskRecord> gone = pending.take(PendingRecords::Del);
+    for (const PendingRecords::Operation operation : operations) {
+        taken[operation] = pending.take(operation);
+        any = any || !taken[operation].isEmpty();
+    }
     lock.unlock();
-    if (!gone.isEmpty()) {
+    if (any) {
         m_unwritten = m_unwritten || !m_database.isOpen();
-        const bool begun = m_database.transaction();
-        for (int first = 0; begun && first < gone.size(); first += RecordSql::kMostConditions)
-            execute(which == RecordJournal::Finished ? RecordSql::deleteFinished(gone, first)
-                                                     : RecordSql::deleteTransfers(gone, first));
-        if (!begun || !m_database.commit()) {
+        if (!m_database.transaction() || !write(taken) || !m_database.commit()) {
             logFailure(m_database.lastError());
             m_database.rollback();
             if (m_database.isOpen()) {
                 lock.relock();
-                pending.putBack(gone, PendingRecords::Del);
+                for (const PendingRecords::Operation operation : operations)
+                    pending.putBack(taken[operation], operation);
+                lock.unlock();
             }
         }
     }
-    lock.unlock();
     tidyJournal();
 }
 
@@ -367,11 +381,14 @@ void TransferManager::tidyJournal()
     if (m_unwritten)
         return;
     const bool empty = m_downloadData.size() + m_uploadData.size() + m_finishedData.size() == 0;
-    if (!empty && m_journal.size() < qMax(kTidyFrom, 2 * m_tidySize))
+    const bool cleared = std::count(m_clearDue.begin(), m_clearDue.end(), true) == 0;
+    if ((!empty || !cleared) && m_journal.size() < qMax(kTidyFrom, 2 * m_tidySize))
         return;
     QList<RecordJournal::Entry> entries;
     for (const RecordJournal::Bucket which :
          {RecordJournal::Downloads, RecordJournal::Uploads, RecordJournal::Finished}) {
+        if (m_clearDue[which])
+            entries << RecordJournal::Entry{which, true, PendingRecords::Del, {}};
         for (const auto operation : {PendingRecords::Add, PendingRecords::Del, PendingRecords::Change}) {
             if (bucket(which).size(operation) > 0)
                 entries << RecordJournal::Entry{which, false, operation, bucket(which).waiting(operation)};
@@ -383,13 +400,14 @@ void TransferManager::tidyJournal()
 
 // What is done at once.
 
+/// False when it failed and may succeed later. A statement that never will is logged and left.
 bool TransferManager::execute(const QString &statement)
 {
     QSqlQuery query(m_database);
     if (query.exec(statement))
         return true;
     logFailure(query.lastError());
-    return false;
+    return !isPassing(query.lastError());
 }
 
 void TransferManager::clear(RecordJournal::Bucket which)
@@ -399,10 +417,21 @@ void TransferManager::clear(RecordJournal::Bucket which)
         QMutexLocker lock(&pending.mutex());
         pending.clear(m_visible);
     }
-    if (which == RecordJournal::Finished)
-        execute(RecordSql::clearFinished(m_centers));
-    else
-        execute(RecordSql::clearTransfers(which == RecordJournal::Uploads ? ZPDT_UPLOAD : ZPDT_DOWNLOAD, m_centers));
+    m_clearDue[which] = true;
+    if (!clearIfDue(which))
+        emit sigTriggerSignal();
+}
+
+/// False as long as the table cannot be cleared: what came after the clearing must not be written before it.
+bool TransferManager::clearIfDue(RecordJournal::Bucket which)
+{
+    if (!m_clearDue[which])
+        return true;
+    m_unwritten = m_unwritten || !m_database.isOpen();
+    const qint32 type = which == RecordJournal::Uploads ? ZPDT_UPLOAD : ZPDT_DOWNLOAD;
+    m_clearDue[which] = !execute(which == RecordJournal::Finished ? RecordSql::clearFinished(m_centers)
+                                                                  : RecordSql::clearTransfers(type, m_centers));
+    return !m_clearDue[which];
 }
 
 void TransferManager::OnClearTransferTaskRecord(ZPDTCMDTYPE type)

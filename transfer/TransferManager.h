@@ -9,7 +9,10 @@
 #include <QStringList>
 #include <QThread>
 
+#include <array>
 #include <atomic>
+#include <functional>
+#include <initializer_list>
 
 class QTimer;
 
@@ -54,8 +57,6 @@ public slots:
     void OnLoadTransferTaskRecord(ZPDTCMDTYPE type);
     /// @param taskStart the last record that the asker has; one that is not in the table asks for the newest
     void OnLoadFinishedTaskRecord(TaskRecord taskStart, int count);
-    /// All records of tasks that ended without success.
-    void OnLoadFailedTaskRecord();
     /// One turn of writing. Between two turns it only makes sure that the next one comes.
     void TriggerSignal();
     void OnPushTransferRecordForAdd(ZPDTCMDTYPE type);
@@ -65,9 +66,12 @@ public slots:
     void Init();
     /// Size, progress and status of unfinished tasks; written in the turn of their direction's inserts.
     void OnUpdateTransferRecord(QList<TaskRecord> tasks, ZPDTCMDTYPE type);
+    /// All records of tasks that ended without success.
+    void OnLoadFailedTaskRecord();
 
 private:
     using Binder = void (*)(QSqlQuery &, const TaskRecord &);
+    using TakenRecords = std::array<QList<TaskRecord>, 3>; ///< by operation
 
     void connectSelf();
     void openDatabase();
@@ -87,7 +91,10 @@ private:
     QList<TaskRecord> load(const QString &statement);
     void pushAdd(RecordJournal::Bucket which);
     void pushDel(RecordJournal::Bucket which);
-    void writeEach(const QString &statement, Binder bind, const QList<TaskRecord> &records);
+    void push(RecordJournal::Bucket which, std::initializer_list<PendingRecords::Operation> operations,
+              const std::function<bool(const TakenRecords &)> &write);
+    bool clearIfDue(RecordJournal::Bucket which);
+    bool writeEach(const QString &statement, Binder bind, const QList<TaskRecord> &records);
 
     const QString m_path;
     const QStringList m_visible; ///< sub-center ids with "share"
@@ -100,6 +107,7 @@ private:
     PendingRecords m_downloadData{true};
     PendingRecords m_uploadData{true};
     PendingRecords m_finishedData{false};
+    std::array<bool, 3> m_clearDue{}; ///< by bucket: tables that could not be cleared yet
     RecordJournal m_journal;
     qint64 m_tidySize = 0;
     bool m_unwritten = false; ///< the journal holds what the database never took

@@ -1,5 +1,6 @@
 #include "TransferManager.h"
 #include "RecordScript.h"
+#include "SmallDisk.h"
 #include "TestSupport.h"
 
 #include <QCoreApplication>
@@ -134,6 +135,40 @@ private slots:
             QVERIFY2(found == model, qPrintable(QString("round %1 after %2 steps").arg(round).arg(done)));
         }
         qInfo("%d kills, %d steps", kills, acknowledged);
+    }
+
+    void aFullDiskDelaysAndLosesNothing()
+    {
+        SmallDisk disk(file("disk"), 2);
+        if (!disk.isMounted())
+            QSKIP("only root may mount a small disk");
+        allowMessage("transfer records:");
+        allowMessage("transfer journal:");
+        const QString path = file("disk/records");
+        RecordScript script(11);
+        RecordModel model;
+        std::unique_ptr<TransferManager> store = openStore(path);
+        const auto run = [&](int steps) {
+            for (int i = 0; i < steps; ++i) {
+                const RecordScript::Step step = script.next();
+                model.apply(step);
+                onStore(store.get(), [&] { RecordScript::run(store.get(), step); });
+            }
+        };
+        run(60);
+        QFile filler(file("disk/filler"));
+        QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        for (const int piece : {65536, 4096, 512}) {
+            while (filler.write(QByteArray(piece, 'x')) == piece)
+                continue;
+        }
+        const int before = messages().size();
+        run(200);
+        QVERIFY(messages().size() > before);
+        filler.remove();
+        run(20);
+        store.reset();
+        QVERIFY(RecordModel::read(path) == model);
     }
 
     void brokenJournalsAreReadAsFarAsTheyGo_data()
