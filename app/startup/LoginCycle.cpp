@@ -302,6 +302,9 @@ void LoginCycle::tearDown()
         // A page that asked for a switch and then let the matter rest does not hide the next login from the person.
         m_hidden = m_bridge->switchRequested() && m_window && m_window->switchedByPage();
     }
+    // Writing thousands of records takes its time; nobody is to look at a window that does not answer meanwhile.
+    if (m_window)
+        m_window->hide();
     // Each before what it was built with.
     m_window.reset();
     m_tray.reset();
