@@ -370,9 +370,7 @@ void TransferringWidget::PauseAllTask()
         return;
     if (auto *list = qobject_cast<TransferListWidget *>(sender())) {
         // What waits for room is paused from now on because somebody said so.
-        const QList<TaskRecord> tasks = m_watch->releaseAll(list->type());
-        if (!tasks.isEmpty())
-            emit list->sigUpdateTransferRecord(tasks, list->type());
+        list->holdForRoom(m_watch->releaseAll(list->type()), false);
     }
     m_dispatch->PauseAllTask(sender()->objectName());
 }
@@ -511,13 +509,10 @@ void TransferringWidget::OnPauseEnd(QList<TaskRecord> tasks, ZPDTCMDTYPE type)
     m_totals.pause(tasks);
     TransferListWidget *list = listOf(type);
     list->PauseEnd(tasks);
-    QList<TaskRecord> held = m_watch->paused(tasks);
+    const QList<TaskRecord> held = m_watch->paused(tasks);
     if (held.isEmpty())
         return;
-    // Nobody paused these: a restart tries them anew.
-    for (TaskRecord &task : held)
-        task.Status = ZPDT_WAITING;
-    emit list->sigUpdateTransferRecord(held, type);
+    list->holdForRoom(held, true);
     showStorageExhausted();
 }
 

@@ -3,19 +3,35 @@
 #include "Mailbox.h"
 #include "TransferEngine.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QThread>
+#include <QTimer>
+
+#include <deque>
+
+namespace {
+
+/// How long signals are emitted before the window has its turn, in milliseconds.
+constexpr qint64 kTurn = 8;
+/// Tasks that one signal names; what is done with them must fit into a turn.
+constexpr int kMostTasks = 500;
+
+} // namespace
 
 /// The worker thread with the engine on it, and the road back to the GUI thread.
 class TransferModulePrivate
 {
 public:
-    TransferModulePrivate(bool realNameVerified, TransferModule *owner)
-        : toOwner(std::make_shared<Mailbox>(owner))
+    TransferModulePrivate(bool realNameVerified, TransferModule *module)
+        : owner(module)
+        , toOwner(std::make_shared<Mailbox>(module))
     {
+        nextTurn.setSingleShot(true);
+        QObject::connect(&nextTurn, &QTimer::timeout, owner, [this] { emitSome(); });
         thread.setObjectName(QStringLiteral("transfer engine"));
-        auto deliver = [owner, box = toOwner](std::vector<EngineMessage> messages) {
-            box->post([owner, list = std::move(messages)] { TransferModulePrivate::emitAll(owner, list); });
+        auto deliver = [this, box = toOwner](std::vector<EngineMessage> messages) {
+            box->post([this, list = std::move(messages)] { take(list); });
         };
         engine = new TransferEngine(realNameVerified, std::move(deliver));
         toEngine = std::make_unique<Mailbox>(engine);
@@ -37,14 +53,43 @@ public:
         toEngine->post([target = engine, todo = std::forward<Call>(work)] { todo(*target); });
     }
 
-    static void emitAll(TransferModule *owner, const std::vector<EngineMessage> &messages)
+    void take(const std::vector<EngineMessage> &messages)
     {
-        // A slot may destroy the module; the rest of the messages then has nobody to go to.
-        const QPointer<TransferModule> alive(owner);
         for (const EngineMessage &message : messages) {
+            const QList<TaskRecord> &tasks = message.report.tasks;
+            // One dialog names all the tasks that are there already.
+            if (message.kind != EngineMessage::Report || message.report.kind == TaskReport::Exist ||
+                tasks.size() <= kMostTasks) {
+                waiting.push_back(message);
+                continue;
+            }
+            for (int first = 0; first < tasks.size(); first += kMostTasks) {
+                waiting.emplace_back();
+                waiting.back().report = {message.report.kind, message.report.type, tasks.mid(first, kMostTasks)};
+            }
+        }
+        if (!nextTurn.isActive())
+            emitSome();
+    }
+
+    /// Emits what waits, for one turn; the rest follows when the window had its own.
+    void emitSome()
+    {
+        // A slot may destroy the module; the rest of the messages then has nobody to go to. One that runs a loop of its
+        // own sees the later messages meanwhile.
+        const QPointer<TransferModule> alive(owner);
+        QElapsedTimer turn;
+        turn.start();
+        while (!waiting.empty()) {
+            const EngineMessage message = std::move(waiting.front());
+            waiting.pop_front();
+            emitOne(owner, message);
             if (!alive)
                 return;
-            emitOne(owner, message);
+            if (turn.elapsed() >= kTurn && !waiting.empty()) {
+                nextTurn.start(0);
+                return;
+            }
         }
     }
 
@@ -97,7 +142,10 @@ public:
         }
     }
 
+    TransferModule *const owner;
     const std::shared_ptr<Mailbox> toOwner;
+    std::deque<EngineMessage> waiting; ///< signals that are to be emitted, in their order
+    QTimer nextTurn;
     std::unique_ptr<Mailbox> toEngine;
     QThread thread;
     TransferEngine *engine = nullptr;

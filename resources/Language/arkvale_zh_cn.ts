@@ -314,6 +314,281 @@
     </message>
 </context>
 <context>
+    <name>DetailTexts</name>
+    <message>
+        <source>network</source>
+        <translation>网络</translation>
+    </message>
+    <message>
+        <source>no connection</source>
+        <translation>没有连接</translation>
+    </message>
+    <message>
+        <source>no connection within 10 s</source>
+        <translation>10 秒内未能连接</translation>
+    </message>
+    <message>
+        <source>no answer over UDP within 5 s</source>
+        <translation>5 秒内未收到 UDP 应答</translation>
+    </message>
+    <message>
+        <source>no transfer server is known</source>
+        <translation>没有已知的传输服务器</translation>
+    </message>
+    <message>
+        <source>the connection is closed</source>
+        <translation>连接已关闭</translation>
+    </message>
+    <message>
+        <source>the other side does not answer</source>
+        <translation>对方没有应答</translation>
+    </message>
+    <message>
+        <source>the other side does not read</source>
+        <translation>对方不接收数据</translation>
+    </message>
+    <message>
+        <source>the other side has closed the connection</source>
+        <translation>对方已关闭连接</translation>
+    </message>
+    <message>
+        <source>the other side has not been heard of for 15 s</source>
+        <translation>已有 15 秒未收到对方的消息</translation>
+    </message>
+    <message>
+        <source>the server does not know this connection any more</source>
+        <translation>服务器已不再认识此连接</translation>
+    </message>
+    <message>
+        <source>the server showed a certificate that is not the expected one</source>
+        <translation>服务器出示的证书与预期不符</translation>
+    </message>
+    <message>
+        <source>the service is stopping</source>
+        <translation>服务正在停止</translation>
+    </message>
+    <message>
+        <source>too many connections</source>
+        <translation>连接过多</translation>
+    </message>
+    <message>
+        <source>not logged in for transfers</source>
+        <translation>尚未登录，无法传输</translation>
+    </message>
+    <message>
+        <source>the address of the service is not valid</source>
+        <translation>服务地址无效</translation>
+    </message>
+    <message>
+        <source>the service answered something that is no ticket</source>
+        <translation>服务返回的内容不是传输凭据</translation>
+    </message>
+    <message>
+        <source>the ticket is not valid</source>
+        <translation>传输凭据无效</translation>
+    </message>
+    <message>
+        <source>the ticket is for something else</source>
+        <translation>传输凭据不适用于此传输</translation>
+    </message>
+    <message>
+        <source>too many transfers at once</source>
+        <translation>同时进行的传输过多</translation>
+    </message>
+    <message>
+        <source>The user has no home here.</source>
+        <translation>用户在此没有主文件夹。</translation>
+    </message>
+    <message>
+        <source>The sub-center&apos;s storage is not available.</source>
+        <translation>分中心的存储不可用。</translation>
+    </message>
+    <message>
+        <source>The sub-center moves no files now.</source>
+        <translation>分中心目前不传输文件。</translation>
+    </message>
+    <message>
+        <source>There is no such sub-center.</source>
+        <translation>没有这个分中心。</translation>
+    </message>
+    <message>
+        <source>Too many tickets wait for their use.</source>
+        <translation>等待使用的传输凭据过多。</translation>
+    </message>
+    <message>
+        <source>a block arrives damaged again and again</source>
+        <translation>某个数据块反复损坏</translation>
+    </message>
+    <message>
+        <source>a folder</source>
+        <translation>是文件夹</translation>
+    </message>
+    <message>
+        <source>a name that cannot be transferred</source>
+        <translation>名称无法传输</translation>
+    </message>
+    <message>
+        <source>access denied</source>
+        <translation>拒绝访问</translation>
+    </message>
+    <message>
+        <source>another transfer is writing this file</source>
+        <translation>另一个传输正在写入此文件</translation>
+    </message>
+    <message>
+        <source>file error</source>
+        <translation>文件错误</translation>
+    </message>
+    <message>
+        <source>file is too large</source>
+        <translation>文件过大</translation>
+    </message>
+    <message>
+        <source>folders are nested too deeply</source>
+        <translation>文件夹嵌套过深</translation>
+    </message>
+    <message>
+        <source>no space left</source>
+        <translation>没有剩余空间</translation>
+    </message>
+    <message>
+        <source>not a folder</source>
+        <translation>不是文件夹</translation>
+    </message>
+    <message>
+        <source>not a name that can be stored</source>
+        <translation>名称无法存储</translation>
+    </message>
+    <message>
+        <source>not enough storage</source>
+        <translation>存储空间不足</translation>
+    </message>
+    <message>
+        <source>not found</source>
+        <translation>未找到</translation>
+    </message>
+    <message>
+        <source>the file arrives damaged again and again</source>
+        <translation>文件反复损坏</translation>
+    </message>
+    <message>
+        <source>the file changed while it was sent</source>
+        <translation>文件在发送过程中发生了变化</translation>
+    </message>
+    <message>
+        <source>the file does not match its digest</source>
+        <translation>文件与其摘要不符</translation>
+    </message>
+    <message>
+        <source>the file on the disk has another size</source>
+        <translation>磁盘上的文件大小不同</translation>
+    </message>
+    <message>
+        <source>the name cannot be stored here</source>
+        <translation>此名称无法在此存储</translation>
+    </message>
+    <message>
+        <source>the name exists already</source>
+        <translation>名称已存在</translation>
+    </message>
+    <message>
+        <source>the name is the one of a partial file</source>
+        <translation>名称与未完成文件的名称相同</translation>
+    </message>
+    <message>
+        <source>the quota does not allow a file of this size</source>
+        <translation>配额不足以存放此大小的文件</translation>
+    </message>
+    <message>
+        <source>the quota is used up</source>
+        <translation>配额已用完</translation>
+    </message>
+    <message>
+        <source>Connection refused</source>
+        <translation>连接被拒绝</translation>
+    </message>
+    <message>
+        <source>Connection reset by peer</source>
+        <translation>连接被对方重置</translation>
+    </message>
+    <message>
+        <source>Connection timed out</source>
+        <translation>连接超时</translation>
+    </message>
+    <message>
+        <source>Disk quota exceeded</source>
+        <translation>超出磁盘配额</translation>
+    </message>
+    <message>
+        <source>End of file</source>
+        <translation>连接已结束</translation>
+    </message>
+    <message>
+        <source>File name too long</source>
+        <translation>文件名过长</translation>
+    </message>
+    <message>
+        <source>Input/output error</source>
+        <translation>输入/输出错误</translation>
+    </message>
+    <message>
+        <source>Network is unreachable</source>
+        <translation>网络不可达</translation>
+    </message>
+    <message>
+        <source>No route to host</source>
+        <translation>没有到主机的路由</translation>
+    </message>
+    <message>
+        <source>No space left on device</source>
+        <translation>设备上没有剩余空间</translation>
+    </message>
+    <message>
+        <source>No such file or directory</source>
+        <translation>没有那个文件或目录</translation>
+    </message>
+    <message>
+        <source>Permission denied</source>
+        <translation>权限不足</translation>
+    </message>
+    <message>
+        <source>Read-only file system</source>
+        <translation>只读文件系统</translation>
+    </message>
+    <message>
+        <source>cannot connect</source>
+        <translation>无法连接</translation>
+    </message>
+    <message>
+        <source>cannot open the folder</source>
+        <translation>无法打开文件夹</translation>
+    </message>
+    <message>
+        <source>cannot read the folder</source>
+        <translation>无法读取文件夹</translation>
+    </message>
+    <message>
+        <source>connection lost</source>
+        <translation>连接中断</translation>
+    </message>
+    <message>
+        <source>host not found</source>
+        <translation>未找到主机</translation>
+    </message>
+    <message>
+        <source>links and special files that were left out</source>
+        <translation>略过的链接和特殊文件</translation>
+    </message>
+    <message>
+        <source>no encrypted connection</source>
+        <translation>没有加密连接</translation>
+    </message>
+    <message>
+        <source>the other side broke the protocol</source>
+        <translation>对方违反了协议</translation>
+    </message>
+</context>
+<context>
     <name>DialogFrame</name>
     <message>
         <source>Close</source>
@@ -2019,6 +2294,10 @@
     <message>
         <source>Pause</source>
         <translation>暂停</translation>
+    </message>
+    <message>
+        <source>Are you sure to cancel the %1 selected transfers?</source>
+        <translation>确定要取消选中的 %1 个传输吗？</translation>
     </message>
 </context>
 <context>

@@ -314,6 +314,281 @@
     </message>
 </context>
 <context>
+    <name>DetailTexts</name>
+    <message>
+        <source>network</source>
+        <translation>網路</translation>
+    </message>
+    <message>
+        <source>no connection</source>
+        <translation>沒有連線</translation>
+    </message>
+    <message>
+        <source>no connection within 10 s</source>
+        <translation>10 秒內未能連線</translation>
+    </message>
+    <message>
+        <source>no answer over UDP within 5 s</source>
+        <translation>5 秒內未收到 UDP 回應</translation>
+    </message>
+    <message>
+        <source>no transfer server is known</source>
+        <translation>沒有已知的傳輸伺服器</translation>
+    </message>
+    <message>
+        <source>the connection is closed</source>
+        <translation>連線已關閉</translation>
+    </message>
+    <message>
+        <source>the other side does not answer</source>
+        <translation>對方沒有回應</translation>
+    </message>
+    <message>
+        <source>the other side does not read</source>
+        <translation>對方不接收資料</translation>
+    </message>
+    <message>
+        <source>the other side has closed the connection</source>
+        <translation>對方已關閉連線</translation>
+    </message>
+    <message>
+        <source>the other side has not been heard of for 15 s</source>
+        <translation>已有 15 秒未收到對方的訊息</translation>
+    </message>
+    <message>
+        <source>the server does not know this connection any more</source>
+        <translation>伺服器已不再認識此連線</translation>
+    </message>
+    <message>
+        <source>the server showed a certificate that is not the expected one</source>
+        <translation>伺服器出示的憑證與預期不符</translation>
+    </message>
+    <message>
+        <source>the service is stopping</source>
+        <translation>服務正在停止</translation>
+    </message>
+    <message>
+        <source>too many connections</source>
+        <translation>連線過多</translation>
+    </message>
+    <message>
+        <source>not logged in for transfers</source>
+        <translation>尚未登入，無法傳輸</translation>
+    </message>
+    <message>
+        <source>the address of the service is not valid</source>
+        <translation>服務位址無效</translation>
+    </message>
+    <message>
+        <source>the service answered something that is no ticket</source>
+        <translation>服務傳回的內容不是傳輸憑據</translation>
+    </message>
+    <message>
+        <source>the ticket is not valid</source>
+        <translation>傳輸憑據無效</translation>
+    </message>
+    <message>
+        <source>the ticket is for something else</source>
+        <translation>傳輸憑據不適用於此傳輸</translation>
+    </message>
+    <message>
+        <source>too many transfers at once</source>
+        <translation>同時進行的傳輸過多</translation>
+    </message>
+    <message>
+        <source>The user has no home here.</source>
+        <translation>使用者在此沒有主資料夾。</translation>
+    </message>
+    <message>
+        <source>The sub-center&apos;s storage is not available.</source>
+        <translation>分中心的儲存空間無法使用。</translation>
+    </message>
+    <message>
+        <source>The sub-center moves no files now.</source>
+        <translation>分中心目前不傳輸檔案。</translation>
+    </message>
+    <message>
+        <source>There is no such sub-center.</source>
+        <translation>沒有這個分中心。</translation>
+    </message>
+    <message>
+        <source>Too many tickets wait for their use.</source>
+        <translation>等待使用的傳輸憑據過多。</translation>
+    </message>
+    <message>
+        <source>a block arrives damaged again and again</source>
+        <translation>某個資料區塊反覆損毀</translation>
+    </message>
+    <message>
+        <source>a folder</source>
+        <translation>是資料夾</translation>
+    </message>
+    <message>
+        <source>a name that cannot be transferred</source>
+        <translation>名稱無法傳輸</translation>
+    </message>
+    <message>
+        <source>access denied</source>
+        <translation>存取遭拒</translation>
+    </message>
+    <message>
+        <source>another transfer is writing this file</source>
+        <translation>另一個傳輸正在寫入此檔案</translation>
+    </message>
+    <message>
+        <source>file error</source>
+        <translation>檔案錯誤</translation>
+    </message>
+    <message>
+        <source>file is too large</source>
+        <translation>檔案過大</translation>
+    </message>
+    <message>
+        <source>folders are nested too deeply</source>
+        <translation>資料夾巢狀過深</translation>
+    </message>
+    <message>
+        <source>no space left</source>
+        <translation>沒有剩餘空間</translation>
+    </message>
+    <message>
+        <source>not a folder</source>
+        <translation>不是資料夾</translation>
+    </message>
+    <message>
+        <source>not a name that can be stored</source>
+        <translation>名稱無法儲存</translation>
+    </message>
+    <message>
+        <source>not enough storage</source>
+        <translation>儲存空間不足</translation>
+    </message>
+    <message>
+        <source>not found</source>
+        <translation>找不到</translation>
+    </message>
+    <message>
+        <source>the file arrives damaged again and again</source>
+        <translation>檔案反覆損毀</translation>
+    </message>
+    <message>
+        <source>the file changed while it was sent</source>
+        <translation>檔案在傳送過程中發生變化</translation>
+    </message>
+    <message>
+        <source>the file does not match its digest</source>
+        <translation>檔案與其摘要不符</translation>
+    </message>
+    <message>
+        <source>the file on the disk has another size</source>
+        <translation>磁碟上的檔案大小不同</translation>
+    </message>
+    <message>
+        <source>the name cannot be stored here</source>
+        <translation>此名稱無法在此儲存</translation>
+    </message>
+    <message>
+        <source>the name exists already</source>
+        <translation>名稱已存在</translation>
+    </message>
+    <message>
+        <source>the name is the one of a partial file</source>
+        <translation>名稱與未完成檔案的名稱相同</translation>
+    </message>
+    <message>
+        <source>the quota does not allow a file of this size</source>
+        <translation>配額不足以存放此大小的檔案</translation>
+    </message>
+    <message>
+        <source>the quota is used up</source>
+        <translation>配額已用完</translation>
+    </message>
+    <message>
+        <source>Connection refused</source>
+        <translation>連線遭拒</translation>
+    </message>
+    <message>
+        <source>Connection reset by peer</source>
+        <translation>連線被對方重設</translation>
+    </message>
+    <message>
+        <source>Connection timed out</source>
+        <translation>連線逾時</translation>
+    </message>
+    <message>
+        <source>Disk quota exceeded</source>
+        <translation>超出磁碟配額</translation>
+    </message>
+    <message>
+        <source>End of file</source>
+        <translation>連線已結束</translation>
+    </message>
+    <message>
+        <source>File name too long</source>
+        <translation>檔案名稱過長</translation>
+    </message>
+    <message>
+        <source>Input/output error</source>
+        <translation>輸入/輸出錯誤</translation>
+    </message>
+    <message>
+        <source>Network is unreachable</source>
+        <translation>無法連上網路</translation>
+    </message>
+    <message>
+        <source>No route to host</source>
+        <translation>沒有到主機的路由</translation>
+    </message>
+    <message>
+        <source>No space left on device</source>
+        <translation>裝置上沒有剩餘空間</translation>
+    </message>
+    <message>
+        <source>No such file or directory</source>
+        <translation>沒有此檔案或目錄</translation>
+    </message>
+    <message>
+        <source>Permission denied</source>
+        <translation>權限不足</translation>
+    </message>
+    <message>
+        <source>Read-only file system</source>
+        <translation>唯讀檔案系統</translation>
+    </message>
+    <message>
+        <source>cannot connect</source>
+        <translation>無法連線</translation>
+    </message>
+    <message>
+        <source>cannot open the folder</source>
+        <translation>無法開啟資料夾</translation>
+    </message>
+    <message>
+        <source>cannot read the folder</source>
+        <translation>無法讀取資料夾</translation>
+    </message>
+    <message>
+        <source>connection lost</source>
+        <translation>連線中斷</translation>
+    </message>
+    <message>
+        <source>host not found</source>
+        <translation>找不到主機</translation>
+    </message>
+    <message>
+        <source>links and special files that were left out</source>
+        <translation>略過的連結和特殊檔案</translation>
+    </message>
+    <message>
+        <source>no encrypted connection</source>
+        <translation>沒有加密連線</translation>
+    </message>
+    <message>
+        <source>the other side broke the protocol</source>
+        <translation>對方違反了協定</translation>
+    </message>
+</context>
+<context>
     <name>DialogFrame</name>
     <message>
         <source>Close</source>
@@ -2019,6 +2294,10 @@
     <message>
         <source>Pause</source>
         <translation>暫停</translation>
+    </message>
+    <message>
+        <source>Are you sure to cancel the %1 selected transfers?</source>
+        <translation>確定要取消選取的 %1 個傳輸嗎？</translation>
     </message>
 </context>
 <context>

@@ -30,6 +30,10 @@ def wait_for(condition, seconds, what):
         time.sleep(0.1)
 
 
+class Skipped(Exception):
+    """The test cannot run here, with the reason."""
+
+
 class Rig:
     """A folder of its own with a service, and clients that use it. Everything ends with the rig."""
 
@@ -40,6 +44,7 @@ class Rig:
         self.service = None
         self.http = None
         self.port = 0
+        self.screen = None
         self.clients = []
         for name in ("run", "config", "state"):
             os.makedirs(os.path.join(self.home, name), mode=0o700)
@@ -48,8 +53,7 @@ class Rig:
         return self
 
     def __exit__(self, *failure):
-        for client in self.clients:
-            client.kill()
+        self.end_clients()
         if self.service and self.service.poll() is None:
             self.service.kill()
             self.service.wait()
@@ -63,6 +67,16 @@ class Rig:
                         print(f"--- {name}\n{f.read()[-4000:]}", file=sys.stderr)
         if not os.environ.get("ARKVALE_E2E_KEEP"):
             shutil.rmtree(self.folder, ignore_errors=True)
+
+    def end_clients(self):
+        for client in self.clients:
+            client.kill()
+            client.wait()
+
+    def quota(self, size):
+        """Gives the demo user so much room in sub-center 1."""
+        subprocess.run([f"{BIN}/arkvale-service", "set-quota", "demo", "1", size, "--data", self.data], check=True,
+                       stdout=subprocess.DEVNULL)
 
     def start_service(self):
         """Starts the service on the same data, and on the same port after the first time."""
@@ -126,6 +140,8 @@ class Rig:
                     "XDG_DATA_HOME": f"{self.home}/data", "XDG_RUNTIME_DIR": f"{self.home}/run",
                     "TMPDIR": f"{self.home}/run"})
         env.setdefault("QT_QPA_PLATFORM", "offscreen")
+        if self.screen:
+            env.update({"QT_QPA_PLATFORM": "xcb", "DISPLAY": self.screen})
         return env
 
     def start_client(self, *arguments, change=None):
@@ -235,6 +251,9 @@ def main(cases):
     try:
         with Rig() as rig:
             cases[name](rig)
+    except Skipped as reason:
+        print(f"{name}: skipped, {reason}")
+        return 77
     except Failure as failure:
         print(f"{name}: {failure}")
         return 1

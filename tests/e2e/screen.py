@@ -1,4 +1,5 @@
 """A virtual screen on which the client runs and is used as by a person."""
+import contextlib
 import os
 import subprocess
 import time
@@ -21,6 +22,18 @@ class Screen:
             raise Failure("no virtual screen")
         self.env = {**os.environ, "DISPLAY": f":{number}", "HOME": folder}
         self.manager = subprocess.Popen(["openbox"], env=self.env, **quiet)
+
+    @classmethod
+    @contextlib.contextmanager
+    def shown(cls, rig):
+        """A screen that the rig's clients are shown on; they end with it."""
+        screen = cls(rig.folder)
+        rig.screen = screen.env["DISPLAY"]
+        try:
+            yield screen
+        finally:
+            rig.end_clients()
+            screen.stop()
 
     def stop(self):
         for process in (self.manager, self.server):

@@ -5,11 +5,13 @@ import os
 import shutil
 import signal
 import sqlite3
+import subprocess
 import sys
 import time
 
 import rig as rigs
 from rig import Failure, wait_for
+from screen import Screen
 
 
 def home_of(rig):
@@ -194,6 +196,122 @@ def queue_survives_kills(rig):
         raise Failure(f"{len(unfinished)} unfinished, {len(finished)} finished in the tables")
 
 
+class SmallDisk:
+    """A disk of a few megabytes in memory."""
+
+    def __init__(self, folder, megabytes):
+        os.makedirs(folder, exist_ok=True)
+        self.folder = folder
+        if subprocess.run(["mount", "-t", "tmpfs", "-o", f"size={megabytes}m", "tmpfs", folder],
+                          stderr=subprocess.DEVNULL).returncode:
+            raise rigs.Skipped("only root may mount a small disk")
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *failure):
+        subprocess.run(["umount", "-l", self.folder], check=False)
+
+    def grow(self, megabytes):
+        subprocess.run(["mount", "-o", f"remount,size={megabytes}m", self.folder], check=True)
+
+    def fill(self):
+        """Takes all the room but for less than a megabyte."""
+        room = os.statvfs(self.folder)
+        with open(os.path.join(self.folder, "filler"), "wb") as f:
+            f.write(bytes(max(0, room.f_bavail * room.f_frsize - (700 << 10))))
+
+    def free(self):
+        os.remove(os.path.join(self.folder, "filler"))
+
+
+def cpu_seconds(process):
+    with open(f"/proc/{process.pid}/stat") as f:
+        fields = f.read().rpartition(")")[2].split()
+    return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+def rests_for_want_of_room(rig, screen, client, whole, parts):
+    """One dialog, the tasks wait, what arrived is still there, and nobody works hard for nothing."""
+    wait_for(lambda: screen.windows("^Tip$"), 60, "the dialog \"Not enough storage\"")
+    wait_for(lambda: len([r for r in records(rig)[1] if r[1] == 4096]) >= whole, 20, "what fits is finished")
+    time.sleep(8)
+    before, arrived = [cpu_seconds(p) for p in (client, rig.service)], parts()
+    end = time.monotonic() + 8
+    while time.monotonic() < end:
+        if len(screen.windows("^Tip$")) != 1:
+            raise Failure(f"{len(screen.windows('^Tip$'))} dialogs for one full disk")
+        time.sleep(0.5)
+    spent = [cpu_seconds(p) - b for p, b in zip((client, rig.service), before)]
+    if max(spent) > 1.5:
+        raise Failure(f"client and service worked {spent} s in 8 s although there was nothing to do")
+    if parts() != arrived:
+        raise Failure(f"what had arrived went from {arrived} to {parts()} while the disk was full")
+    unfinished, finished = records(rig)
+    if [r for r in finished if r[1] != 4096] or not unfinished or [r for r in unfinished if r[1] != 0]:
+        raise Failure(f"tasks that wait for room are kept as {unfinished[:3]}, ended ones as {finished[:3]}")
+
+
+def blocks(folder):
+    """Names below a folder with the room that they take."""
+    return {n: os.stat(os.path.join(folder, n)).st_blocks for n in os.listdir(folder)} if os.path.isdir(folder) else {}
+
+
+def full_disk_here(rig):
+    """The disk of a download fills up: one notice, the tasks wait with what they have, and go on when there is room."""
+    rig.start_service()
+    rig.target_speed(100000)
+    home = os.path.join(home_of(rig), "full")
+    names = [f"frame {at}.exr" for at in range(8)]
+    for name in names:
+        rigs.write(f"{home}/{name}", os.urandom(3 << 20))
+    with Screen.shown(rig) as screen, SmallDisk(f"{rig.folder}/target", 10) as disk:
+        rigs.write(f"{disk.folder}/kept.txt", b"was there before")
+        client = download(rig, "/full", disk.folder, names)
+        rests_for_want_of_room(rig, screen, client, 2, lambda: blocks(disk.folder))
+        disk.grow(64)
+        rigs.write(f"{home}/kept.txt", b"was there before")
+        shutil.copystat(f"{disk.folder}/kept.txt", f"{home}/kept.txt")
+        wait_for(settled(home, disk.folder), 60, "the rest once there is room")
+        rig.stop_client(client)
+        rigs.compare(home, disk.folder)
+
+
+def full_disk_there(rig):
+    """The service's disk fills up under an upload, and then the account: the same."""
+    rig.start_service()
+    rig.stop_service()
+    root = f"{rig.data}/centers/1"
+    os.rename(root, f"{rig.folder}/sample")
+    with Screen.shown(rig) as screen, SmallDisk(root, 40) as disk:
+        shutil.copy(f"{rig.folder}/sample/.arkvale-root", root)
+        os.makedirs(home_of(rig))
+        rig.start_service()
+        rig.target_speed(100000)
+        source = os.path.join(rig.folder, "source")
+        names = [f"frame {at}.exr" for at in range(4)]
+        for name in names:
+            rigs.write(f"{source}/{name}", os.urandom(3 << 20))
+        disk.fill()
+        remote = os.path.join(home_of(rig), "full")
+        client = upload(rig, source, "/full", names)
+        rests_for_want_of_room(rig, screen, client, 0, lambda: blocks(remote))
+        disk.free()
+        wait_for(settled(source, remote), 150, "the upload once there is room")
+        wait_for(lambda: not records(rig)[0], 20, "no task waits any more")
+        rig.stop_client(client)
+
+        rig.quota("7M")
+        for name in names:
+            os.rename(f"{source}/{name}", f"{source}/more {name}")
+        client = upload(rig, source, "/full", sorted(os.listdir(source)))
+        rests_for_want_of_room(rig, screen, client, 4, lambda: blocks(remote))
+        rig.quota("1G")
+        wait_for(lambda: all(os.path.exists(f"{remote}/{name}") for name in os.listdir(source)), 150,
+                 "the upload once the account has room")
+        rig.stop_client(client)
+
+
 def second_instance(rig):
     """A second client says so, ends with 0 and leaves the first alone."""
     rig.start_service()
@@ -233,4 +351,5 @@ def bad_settings(rig):
 
 if __name__ == "__main__":
     sys.exit(rigs.main({c.__name__: c for c in (trees, huge, service_restart, client_killed, queue_survives_kills,
+                                                full_disk_here, full_disk_there,
                                                 second_instance, bad_settings)}))

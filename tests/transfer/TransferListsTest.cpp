@@ -1,3 +1,4 @@
+#include "DetailTexts.h"
 #include "DialogAnswers.h"
 #include "FinishedListWidget.h"
 #include "FinishedTaskModel.h"
@@ -10,6 +11,7 @@
 #include <QAbstractItemModelTester>
 #include <QApplication>
 #include <QSignalSpy>
+#include <QTranslator>
 
 #include <limits>
 #include <memory>
@@ -269,10 +271,94 @@ private slots:
         QCOMPARE(running.last().first().toBool(), false);
         clickButton(list.view(), 2, "btn_cancel");
         list.view()->selectAll();
-        QTest::keyClick(list.view(), Qt::Key_Delete);
+        DialogAnswers answers;
+        QTest::keyClick(list.view(), Qt::Key_Delete); // asks, and is declined
+        QCOMPARE(cancels.size(), 1);
+        answers.accept();
+        list.CancelSelected();
         QCOMPARE(cancels.size(), 3); // the one that is being cancelled is not asked for again
+        QCOMPARE(answers.shown().last().text, QStringLiteral("Are you sure to cancel the 2 selected transfers?"));
         list.CancelEnd(tasks(0, 3));
         QCOMPARE(counts.last().first().toInt(), 0);
+    }
+
+    /// Orders for many rows show at once, reach the engine in turns, and a later order for all stands for what waits.
+    void ordersForManyRowsComeInTurns()
+    {
+        TransferListWidget list(ZPDT_UPLOAD);
+        list.CreateEnd(tasks(0, 300));
+        QStringList asked;
+        const auto slow = [&asked](const char *what) {
+            return [&asked, what](const TaskRecord &task) {
+                asked << QLatin1String(what) + task.Path.section(QLatin1Char(' '), 1).section(QLatin1Char('.'), 0, 0);
+                QTest::qSleep(1); // why: an engine that takes its time
+            };
+        };
+        connect(&list, &TransferListWidget::sigPauseTask, &list, slow("p"));
+        connect(&list, &TransferListWidget::sigCancelTask, &list, slow("c"));
+        const auto select = [&list](int first, int last) {
+            const QAbstractItemModel *model = list.view()->model();
+            list.view()->selectionModel()->select({model->index(first, 0), model->index(last, 0)},
+                                                  QItemSelectionModel::ClearAndSelect);
+        };
+        select(0, 59);
+        list.PauseSelected();
+        QVERIFY2(asked.size() < 40, qPrintable(QString::number(asked.size())));
+        QCOMPARE(list.model()->activeCount(), 240);
+        QTRY_COMPARE(asked.size(), 60);
+        QCOMPARE(asked.last(), QStringLiteral("p59"));
+
+        select(100, 259);
+        list.PauseSelected();
+        DialogAnswers answers;
+        answers.accept();
+        select(260, 269);
+        list.CancelSelected();
+        QSignalSpy started(&list, SIGNAL(sigStartAllTask(QList<TaskRecord>)));
+        list.StartAllTask();
+        QCOMPARE(started.last().first().value<QList<TaskRecord>>().size(), 300);
+        QTRY_COMPARE(asked.last(), QStringLiteral("c269"));
+        QVERIFY2(asked.size() < 60 + 100, qPrintable(QString::number(asked.size())));
+        QCOMPARE(asked.filter(QStringLiteral("c")).size(), 10);
+    }
+
+    void detailsAreSaidInTheLanguageOfThePerson_data()
+    {
+        QTest::addColumn<QString>("detail");
+        QTest::addColumn<QString>("words");
+        QTest::newRow("a sentence") << "no connection"
+                                    << "<no connection>";
+        QTest::newRow("behind a path") << "a: b/c: the file changed while it was sent"
+                                       << "a: b/c: <the file changed while it was sent>";
+        QTest::newRow("with the system's words") << "/d/x: no space left (No space left on device)"
+                                                 << "/d/x: <no space left> (<No space left on device>)";
+        QTest::newRow("before something of the moment") << "cannot connect: Connection refused"
+                                                        << "<cannot connect>: <Connection refused>";
+        QTest::newRow("all of it") << "tree: cannot open the folder: access denied (Permission denied)"
+                                   << "tree: <cannot open the folder>: <access denied> (<Permission denied>)";
+        QTest::newRow("nothing") << ""
+                                 << "";
+        QTest::newRow("of its own") << "host not found: no (such) host: x"
+                                    << "<host not found>: no (such) host: x";
+        QTest::newRow("unknown") << "a: b (c)"
+                                 << "a: b (c)";
+    }
+
+    void detailsAreSaidInTheLanguageOfThePerson()
+    {
+        class Marking : public QTranslator
+        {
+            bool isEmpty() const override { return false; }
+            QString translate(const char *, const char *source, const char *, int) const override
+            {
+                return QStringLiteral("<%1>").arg(QLatin1String(source));
+            }
+        } marking;
+        QFETCH(QString, detail);
+        QCoreApplication::installTranslator(&marking);
+        const QString words = DetailTexts::inWords(detail);
+        QCoreApplication::removeTranslator(&marking);
+        QTEST(words, "words");
     }
 
     void cancellingAllAsksFirst()
@@ -312,6 +398,8 @@ private slots:
 
         clickButton(list.view(), 0, "btn_retry");
         QCOMPARE(retries.size(), 1);
+        clickButton(list.view(), 0, "btn_folder"); // of a failed one, too
+        QCOMPARE(answers.shown().last().text, QStringLiteral("File not found!"));
         list.Withdraw({task(2)});
         QCOMPARE(model->rowCount(), 1);
         clickButton(list.view(), 0, "btn_open"); // its file does not exist

@@ -71,7 +71,6 @@ void FinishedItemWidget::showRow(const QModelIndex &index)
     m_result->setText(text(FinishedTaskModel::ResultColumn));
     m_reason->setText(success ? QString() : index.data(FinishedTaskModel::ReasonRole).toString());
     m_open->setVisible(success);
-    m_folder->setVisible(success);
     m_retry->setVisible(!success);
     m_open->setToolTip(tr("Open file"));
     m_folder->setToolTip(tr("Open folder where file resides"));
@@ -101,8 +100,7 @@ void FinishedItemWidget::arrange(const QVector<QRect> &cells)
         placeLines(result, m_result, m_reason);
     m_reason->setVisible(!m_reason->text().isEmpty());
     const bool success = m_task.Status == ZPDT_SUCCESS;
-    placeButtons(cells.at(FinishedTaskModel::ActionColumn), success ? QVector<QToolButton *>{m_open, m_folder, m_delete}
-                                                                    : QVector<QToolButton *>{m_retry, m_delete});
+    placeButtons(cells.at(FinishedTaskModel::ActionColumn), {success ? m_open : m_retry, m_folder, m_delete});
 }
 
 void FinishedItemWidget::openFile(const TaskRecord &task, QWidget *window)

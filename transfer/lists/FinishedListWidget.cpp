@@ -167,6 +167,11 @@ void FinishedListWidget::HandlerLoadFailedTaskRecord(QList<TaskRecord> tasks)
         if (task.Status != ZPDT_SUCCESS && !known.contains(TransferTexts::keyHash(task)))
             tasks << task;
     }
+    retry(tasks);
+}
+
+void FinishedListWidget::retry(QList<TaskRecord> tasks)
+{
     for (TaskRecord &task : tasks)
         task.taskExtra = 0; // held the reason of the failure
     if (!tasks.isEmpty())
@@ -175,11 +180,14 @@ void FinishedListWidget::HandlerLoadFailedTaskRecord(QList<TaskRecord> tasks)
 
 void FinishedListWidget::RetrySelected()
 {
+    QList<TaskRecord> failed;
     const QList<TaskRecord> tasks = selected();
-    for (const TaskRecord &task : tasks) {
-        if (task.Status != ZPDT_SUCCESS)
-            emit sigRetryTask(task);
-    }
+    std::copy_if(tasks.begin(), tasks.end(), std::back_inserter(failed),
+                 [](const TaskRecord &task) { return task.Status != ZPDT_SUCCESS; });
+    if (failed.size() == 1)
+        emit sigRetryTask(failed.first());
+    else
+        retry(failed);
 }
 
 void FinishedListWidget::activate(const QModelIndex &index)
@@ -198,13 +206,11 @@ void FinishedListWidget::showMenu(const QPoint &position)
     const QModelIndex index = view()->currentIndex();
     if (selectedCount() > 0 && index.isValid()) {
         const TaskRecord task = index.data(FinishedTaskModel::TaskRole).value<TaskRecord>();
-        if (task.Status == ZPDT_SUCCESS) {
-            menu->addAction(tr("Open file"), this, [this, task] { FinishedItemWidget::openFile(task, window()); });
-            menu->addAction(tr("Open folder where file resides"), this,
-                            [this, task] { FinishedItemWidget::openFolder(task, window()); });
-        } else {
+        if (task.Status != ZPDT_SUCCESS)
             menu->addAction(tr("Retry"), this, &FinishedListWidget::RetrySelected);
-        }
+        menu->addAction(tr("Open file"), this, [this, task] { FinishedItemWidget::openFile(task, window()); });
+        menu->addAction(tr("Open folder where file resides"), this,
+                        [this, task] { FinishedItemWidget::openFolder(task, window()); });
         menu->addAction(tr("Delete"), this, &FinishedListWidget::RemoveSelected)->setShortcut(Qt::Key_Delete);
         menu->addSeparator();
     }

@@ -54,6 +54,7 @@ private:
     void activate(const QModelIndex &index);
     void showMenu(const QPoint &position);
     void remove(const QList<TaskRecord> &tasks);
+    void retry(QList<TaskRecord> tasks);
     void loadMore();
     void reportCount();
 

@@ -1,5 +1,6 @@
 #include "FinishedTaskModel.h"
 
+#include "DetailTexts.h"
 #include "GlobalConfig.h"
 #include "SizeText.h"
 
@@ -98,7 +99,8 @@ QString FinishedTaskModel::reason(int row) const
 
 QString FinishedTaskModel::toolTip(const Row &row) const
 {
-    QStringList lines{row.record.Path, tr("To: %1").arg(row.record.Dest), reasonOf(row.record), row.detail};
+    QStringList lines{row.record.Path, tr("To: %1").arg(row.record.Dest), reasonOf(row.record),
+                      DetailTexts::inWords(row.detail)};
     if (row.record.Status != ZPDT_SUCCESS)
         lines << TransferTexts::advice(static_cast<ZpdtError>(row.record.taskExtra));
     lines.removeAll(QString());

@@ -4,6 +4,7 @@
 #include "TransferItemWidget.h"
 #include "TransferTaskModel.h"
 
+#include <QElapsedTimer>
 #include <QMenu>
 #include <QPointer>
 
@@ -13,6 +14,8 @@ namespace {
 constexpr int kHandOverPause = 2000;
 /// Tasks that are more than a few.
 constexpr int kMany = 100;
+/// How long orders are given before the window has its turn, in milliseconds.
+constexpr qint64 kTurn = 8;
 /// Rows that are taken in at once: some milliseconds of work.
 constexpr int kSlice = 5000;
 
@@ -68,6 +71,8 @@ TransferListWidget::TransferListWidget(ZPDTCMDTYPE type, QWidget *parent)
     connect(&m_handOver, &QTimer::timeout, this, &TransferListWidget::handOverProgress);
     m_next.setSingleShot(true);
     connect(&m_next, &QTimer::timeout, this, [this] { takeIn(kSlice); });
+    m_nextOrders.setSingleShot(true);
+    connect(&m_nextOrders, &QTimer::timeout, this, &TransferListWidget::giveOrders);
     addKey(Qt::Key_Space, [this] { ToggleSelected(); });
     addKey(Qt::Key_Delete, [this] { CancelSelected(); });
     retranslate();
@@ -127,8 +132,16 @@ void TransferListWidget::PauseEnd(QList<TaskRecord> tasks)
 
 void TransferListWidget::CancelEnd(QList<TaskRecord> tasks)
 {
-    m_model->remove(ofOwnType(tasks));
+    tasks = ofOwnType(tasks);
+    m_model->remove(tasks);
     reportCounts();
+    QList<TaskRecord> known;
+    for (const TaskRecord &task : qAsConst(tasks)) {
+        if (!m_registered.isEmpty() && m_registered.remove(TransferTexts::keyHash(task)))
+            known << task;
+    }
+    if (!known.isEmpty())
+        emit sigUnRegisterPausedTask(known);
 }
 
 void TransferListWidget::CancelAllPausedEnd(QList<TaskRecord> tasks)
@@ -161,6 +174,11 @@ void TransferListWidget::OnProgressChanged(TaskRecord task, ZpdtProgress progres
     if (!m_handOver.isActive())
         m_handOver.start();
     reportCounts();
+}
+
+void TransferListWidget::holdForRoom(const QList<TaskRecord> &tasks, bool held)
+{
+    save(m_model->holdForRoom(ofOwnType(tasks), held));
 }
 
 void TransferListWidget::handOverProgress()
@@ -208,12 +226,13 @@ void TransferListWidget::takeIn(int count)
     }
     m_model->put(all);
     reportCounts();
+    for (const TaskRecord &task : qAsConst(paused))
+        m_registered << TransferTexts::keyHash(task);
     if (!paused.isEmpty())
         emit sigRegisterPausedTask(paused);
     if (!running.isEmpty())
         emit sigStartAllTask(running);
-    for (const TaskRecord &task : qAsConst(canceling))
-        emit sigCancelTask(task);
+    order(true, canceling);
 }
 
 void TransferListWidget::reportCounts()
@@ -233,6 +252,7 @@ void TransferListWidget::reportCounts()
 void TransferListWidget::StartAllTask()
 {
     takeIn(m_coming.size());
+    dropPauses();
     const QList<TaskRecord> tasks = m_model->records();
     if (!tasks.isEmpty())
         emit sigStartAllTask(tasks);
@@ -246,7 +266,18 @@ void TransferListWidget::PauseAllTask()
     // Also where the program ends before the engine has answered.
     save(m_model->setStatusWhere(isPausable, ZPDT_PAUSING));
     reportCounts();
+    dropPauses();
     emit sigPauseAllTask();
+}
+
+/// False also where the list went away meanwhile.
+bool TransferListWidget::confirm(const QString &text)
+{
+    const QPointer<TransferListWidget> alive(this);
+    MsgDlg question(window());
+    question.setTitle(tr("Promption"));
+    question.setText(text);
+    return question.exec() == QDialog::Accepted && alive;
 }
 
 void TransferListWidget::CancelAllTask()
@@ -254,14 +285,11 @@ void TransferListWidget::CancelAllTask()
     takeIn(m_coming.size());
     if (m_model->rowCount() == 0)
         return;
-    const QPointer<TransferListWidget> alive(this);
-    MsgDlg question(window());
-    question.setTitle(tr("Promption"));
-    question.setText(tr("Are you sure to cancel all transmission?"));
-    if (question.exec() != QDialog::Accepted || !alive)
+    if (!confirm(tr("Are you sure to cancel all transmission?")))
         return;
     m_model->setStatusWhere(isCancelable, ZPDT_CANCELING);
     reportCounts();
+    dropPauses();
     emit sigCancelAllTask();
     emit sigClearTransferTaskRecord(m_type);
 }
@@ -279,21 +307,50 @@ void TransferListWidget::pause(const QList<TaskRecord> &tasks)
     const bool everything = tasks.size() > kMany && tasks.size() == m_model->activeCount();
     save(m_model->setStatus(tasks, ZPDT_PAUSING));
     reportCounts();
-    if (everything) {
-        // One word to the engine instead of thousands.
-        emit sigPauseAllTask();
-        return;
-    }
-    for (const TaskRecord &task : tasks)
-        emit sigPauseTask(task);
+    if (!everything)
+        return order(false, tasks);
+    // One word to the engine instead of thousands.
+    dropPauses();
+    emit sigPauseAllTask();
 }
 
 void TransferListWidget::cancel(const QList<TaskRecord> &tasks)
 {
     save(m_model->setStatus(tasks, ZPDT_CANCELING));
     reportCounts();
+    order(true, tasks);
+}
+
+void TransferListWidget::order(bool cancel, const QList<TaskRecord> &tasks)
+{
     for (const TaskRecord &task : tasks)
-        emit sigCancelTask(task);
+        m_orders.push_back({cancel, task});
+    if (!m_nextOrders.isActive())
+        giveOrders();
+}
+
+void TransferListWidget::giveOrders()
+{
+    QElapsedTimer turn;
+    turn.start();
+    while (!m_orders.empty()) {
+        const Order next = std::move(m_orders.front());
+        m_orders.pop_front();
+        if (next.cancel)
+            emit sigCancelTask(next.task);
+        else
+            emit sigPauseTask(next.task);
+        if (turn.elapsed() >= kTurn && !m_orders.empty()) {
+            m_nextOrders.start(0);
+            return;
+        }
+    }
+}
+
+void TransferListWidget::dropPauses()
+{
+    m_orders.erase(std::remove_if(m_orders.begin(), m_orders.end(), [](const Order &order) { return !order.cancel; }),
+                   m_orders.end());
 }
 
 void TransferListWidget::ToggleSelected()
@@ -315,6 +372,11 @@ void TransferListWidget::PauseSelected()
 
 void TransferListWidget::CancelSelected()
 {
+    const int count = those(selected(), isCancelable).size();
+    // A stray key must not throw away what took hours.
+    if (count == 0 || (count > 1 && !confirm(tr("Are you sure to cancel the %1 selected transfers?").arg(count))))
+        return;
+    // As they are now: some may have ended while the question stood.
     cancel(those(selected(), isCancelable));
 }
 

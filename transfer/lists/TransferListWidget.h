@@ -3,11 +3,16 @@
 #include "TaskListFrame.h"
 #include "TransferModule.h"
 
+#include <QSet>
+
+#include <deque>
+
 class TransferTaskModel;
 
 /// The list of the unfinished transfers of one direction, named "listwid_upload" or "listwid_download". Follows the
 /// engine's reports, of which it takes those of its own direction, asks for starts, pauses and cancels by signals, and
-/// hands to the store by signals what a restart has to know; it never speaks to the engine itself. GUI thread only.
+/// hands to the store by signals what a restart has to know; it never speaks to the engine itself. Orders for thousands
+/// of tasks show at once and are asked for in slices. GUI thread only.
 class TransferListWidget : public TaskListFrame
 {
     Q_OBJECT
@@ -19,6 +24,8 @@ public:
     TransferTaskModel *model() const { return m_model; }
     /// Asks the store for the tasks of an earlier run.
     void Load();
+    /// Tasks rest for want of room, or from now on because somebody said so: a restart tries the former anew.
+    void holdForRoom(const QList<TaskRecord> &tasks, bool held);
     /// Gives the store the progress that it does not have yet.
     void handOverProgress();
 
@@ -45,6 +52,7 @@ public slots:
     void ToggleSelected();
     void StartSelected();
     void PauseSelected();
+    /// Asks first when there are several.
     void CancelSelected();
 
 signals:
@@ -74,6 +82,10 @@ private:
     void start(const QList<TaskRecord> &tasks);
     void pause(const QList<TaskRecord> &tasks);
     void cancel(const QList<TaskRecord> &tasks);
+    void order(bool cancel, const QList<TaskRecord> &tasks);
+    bool confirm(const QString &text);
+    void giveOrders();
+    void dropPauses();
     void save(const QList<TaskRecord> &tasks);
     void showMenu(const QPoint &position);
     void reportCounts();
@@ -86,4 +98,12 @@ private:
     QList<TaskRecord> m_coming; ///< of an earlier run, not taken in yet
     int m_came = 0;
     QTimer m_next;
+    struct Order
+    {
+        bool cancel;
+        TaskRecord task;
+    };
+    std::deque<Order> m_orders; ///< shown as obeyed, and to be asked for yet
+    QTimer m_nextOrders;
+    QSet<quint64> m_registered; ///< key hashes of the tasks of an earlier run that were announced as paused
 };

@@ -1,5 +1,7 @@
 #include "TransferTaskModel.h"
 
+#include "DetailTexts.h"
+
 #include <QIcon>
 
 TransferTaskModel::TransferTaskModel(QObject *parent)
@@ -82,7 +84,7 @@ QString TransferTaskModel::toolTip(const Row &row) const
     if (row.progress.error != ZpdtError::None) {
         lines << TransferTexts::reason(row.progress.error) << TransferTexts::advice(row.progress.error);
         if (!row.progress.errorText.isEmpty())
-            lines << row.progress.errorText;
+            lines << DetailTexts::inWords(row.progress.errorText);
     }
     // Names come from other people: shown as text, never read as markup.
     for (QString &line : lines)
@@ -99,6 +101,29 @@ void TransferTaskModel::changeStatus(Row &row, qint32 status)
 {
     m_active += int(isActive(status)) - int(isActive(row.record.Status));
     row.record.Status = status;
+    row.forRoom = false;
+}
+
+TaskRecord TransferTaskModel::kept(const Row &row)
+{
+    TaskRecord record = row.record;
+    if (row.forRoom)
+        record.Status = ZPDT_WAITING;
+    return record;
+}
+
+QList<TaskRecord> TransferTaskModel::holdForRoom(const QList<TaskRecord> &tasks, bool held)
+{
+    QList<TaskRecord> there;
+    for (const TaskRecord &task : tasks) {
+        const int place = find(task);
+        if (place < 0)
+            continue;
+        Row &row = m_rows.at(place);
+        row.forRoom = held && row.record.Status == ZPDT_PAUSED;
+        there << kept(row);
+    }
+    return there;
 }
 
 void TransferTaskModel::told(int first, int last)
@@ -116,7 +141,7 @@ TransferTaskModel::Put TransferTaskModel::put(const QList<TaskRecord> &tasks)
     for (const TaskRecord &task : tasks) {
         place = m_rows.find(task, place + 1);
         if (place < 0) {
-            m_rows.append(Row{task, ZpdtProgress(), false});
+            m_rows.append(Row{task, ZpdtProgress(), false, false});
             m_active += int(isActive(task.Status));
             result.added << task;
             place = m_rows.count() - 1;
@@ -238,7 +263,7 @@ QList<TaskRecord> TransferTaskModel::takeUnsaved()
         if (place < 0)
             continue;
         m_rows.at(place).unsaved = false;
-        tasks << m_rows.at(place).record;
+        tasks << kept(m_rows.at(place));
     }
     m_unsaved.clear();
     return tasks;

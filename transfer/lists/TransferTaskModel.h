@@ -49,9 +49,12 @@ public:
     QList<TaskRecord> setStatus(const QList<TaskRecord> &tasks, qint32 status);
     /// Gives every task whose status @p which accepts a new one. Returns them as they are now.
     QList<TaskRecord> setStatusWhere(bool (*which)(qint32), qint32 status);
+    /// Tasks that rest for want of room are kept as waiting, so that a restart tries them anew; as long as they rest,
+    /// or until @p held is taken back. Returns those of them that are there, as they are to be kept.
+    QList<TaskRecord> holdForRoom(const QList<TaskRecord> &tasks, bool held);
     void setProgress(const TaskRecord &task, const ZpdtProgress &progress);
 
-    /// The tasks whose progress changed since the last call.
+    /// The tasks whose progress changed since the last call, as they are to be kept.
     QList<TaskRecord> takeUnsaved();
 
     const TaskRecord &record(int row) const { return m_rows.at(row).record; }
@@ -70,7 +73,9 @@ private:
         TaskRecord record;
         ZpdtProgress progress;
         bool unsaved = false;
+        bool forRoom = false;
     };
+    static TaskRecord kept(const Row &row);
     QString toolTip(const Row &row) const;
     void changeStatus(Row &row, qint32 status);
     void told(int first, int last);

@@ -1,5 +1,6 @@
 #include "TaskDetailInfoWidget.h"
 
+#include "DetailTexts.h"
 #include "TransferTexts.h"
 
 #include <QEvent>
@@ -132,7 +133,7 @@ QString TaskDetailInfoWidget::reasonText(const QString &reason)
 {
     if (reason == QLatin1String("idle"))
         return tr("nothing to transfer");
-    return reason;
+    return DetailTexts::inWords(reason);
 }
 
 void TaskDetailInfoWidget::setConnection(const ZpdtConnectionInfo &connection, const QString &centerName, qint64 tasks,

@@ -178,6 +178,7 @@ EngineLog::EngineLog(TransferModule &engine)
 void EngineLog::note(const char *event, const QList<TaskRecord> &tasks)
 {
     ++signalCount;
+    longest = qMax(longest, tasks.size());
     for (const TaskRecord &task : tasks) {
         QStringList &story = m_stories[task.Path];
         if (story.isEmpty() || story.last() != QLatin1String(event))

@@ -76,6 +76,7 @@ public:
     qint64 createCount = 0;
     qint64 pausedCount = 0;
     int signalCount = 0;
+    int longest = 0; ///< tasks of one signal
     QList<double> speeds;
 
 private:

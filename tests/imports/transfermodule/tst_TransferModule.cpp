@@ -628,10 +628,11 @@ void TransferModuleTest::tenThousandPausedAndCancelled()
     m_engine->PauseAll(ZPDT_DOWNLOAD);
     QVERIFY(wait([this] { return m_log->ended(ZPDT_PAUSED) == 10000; }));
     QVERIFY2(clock.elapsed() < 1500, qPrintable(QString::number(clock.elapsed())));
-    QVERIFY(m_log->signalCount - before < 20);
+    QVERIFY(m_log->signalCount - before < 40);
     m_engine->CancelAll(ZPDT_DOWNLOAD);
     QVERIFY(wait([this] { return m_log->ended(ZPDT_CANCELING) == 10000; }));
     QVERIFY2(clock.elapsed() < 3000, qPrintable(QString::number(clock.elapsed())));
+    QVERIFY(m_log->longest <= 500); // what a list does with one signal must not be felt
 }
 
 ARKVALE_GUILESS_TEST(TransferModuleTest)
