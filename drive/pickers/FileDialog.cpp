@@ -126,7 +126,7 @@ void FileDialog::buildViews()
         view->setDragEnabled(false);
         view->setAcceptDrops(false);
         view->setAccessibleName(tr("Local files"));
-        connect(view, &QAbstractItemView::activated, this, &FileDialog::open);
+        connect(view, &QAbstractItemView::activated, this, &FileDialog::openEntry);
         m_views->addWidget(view);
     }
     connect(m_tree, &FileTreeWidget::orderAsked, this, &FileDialog::setOrder);
@@ -344,7 +344,7 @@ void FileDialog::setOrder(int order)
     m_tree->setSortIndicator(m_model->order());
 }
 
-void FileDialog::open(const QModelIndex &index)
+void FileDialog::openEntry(const QModelIndex &index)
 {
     const FileItem item = m_model->item(index.row());
     if (item.isFolder())

@@ -51,7 +51,7 @@ private:
     QHBoxLayout *buildBottom();
     void addPlaces();
     void newFolder();
-    void open(const QModelIndex &index);
+    void openEntry(const QModelIndex &index);
     void goTo(const QString &typed);
     void setMode(bool list);
     void setOrder(int order);

@@ -58,7 +58,7 @@ FilePreviewForDesktop::FilePreviewForDesktop(const QStringList &configFolders, c
 bool FilePreviewForDesktop::hasProgram(const QString &mediaType) const
 {
     for (const QString &list : m_lists) {
-        for (QString program : programsFor(list, mediaType)) {
+        for (const QString &program : programsFor(list, mediaType)) {
             for (const QString &folder : m_programs) {
                 if (QFile::exists(folder + QStringLiteral("/applications/") + program))
                     return true;

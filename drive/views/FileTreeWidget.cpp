@@ -133,7 +133,7 @@ void FileTreeWidget::mouseReleaseEvent(QMouseEvent *event)
 
 void FileTreeWidget::dragMoveEvent(QDragMoveEvent *event)
 {
-    QAbstractItemView::dragMoveEvent(event);
+    QAbstractItemView::dragMoveEvent(event); // NOLINT(bugprone-parent-virtual-call)
     m_drop->move(event);
 }
 

@@ -188,16 +188,17 @@ void OrvCall::headersArrived()
     const QByteArray encoding = m_reply->rawHeader("Content-Encoding").trimmed().toLower();
     const qint64 length = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
     const bool toFile = m_operation.has(OrvOperation::ToFile) && isSuccess(status);
-    if (toFile && !m_reply->hasRawHeader("Content-Length"))
-        finish(OrvClient::BrokenReply); // nothing else would tell a whole file from a torn one
+    const bool plain = encoding.isEmpty() || encoding == "identity";
+    const bool packed = BodyInflater::knows(encoding) && !toFile;
+    // Without its length nothing would tell a whole file from a torn one.
+    if ((toFile && !m_reply->hasRawHeader("Content-Length")) || (!plain && !packed))
+        finish(OrvClient::BrokenReply);
     else if (length > m_lanes->limits().bodySize && !(toFile && m_operation.has(OrvOperation::NoSizeLimit)))
         finish(OrvClient::OversizedReply);
-    else if (encoding.isEmpty() || encoding == "identity")
+    else if (plain)
         m_body.reserve(int(qMin(length, kLargestBodyReserve))); // a promise may be a lie, so only this much at once
-    else if (BodyInflater::knows(encoding) && !toFile)
-        m_inflater = std::make_unique<BodyInflater>();
     else
-        finish(OrvClient::BrokenReply);
+        m_inflater = std::make_unique<BodyInflater>();
 }
 
 int OrvCall::replyStatus() const

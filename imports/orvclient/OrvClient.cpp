@@ -14,7 +14,6 @@ namespace {
 
 using Op = OrvOperation;
 constexpr auto kStreaming = HttpLanes::Streaming;
-constexpr auto kQuick = HttpLanes::Quick;
 
 // The table of operations. Rows that are asked in the same way differ in nothing but path and answer.
 constexpr Op kAuth{"POST", "auth/token", &OrvClient::authFinished, Op::Unsigned | Op::Login};

@@ -64,7 +64,7 @@ UpdateManifest::Verdict UpdateManifest::parse(const QByteArray &answer, const QB
         return Verdict::Untrusted;
 
     const QJsonObject told = QJsonDocument::fromJson(text).object();
-    const auto textOf = [&](const char *name) { return told.value(QLatin1String(name)).toString(); };
+    const auto textOf = [&](const char *word) { return told.value(QLatin1String(word)).toString(); };
     if (textOf("product") != QLatin1String("ArkvaleTolma") || textOf("platform") != thisPlatform())
         return Verdict::Untrusted;
     UpdateManifest found;
