@@ -1,12 +1,14 @@
 #include "CollisionQuestion.h"
 
+#include "FileTexts.h"
+
 namespace {
 
 QString firstOf(const QStringList &names, const QSet<QString> &existing)
 {
     for (const QString &name : names) {
         if (existing.contains(name))
-            return QLatin1Char('"') + name + QLatin1Char('"');
+            return QLatin1Char('"') + FileTexts::line(name) + QLatin1Char('"');
     }
     return {};
 }

@@ -310,7 +310,12 @@ void NetDiskServer::handlerSearchFile(qint64 id, int code, QByteArray body)
         const auto items = std::make_shared<QList<FileItem>>();
         if (code == Success)
             *items = FileItemReader::items(body, FileItemReader::PlainTime, QStringLiteral("SearchFile"));
-        return [this, id, items] {
+        return [this, id, code, items] {
+            const QPointer<NetDiskServer> self(this);
+            if (code != Success && id == m_lastLocationId)
+                emit operationFailed(Search, {current().keyword}, code);
+            if (!self)
+                return;
             tellItems(id, [this, items] { emit handlerSearchFileFinished(*items); });
             OrderedWork::discard(std::move(*items));
         };

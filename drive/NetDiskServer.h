@@ -31,7 +31,8 @@ public:
         Copy,
         Rename,
         Compress,
-        Decompress
+        Decompress,
+        Search
     };
 
     /// @param url address of the sub-center's service
@@ -98,9 +99,9 @@ signals:
     void sigLogout(QString message);
     /// A location was asked for; one of the three answers above or sigLogout follows.
     void locationAsked();
-    /// A change was refused or did not reach the service; told right before the change's own signal.
+    /// A change or search was refused or did not reach the service; told right before its own signal.
     /// @param operation a NetDiskServer::Operation
-    /// @param paths the entries that it was about; for a new folder or archive its own path
+    /// @param paths the entries that it was about; for a new folder or archive its own path, for a search its text
     /// @param code as the client gave it
     void operationFailed(int operation, QStringList paths, int code);
     void foldersListed(QString path, QStringList names);

@@ -72,9 +72,13 @@ void NetdiskPage::connectServer()
     connect(m_server, &NetDiskServer::sigLogout, this, &NetdiskPage::sigLogout);
     connect(m_server, &NetDiskServer::sigLogout, m_busy, &BusyStrip::stop);
     connect(m_server, &NetDiskServer::locationAsked, m_busy, &BusyStrip::start);
+    connect(m_server, &NetDiskServer::locationAsked, this, [this] {
+        m_goingBack = false;
+        m_unknown = false;
+    });
     connect(m_server, &NetDiskServer::operationFailed, this, &NetdiskPage::operationFailed);
     connect(m_server, &NetDiskServer::foldersListed, m_address, &AddressBar::setFolderNames);
-    connect(m_notice, &NoticeBar::tryAgain, this, &NetdiskPage::Update);
+    connect(m_notice, &NoticeBar::tryAgain, this, &NetdiskPage::tryAgain);
     connect(this, &NetdiskPage::sigGetFileInfo, m_info, &FileInfoAssistant::getFileInfo);
     connect(m_info, &FileInfoAssistant::handlerGetFileInfoFinished, this, &NetdiskPage::AddItems);
 }
@@ -179,28 +183,43 @@ void NetdiskPage::HandlerIntoFloderFailured(int error)
     m_busy->stop();
     const QPointer<NetdiskPage> self(this);
     const NavigationEntry failed = m_server->current();
-    const bool entered = m_server->action() == QLatin1String("IntoFolder");
     if (error == 2)
         tell(tr("Error"), tr("Path not found!"));
-    else
-        showNotice(tr("The folder \"%1\" could not be opened: the service does not answer as expected.")
-                       .arg(FileTexts::line(failed.path)),
-                   true);
+    else if (!m_goingBack) // what the person asked for is told, not each place on the way back from there
+        showFailedPlace(tr("The folder \"%1\" could not be opened: the service does not answer as expected.")
+                            .arg(FileTexts::line(failed.path)));
     // While the message was open the person may have gone on.
     if (!self || !(m_server->current() == failed))
         return;
     ChangeButtonStatus();
-    // The list of the very place that is shown could not be had anew: one stays, and so does the list.
-    if (error != 2 && failed == m_shownPlace)
-        return;
-    if (m_server->canBackward())
+    if (m_server->canBackward()) {
         m_server->backward();
-    else if (failed.path != QLatin1String("/"))
+        m_goingBack = true;
+    } else if (error == 2 && failed.path != QLatin1String("/")) {
         m_server->intoFolder(QStringLiteral("/"));
-    // A place that never opened is nothing to go forward to.
-    if (entered)
-        m_server->clearForward();
+        m_server->clearBackward(); // a place that is not there is nothing to go back to
+    } else if (!m_shownPlace.kind.isEmpty() && !(m_shownPlace == failed)) {
+        // The list that is still there is of another place than the one that changes would go to.
+        m_arriving.enqueue(NavigationEntry());
+        m_view->model()->show({}, failed.path, false);
+    }
     ChangeButtonStatus();
+}
+
+void NetdiskPage::showFailedPlace(const QString &text)
+{
+    m_failedPlace = m_server->current();
+    showNotice(text, true);
+}
+
+void NetdiskPage::tryAgain()
+{
+    if (m_server->current() == m_failedPlace)
+        m_server->navigation();
+    else if (m_failedPlace.kind == QLatin1String("SearchFile"))
+        m_server->searchFile(m_failedPlace.keyword);
+    else
+        m_server->intoFolder(m_failedPlace.title);
 }
 
 void NetdiskPage::ChangeButtonStatus()
@@ -239,18 +258,26 @@ void NetdiskPage::ShowItems(QList<FileItem> items)
     if (!m_server->answerIsCurrent())
         return;
     const NavigationEntry &place = m_server->current();
-    m_arriving.enqueue(place);
+    m_arriving.enqueue(m_unknown ? NavigationEntry() : place);
     m_view->model()->show(items, place.path, inSearch());
 }
 
 void NetdiskPage::locationShown()
 {
     m_busy->stop();
+    const QString left = m_shownPlace.path;
     m_shownPlace = m_arriving.dequeue();
     const QSignalBlocker quiet(m_filter);
     m_filter->setText(m_view->model()->filter());
     ClearItemCount();
     AddItemCount(m_view->model()->listing().folders, m_view->model()->listing().files);
+    if (m_shownPlace.kind.isEmpty())
+        showEmptyFolder(false); // what is there is not known
+    // Who comes up from a folder finds it where it is.
+    const QString &here = m_shownPlace.path;
+    if (!inSearch() && !here.isEmpty() && left.size() > here.size() && left.startsWith(here) &&
+        m_view->selectedCount() == 0)
+        m_view->select({left.left(left.indexOf(QLatin1Char('/'), here.size()))});
 }
 
 void NetdiskPage::AddItems(QList<FileItem> items)

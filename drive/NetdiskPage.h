@@ -201,6 +201,9 @@ private:
     void showMode();
     void showTransferStatus();
     void showNotice(const QString &text, bool canTryAgain = false);
+    /// Tells that the place asked for could not be had; tryAgain() asks for it once more.
+    void showFailedPlace(const QString &text);
+    void tryAgain();
     /// A modal notice or question; false also when the page went away meanwhile.
     bool ask(const QString &title, const QString &text, const QString &okText = QString());
     void tell(const QString &title, const QString &text);
@@ -248,7 +251,10 @@ private:
     QMap<std::pair<int, int>, QStringList> m_failures;
     QBasicTimer m_failureTimer;
     QQueue<NavigationEntry> m_arriving; ///< those whose entries are being sorted
-    NavigationEntry m_shownPlace;       ///< that whose entries are in the view
+    NavigationEntry m_shownPlace;       ///< that whose entries are in the view; empty when they are not known
+    NavigationEntry m_failedPlace;      ///< that which the notice offers to try again
+    bool m_goingBack = false;           ///< the last request leads back from a place that failed
+    bool m_unknown = false;             ///< the list that comes says nothing about its place
     bool m_shareAvailable = false;
     int m_folders = 0;
     int m_files = 0;

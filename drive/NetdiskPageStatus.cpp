@@ -147,6 +147,11 @@ void NetdiskPage::showNotice(const QString &text, bool canTryAgain)
 
 void NetdiskPage::operationFailed(int operation, const QStringList &paths, int code)
 {
+    if (operation == NetDiskServer::Search) {
+        m_unknown = true;
+        showFailedPlace(tr("Could not search for %1: %2.").arg(FileTexts::list(paths), reasonOf(code)));
+        return;
+    }
     QStringList &names = m_failures[{operation, code}];
     for (const QString &path : paths)
         names.append(FileListing::fileName(path));

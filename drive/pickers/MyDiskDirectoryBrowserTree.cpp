@@ -1,5 +1,7 @@
 #include "MyDiskDirectoryBrowserTree.h"
 
+#include "FileTexts.h"
+
 #include <QEvent>
 #include <QHeaderView>
 
@@ -8,6 +10,7 @@ namespace {
 enum Role
 {
     PathRole = Qt::UserRole,
+    NameRole, ///< as it is, not as it is shown
     StateRole ///< what is known of the sub-folders
 };
 
@@ -22,11 +25,6 @@ QIcon folderIcon()
 {
     static const QIcon icon(QStringLiteral(":/ArkvaleTolmaMain/Icon/folder.svg"));
     return icon;
-}
-
-QString oneLine(QString name)
-{
-    return name.replace(QLatin1Char('\n'), QChar(0x2424)).replace(QLatin1Char('\r'), QChar(0x240d));
 }
 
 } // namespace
@@ -98,9 +96,10 @@ void MyDiskDirectoryBrowserTree::setLoaded(QTreeWidgetItem *item, const QString 
 
 QTreeWidgetItem *MyDiskDirectoryBrowserTree::addFolder(QTreeWidgetItem *parent, const FileItem &folder)
 {
-    auto *item = new QTreeWidgetItem({oneLine(folder.name)});
+    auto *item = new QTreeWidgetItem({FileTexts::line(folder.name)});
     item->setIcon(0, folderIcon());
     item->setData(0, PathRole, folder.path);
+    item->setData(0, NameRole, folder.name);
     if (isForbidden(folder.path))
         item->setDisabled(true);
     else
@@ -113,7 +112,7 @@ QSet<QString> MyDiskDirectoryBrowserTree::names(const QTreeWidgetItem *parent)
 {
     QSet<QString> names;
     for (int i = 0; i < parent->childCount(); ++i)
-        names.insert(parent->child(i)->text(0));
+        names.insert(parent->child(i)->data(0, NameRole).toString());
     return names;
 }
 

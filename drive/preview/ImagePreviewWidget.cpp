@@ -1,6 +1,7 @@
 #include "ImagePreviewWidget.h"
 
 #include "FileListing.h"
+#include "FileTexts.h"
 #include "GlobalConfig.h"
 #include "PictureLoader.h"
 #include "PictureView.h"
@@ -302,10 +303,9 @@ void ImagePreviewWidget::showTexts()
         return;
     const FileItem item = current();
     const Picture picture = m_loader->picture(item);
-    QString name = item.name;
-    name.replace(QLatin1Char('\n'), QChar(0x2424)).replace(QLatin1Char('\r'), QChar(0x240d));
+    const QString name = FileTexts::line(item.name);
     m_name->setText(m_name->fontMetrics().elidedText(name, Qt::ElideMiddle, qMax(40, m_name->width())));
-    m_name->setToolTip(QString(name).toHtmlEscaped());
+    m_name->setToolTip(FileTexts::plainToolTip(name));
     setWindowTitle(name);
     m_position->setText(QStringLiteral("(%1/%2)").arg(m_index + 1).arg(m_images.size()));
     const bool known = !picture.isNull() && !picture.isStandIn;

@@ -1,5 +1,6 @@
 #include "PreviewProgress.h"
 
+#include "FileTexts.h"
 #include "SizeText.h"
 
 #include <QLabel>
@@ -24,7 +25,7 @@ PreviewProgress::PreviewProgress(const QString &name, QWidget *parent)
     m_frame.addAnswers(tr("Cancel"));
     auto *label = new QLabel(this);
     label->setTextFormat(Qt::PlainText);
-    label->setText(fontMetrics().elidedText(name, Qt::ElideMiddle, 340));
+    label->setText(fontMetrics().elidedText(FileTexts::line(name), Qt::ElideMiddle, 340));
     m_bar->setObjectName(QStringLiteral("previewProgressBar"));
     m_bar->setAccessibleName(tr("Progress"));
     m_bar->setRange(0, 0);

@@ -8,11 +8,11 @@ AddressBarButton::AddressBarButton(const QString &name, const QString &path, QWi
     , m_path(path)
 {
     // An ampersand in a name is no shortcut.
-    QString shownName = fontMetrics().elidedText(name, Qt::ElideMiddle, 200);
-    shownName.replace(QLatin1Char('&'), QLatin1String("&&")).replace(QLatin1Char('\n'), QLatin1Char(' '));
+    QString shownName = fontMetrics().elidedText(FileTexts::line(name), Qt::ElideMiddle, 200);
+    shownName.replace(QLatin1Char('&'), QLatin1String("&&"));
     setText(shownName);
-    setToolTip(FileTexts::plainToolTip(path));
-    setAccessibleName(name);
+    setToolTip(FileTexts::plainToolTip(FileTexts::line(path)));
+    setAccessibleName(FileTexts::line(name));
     setToolButtonStyle(Qt::ToolButtonTextOnly);
     setAutoRaise(true);
     setFocusPolicy(Qt::TabFocus);

@@ -108,18 +108,17 @@ void FileItemModel::addNow(const QList<FileItem> &items)
     if (items.size() > FewChanges || !m_filter.isEmpty()) {
         renew([&] {
             const FileListing more = FileListing::prepare(items, m_order);
-            QVector<FileItem> fresh;
+            QVector<int> replaced;
             for (const FileItem &item : more.items) {
                 count(item, 1);
                 const int entry = find(item.path);
-                if (entry < 0) {
-                    fresh.append(item);
-                    continue;
+                if (entry >= 0) {
+                    count(m_listing.items.at(entry), -1);
+                    replaced.append(entry);
                 }
-                count(m_listing.items.at(entry), -1);
-                m_listing.items[entry] = item;
             }
-            FileOrder::merge(m_listing.items, fresh, m_order);
+            takeOut(replaced);
+            FileOrder::merge(m_listing.items, more.items, m_order);
         });
     } else {
         for (const FileItem &item : items)
@@ -137,9 +136,43 @@ void FileItemModel::addOne(const FileItem &item)
         return insert(item);
     count(m_listing.items[entry], -1);
     count(item, 1);
-    m_listing.items[entry] = item;
-    ++m_version;
-    emit dataChanged(index(entry, 0), index(entry, ColumnCount - 1));
+    replace(entry, item);
+}
+
+void FileItemModel::replace(int entry, const FileItem &item)
+{
+    const FileItem &old = m_listing.items.at(entry);
+    const bool moves = FileOrder::before(old, item, m_order) || FileOrder::before(item, old, m_order);
+    const int target = moves ? FileOrder::insertRow(m_listing.items, item, m_order, entry) : entry;
+    const auto change = [&] {
+        m_listing.items[entry] = item;
+        m_listing.items.move(entry, target);
+    };
+    if (!m_filter.isEmpty())
+        return renew(change);
+    if (target != entry)
+        beginMoveRows({}, entry, entry, {}, target > entry ? target + 1 : target);
+    change();
+    itemsChanged();
+    if (target != entry)
+        endMoveRows();
+    emit dataChanged(index(target, 0), index(target, ColumnCount - 1));
+}
+
+void FileItemModel::takeOut(QVector<int> entries)
+{
+    std::sort(entries.begin(), entries.end());
+    QVector<FileItem> kept;
+    kept.reserve(m_listing.items.size() - entries.size());
+    auto next = entries.cbegin();
+    for (int entry = 0; entry < m_listing.items.size(); ++entry) {
+        if (next != entries.cend() && *next == entry)
+            ++next;
+        else
+            kept.append(std::move(m_listing.items[entry]));
+    }
+    m_listing.items.swap(kept);
+    OrderedWork::discard(std::move(kept));
 }
 
 void FileItemModel::count(const FileItem &item, int change)
@@ -183,19 +216,7 @@ void FileItemModel::removeNow(const QStringList &paths)
         m_listing.unfinished.remove(FileListing::key(item.path));
     }
     if (gone.size() > FewChanges || !m_filter.isEmpty()) {
-        renew([&] {
-            QVector<FileItem> kept;
-            kept.reserve(m_listing.items.size() - gone.size());
-            auto next = gone.cbegin();
-            for (int entry = 0; entry < m_listing.items.size(); ++entry) {
-                if (next != gone.cend() && *next == entry)
-                    ++next;
-                else
-                    kept.append(std::move(m_listing.items[entry]));
-            }
-            m_listing.items.swap(kept);
-            OrderedWork::discard(std::move(kept));
-        });
+        renew([&] { takeOut(gone); });
     } else {
         for (int last = gone.size() - 1; last >= 0;) {
             int first = last;
@@ -229,20 +250,7 @@ void FileItemModel::renameNow(const QString &src, const QString &dest)
     FileItem item = m_listing.items[entry];
     item.path = dest;
     item.name = FileListing::fileName(dest);
-    const int target = FileOrder::insertRow(m_listing.items, item, m_order, entry);
-    const auto change = [&] {
-        m_listing.items[entry] = item;
-        m_listing.items.move(entry, target);
-    };
-    if (!m_filter.isEmpty())
-        return renew(change);
-    if (target != entry)
-        beginMoveRows({}, entry, entry, {}, target > entry ? target + 1 : target);
-    change();
-    itemsChanged();
-    if (target != entry)
-        endMoveRows();
-    emit dataChanged(index(target, 0), index(target, ColumnCount - 1));
+    replace(entry, item);
 }
 
 void FileItemModel::setIcons(const QList<FileItem> &items)

@@ -117,6 +117,9 @@ private:
     void removeNow(const QStringList &paths);
     void renameNow(const QString &src, const QString &dest);
     void insert(const FileItem &item);
+    /// The entry takes the record @p item and the place that it has in the order.
+    void replace(int entry, const FileItem &item);
+    void takeOut(QVector<int> entries);
     void takeEntries(int first, int last);
     void sortAgain();
     /// Changes the list by @p change as a whole; rows, selection and persistent indexes begin anew.

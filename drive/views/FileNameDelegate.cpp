@@ -38,12 +38,14 @@ void FileNameDelegate::setEditorData(QWidget *editor, const QModelIndex &index) 
     if (!edit || !edit->property("oldName").isNull())
         return;
     const QString name = index.data(Qt::EditRole).toString();
-    edit->setProperty("oldName", name);
     // A name that breaks the rules already could not be mended key by key under the validator; it is checked at the
     // end.
     if (!FileNameRules::matches(name))
         edit->setValidator(nullptr);
+    edit->setMaxLength(qMax(edit->maxLength(), name.size()));
     edit->setText(name);
+    // As the field holds it: a name that it shows otherwise is not a name that somebody changed.
+    edit->setProperty("oldName", edit->text());
     // The view selects the whole text right after this call; the ending is seldom what is to change.
     const int dot = name.lastIndexOf(QLatin1Char('.'));
     if (dot > 0)

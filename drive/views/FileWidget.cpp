@@ -241,7 +241,8 @@ QMenu *FileWidget::createContextMenu(QWidget *parent)
     updateActions();
     auto *menu = new QMenu(parent);
     for (QAction *action : qAsConst(m_actions)) {
-        if (action->isEnabled())
+        // On the ground there is nothing to rename.
+        if (action->isEnabled() && (action != m_actions[Rename] || selectedCount() > 0))
             menu->addAction(action);
     }
     menu->addMenu(createSortMenu(menu));
@@ -282,6 +283,8 @@ void FileWidget::activate(const QModelIndex &index)
     if (!index.isValid())
         return;
     const FileItem item = m_model->item(index.row());
+    if (item.path.isEmpty())
+        return;
     if (item.isFolder())
         emit sigIntoFolder(item.path);
     else
@@ -364,8 +367,10 @@ void FileWidget::forEachSelected(const std::function<void(const FileItem &item)>
               [](const QItemSelectionRange &a, const QItemSelectionRange &b) { return a.top() < b.top(); });
     int next = 0;
     for (const QItemSelectionRange &range : qAsConst(ranges)) {
-        for (int row = qMax(next, range.top()); row <= range.bottom(); ++row)
-            visit(m_model->item(row));
+        for (int row = qMax(next, range.top()); row <= range.bottom(); ++row) {
+            if (!m_model->item(row).path.isEmpty()) // without one there is nothing to ask for
+                visit(m_model->item(row));
+        }
         next = qMax(next, range.bottom() + 1);
     }
 }

@@ -1671,6 +1671,10 @@
         <source>Could not decompress %1: %2.</source>
         <translation>无法解压 %1：%2。</translation>
     </message>
+    <message>
+        <source>Could not search for %1: %2.</source>
+        <translation>无法搜索 %1：%2。</translation>
+    </message>
 </context>
 <context>
     <name>NewFolderWidget</name>

@@ -1671,6 +1671,10 @@
         <source>Could not decompress %1: %2.</source>
         <translation>無法解壓縮 %1：%2。</translation>
     </message>
+    <message>
+        <source>Could not search for %1: %2.</source>
+        <translation>無法搜尋 %1：%2。</translation>
+    </message>
 </context>
 <context>
     <name>NewFolderWidget</name>
