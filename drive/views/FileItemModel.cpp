@@ -7,7 +7,6 @@
 #include <QBuffer>
 #include <QImageReader>
 #include <QPixmap>
-#include <QStringMatcher>
 
 #include <algorithm>
 #include <memory>
@@ -28,6 +27,30 @@ constexpr int LargestPicture = 1024;
 QString pictureKey(const FileItem &item)
 {
     return QString::number(item.datetime, 36) + item.path;
+}
+
+ushort folded(QChar c)
+{
+    const ushort code = c.unicode();
+    if (code < 0x80)
+        return code >= 'A' && code <= 'Z' ? ushort(code + 0x20) : code;
+    return c.toCaseFolded().unicode();
+}
+
+/// Whether the name holds the folded text, whatever its case. The toolkit's search would do, but looks each character
+/// up in its tables, and all names of a folder are searched with each key that is pressed.
+bool holds(const QString &name, const QString &text)
+{
+    const QChar *at = name.constData();
+    const QChar *const last = at + name.size() - text.size();
+    for (; at <= last; ++at) {
+        int same = 0;
+        while (same < text.size() && folded(at[same]) == text.at(same).unicode())
+            ++same;
+        if (same == text.size())
+            return true;
+    }
+    return false;
 }
 
 QImage decoded(const QByteArray &bytes)
@@ -53,11 +76,12 @@ FileItemModel::FileItemModel(QObject *parent)
 FileItemModel::~FileItemModel() = default;
 
 template <typename Change>
-void FileItemModel::renew(const Change &change)
+void FileItemModel::renew(const Change &change, RowIndex rows)
 {
     beginResetModel();
     change();
     itemsChanged();
+    m_rows = std::move(rows);
     applyFilter();
     endResetModel();
 }
@@ -72,14 +96,16 @@ void FileItemModel::show(const QList<FileItem> &items, const QString &folder, bo
     const FileOrder::Type order = m_order;
     m_work->runIf(items.size() > SortInline, [this, items, order, folder, search] {
         const auto ready = std::make_shared<FileListing>(FileListing::prepare(items, order));
-        return OrderedWork::Deliver([this, ready, folder, search] {
-            renew([&] {
+        const auto rows = std::make_shared<RowIndex>(RowIndex::of(ready->items));
+        return OrderedWork::Deliver([this, ready, rows, folder, search] {
+            const auto replace = [&] {
                 std::swap(m_listing, *ready);
                 if (folder != m_folder || search != m_search)
                     m_filter.clear();
                 m_folder = folder;
                 m_search = search;
-            });
+            };
+            renew(replace, std::move(*rows));
             OrderedWork::discard(std::move(*ready));
             emit shown();
             if (!m_listing.thumbnails.isEmpty())
@@ -295,9 +321,10 @@ void FileItemModel::sortAgain()
     const auto sorted = std::make_shared<QVector<FileItem>>(m_listing.items);
     m_work->runIf(sorted->size() > SortInline, [this, sorted, order, version] {
         FileOrder::sort(*sorted, order);
-        return OrderedWork::Deliver([this, sorted, order, version] {
+        const auto rows = std::make_shared<RowIndex>(RowIndex::of(*sorted));
+        return OrderedWork::Deliver([this, sorted, rows, order, version] {
             if (m_order == order && m_version == version)
-                renew([&] { m_listing.items.swap(*sorted); });
+                renew([&] { m_listing.items.swap(*sorted); }, std::move(*rows));
             else if (m_order == order)
                 sortAgain();
             OrderedWork::discard(std::move(*sorted));
@@ -320,9 +347,9 @@ void FileItemModel::applyFilter()
     m_shownEntries.clear();
     if (m_filter.isEmpty())
         return;
-    const QStringMatcher matcher(m_filter, Qt::CaseInsensitive);
+    const QString wanted = m_filter.toCaseFolded();
     for (int entry = 0; entry < m_listing.items.size(); ++entry) {
-        if (matcher.indexIn(m_listing.items.at(entry).name) >= 0)
+        if (holds(m_listing.items.at(entry).name, wanted))
             m_shownEntries.append(entry);
     }
 }
@@ -335,11 +362,8 @@ void FileItemModel::itemsChanged()
 
 int FileItemModel::find(const QString &path) const
 {
-    if (m_rows.isEmpty()) {
-        m_rows.reserve(m_listing.items.size());
-        for (int entry = 0; entry < m_listing.items.size(); ++entry)
-            m_rows.insert(m_listing.items, entry);
-    }
+    if (m_rows.isEmpty())
+        m_rows = RowIndex::of(m_listing.items);
     return m_rows.find(m_listing.items, path);
 }
 

@@ -123,8 +123,9 @@ private:
     void takeEntries(int first, int last);
     void sortAgain();
     /// Changes the list by @p change as a whole; rows, selection and persistent indexes begin anew.
+    /// @param rows where the entries are after it, if that is known
     template <typename Change>
-    void renew(const Change &change);
+    void renew(const Change &change, RowIndex rows = {});
     void applyFilter();
     void itemsChanged();
 

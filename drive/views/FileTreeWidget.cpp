@@ -5,6 +5,7 @@
 #include "SelectionBand.h"
 
 #include <QHeaderView>
+#include <QItemSelectionModel>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
@@ -107,6 +108,17 @@ void FileTreeWidget::selectAll()
 {
     selectionModel()->select(touched(QRect(0, 0, 1, m_entries->rowCount() * heightOfRow())),
                              QItemSelectionModel::ClearAndSelect);
+}
+
+void FileTreeWidget::setSelectionModel(QItemSelectionModel *selection)
+{
+    QTreeView::setSelectionModel(selection);
+    // To paint a column's head the header asks whether every row of it is selected, one by one. Whole columns never are
+    // anything here, so it gets a selection that stays empty.
+    QItemSelectionModel *old = m_noColumns;
+    m_noColumns = new QItemSelectionModel(selection->model(), this);
+    header()->setSelectionModel(m_noColumns);
+    delete old;
 }
 
 void FileTreeWidget::mousePressEvent(QMouseEvent *event)

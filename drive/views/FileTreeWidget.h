@@ -29,6 +29,7 @@ public:
     void setSortIndicator(FileOrder::Type order);
     void setPathColumnVisible(bool visible);
     void selectAll() override;
+    void setSelectionModel(QItemSelectionModel *selection) override;
 
 signals:
     /// The selection is to be dragged.
@@ -55,6 +56,7 @@ private:
     QItemSelection touched(const QRect &area) const;
 
     FileItemModel *m_entries = nullptr;
+    QItemSelectionModel *m_noColumns = nullptr; ///< what the header takes for the selection
     SelectionBand *m_band;
     std::unique_ptr<DropMark> m_drop;
 };

@@ -36,6 +36,15 @@ bool RowIndex::insert(const QVector<FileItem> &items, int row)
     return true;
 }
 
+RowIndex RowIndex::of(const QVector<FileItem> &items)
+{
+    RowIndex rows;
+    rows.reserve(items.size());
+    for (int row = 0; row < items.size(); ++row)
+        rows.insert(items, row);
+    return rows;
+}
+
 int RowIndex::find(const QVector<FileItem> &items, const QString &path) const
 {
     return m_slots.empty() ? -1 : m_slots[slot(items, keyOf(path))];

@@ -11,6 +11,8 @@
 class RowIndex
 {
 public:
+    /// Of all of @p items.
+    static RowIndex of(const QVector<FileItem> &items);
     void clear() { m_slots.clear(); }
     bool isEmpty() const { return m_slots.empty(); }
     void reserve(int rows);
