@@ -5,7 +5,6 @@
 #include "SizeText.h"
 
 #include <QIcon>
-#include <QLocale>
 
 namespace {
 
@@ -60,7 +59,7 @@ QVariant FinishedTaskModel::data(const QModelIndex &index, int role) const
         return name.isEmpty() ? row.record.SubCenterId : name;
     }
     case TimeColumn:
-        return QLocale().toString(row.record.FinishDate, QLocale::ShortFormat);
+        return row.record.FinishDate.toString(QStringLiteral("yyyy-MM-dd HH:mm"));
     case ResultColumn:
         return success ? tr("successful") : tr("failed");
     }

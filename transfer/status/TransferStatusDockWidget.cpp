@@ -18,6 +18,7 @@ namespace {
 
 constexpr int kWidth = 360;
 constexpr int kAroundText = 68; ///< margins, icon and padding of a line
+constexpr int kLeastName = 60;
 
 } // namespace
 
@@ -145,14 +146,20 @@ void TransferStatusDockWidget::refresh()
     for (int i = 0; i < m_connections.size(); ++i) {
         const ZpdtConnectionInfo &connection = m_connections.at(i);
         QPushButton *line = m_buttons.at(i);
-        const QString text = QStringLiteral("%1:%2 (%3:%4)")
-                                 .arg(nameOf(connection), TaskDetailInfoWidget::stateText(connection.state),
-                                      connection.host, connection.port);
+        const auto text = [&connection](const QString &name) {
+            return QStringLiteral("%1:%2 (%3:%4)")
+                .arg(name, TaskDetailInfoWidget::stateText(connection.state), connection.host, connection.port);
+        };
+        const QString name = nameOf(connection);
+        const int room = kWidth - kAroundText - (beside ? m_label->sizeHint().width() + 6 : 0);
+        // What does not fit is cut out of the name: the state is what is looked for.
+        const int rest = fontMetrics().horizontalAdvance(text(QString()));
+        const QString shortened = fontMetrics().elidedText(name, Qt::ElideRight, qMax(kLeastName, room - rest));
         // A name may hold what a button takes for the mark of a shortcut.
-        line->setText(fontMetrics().elidedText(QString(text).replace(QLatin1Char('&'), QLatin1String("&&")),
-                                               Qt::ElideMiddle,
-                                               kWidth - kAroundText - (beside ? m_label->sizeHint().width() + 6 : 0)));
-        line->setToolTip(text.toHtmlEscaped());
+        line->setText(fontMetrics()
+                          .elidedText(text(shortened), Qt::ElideRight, room)
+                          .replace(QLatin1Char('&'), QLatin1String("&&")));
+        line->setToolTip(text(name).toHtmlEscaped());
         line->setIcon(
             QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/") + (m_verdicts.value(i) == ConnectionHealth::Good
                                                                     ? TaskDetailInfoWidget::stateIcon(connection.state)
