@@ -10,12 +10,14 @@
 #include "OpenDialogs.h"
 #include "SelectCenterDialog.h"
 #include "SingleApplication.h"
+#include "Theme.h"
 #include "UpdateService.h"
 #include "zpt_logger.h"
 
 #include <QDebug>
 #include <QEventLoop>
 #include <QIcon>
+#include <QPixmapCache>
 #include <QTimer>
 #include <QTranslator>
 
@@ -28,6 +30,14 @@ constexpr int kSuccess = 200;
 constexpr int kSubCenterPatience = 3000; // ms for the service to tell where the user's homes are
 
 const char kUpdaterProperty[] = "updateService";
+
+/// Pictures of the user's files are nobody else's. The cache's own clear() would leave its keys behind for ever.
+void forgetPictures()
+{
+    const int limit = QPixmapCache::cacheLimit();
+    QPixmapCache::setCacheLimit(0);
+    QPixmapCache::setCacheLimit(limit);
+}
 
 } // namespace
 
@@ -48,6 +58,8 @@ bool LoginCycle::run()
 {
     if (m_ending)
         return false;
+    // Anew each time: the toolkit never forgets what it worked out for widgets that were not shown before they went.
+    Theme::apply(m_application, Theme::isDark());
     loadConfiguration();
     startServices();
     bool again = false;
@@ -307,6 +319,7 @@ void LoginCycle::tearDown()
         m_window->hide();
     // Each before what it was built with.
     m_window.reset();
+    forgetPictures();
     m_tray.reset();
     m_dialog.reset();
     m_bridge.reset();

@@ -93,6 +93,7 @@ QString Theme::darkened(const QString &sheet)
 
 void Theme::apply(QApplication *application, bool dark)
 {
+    application->setStyleSheet(QString());
     // The desktop's own style draws what the sheet leaves to it in colours of its own.
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     QApplication::setPalette(paletteOf(dark));

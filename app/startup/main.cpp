@@ -3,7 +3,6 @@
 #include "LoginCycle.h"
 #include "ProcessSetup.h"
 #include "SingleApplication.h"
-#include "Theme.h"
 
 #include <QCommandLineParser>
 #include <QDebug>
@@ -30,7 +29,6 @@ int runProgram(int &argc, char **argv, std::function<void()> *lastAct)
     if (application.isRunning())
         return 0;
 
-    Theme::apply(&application, Theme::isDark());
     LoginCycle cycle(&application, commandLine);
     TerminationRequest termination;
     QObject::connect(&termination, &TerminationRequest::requested, &cycle, &LoginCycle::end);

@@ -21,7 +21,6 @@
 #include <QDir>
 #include <QMenu>
 #include <QMimeData>
-#include <QPixmapCache>
 #include <QPointer>
 #include <QTimer>
 #include <QToolButton>
@@ -45,11 +44,10 @@ void ArkvaleTolmaMain::finish(int state)
     m_config->setState(state);
     m_bridge->setReady(false);
     keepState();
-    // What the user cut or copied, and pictures of the user's files, are nobody else's.
+    // What the user cut or copied is nobody else's.
     if (const QMimeData *kept = QApplication::clipboard()->mimeData();
         kept && kept->hasFormat(QStringLiteral("ArkvaleTolma")))
         QApplication::clipboard()->clear();
-    QPixmapCache::clear();
     // Open questions run loops of their own, inside which the cycle cannot end; answering one may open the next.
     connect(m_endTimer, &QTimer::timeout, this, [] { rejectOpenDialogs(); });
     m_endTimer->start(kEndInterval);
@@ -206,8 +204,7 @@ void ArkvaleTolmaMain::showMenu()
     menu->addAction(tr("Start WSS"), this, SLOT(StartSocketServer()))->setEnabled(!m_bridge->isRunning());
     menu->addAction(tr("Stop WSS"), this, SLOT(StopSocketServer()))->setEnabled(m_bridge->isRunning());
     menu->addAction(tr("Clear cache(&C)"), this, SLOT(ClearCache()));
-    if (m_updater)
-        menu->addAction(tr("Check for updates(&U)"), this, SLOT(UpdateApp()));
+    menu->addAction(tr("Check for updates(&U)"), this, SLOT(UpdateApp()))->setEnabled(m_updater);
     menu->addAction(tr("About"), this, SLOT(About()));
     menu->addAction(tr("Help"), this, SLOT(Help()));
     menu->addSeparator();
