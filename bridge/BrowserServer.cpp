@@ -9,8 +9,6 @@
 #include <QWebSocket>
 #include <QWebSocketServer>
 
-#include <exception>
-
 namespace {
 
 constexpr int kLogLevel = 600;
@@ -188,7 +186,7 @@ void BrowserServer::receivedTextMessage(QString message)
     writeLog(QStringLiteral("Received message from client[%1]: %2 ").arg(client->origin(), message), __LINE__);
     try {
         processTextMessage(client, message);
-    } catch (const std::exception &) {
+    } catch (...) {
         writeLog(QStringLiteral("catched ! Received message from client[%1]: %2 ").arg(client->origin(), message),
                  __LINE__);
     }
