@@ -203,6 +203,8 @@ void NetDiskServer::handlerListFolders(qint64 id, int code, QByteArray body)
     if (!m_folderLists.contains(id))
         return;
     const QString path = m_folderLists.take(id);
+    if (code == Expired)
+        return loginExpired();
     read(body, [this, path, code, body]() -> std::function<void()> {
         QStringList names;
         const QList<FileItem> items =

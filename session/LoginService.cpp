@@ -196,7 +196,10 @@ void LoginService::getCurrentUserIcon()
 
 void LoginService::handlerGetCurrentUserIcon(qint64 id, int code, QByteArray body)
 {
-    if (!m_pending.removeOne(id) || code != kSuccess || body.size() > kMostIcon)
+    if (!m_pending.removeOne(id))
+        return;
+    m_config->noteAnswer(code);
+    if (code != kSuccess || body.size() > kMostIcon)
         return;
     UserInfo user = m_config->currentUser();
     user.iconData = body;
@@ -258,8 +261,7 @@ void LoginService::handlerCheckSubCenter(qint64 id, int code, QByteArray body)
     destroySender();
     const QList<SubCenter> centers = m_config->subCenters();
     if (m_pending.removeOne(id)) {
-        if (code == kRestricted)
-            m_config->noteSessionEnded();
+        m_config->noteAnswer(code);
         QString path;
         if (code == kNoHome) {
             path = kNotFound;
@@ -304,8 +306,7 @@ void LoginService::handlerCheckStorage(qint64 id, int code, QByteArray body)
     destroySender();
     if (!m_pending.removeOne(id))
         return;
-    if (code == kRestricted)
-        m_config->noteSessionEnded();
+    m_config->noteAnswer(code);
     if (code != kSuccess)
         return;
     QJsonObject answer;

@@ -225,6 +225,8 @@ void TransferringWidget::connectEngine()
             [this](const TaskRecord &task, const ZpdtProgress &progress) {
                 m_totals.progress(task, progress);
                 m_watch->progress(task, progress);
+                if (progress.error == ZpdtError::Refused)
+                    emit Refused();
             });
     for (TransferListWidget *list : {m_uploads, m_downloads}) {
         connect(engine, SIGNAL(TaskCreateCount(qint64, ZPDTCMDTYPE)), list, SLOT(CreateCount(qint64, ZPDTCMDTYPE)));

@@ -91,6 +91,8 @@ signals:
     void FileTransferringTaskCreated(ZPDTCMDTYPE type);
     /// Uploads wait for room: new storage figures of the accounts would be of use.
     void StorageFiguresWanted();
+    /// The service refuses a task: whether it still knows the login should be asked. May fire often.
+    void Refused();
 
 protected:
     void changeEvent(QEvent *event) override;

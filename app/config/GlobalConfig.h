@@ -142,8 +142,9 @@ public slots:
     void handlerGetTransferLimit(qint64 id, int code, QByteArray body);
     /// Tells the person about a failed request: 0 sub-center list, 1 user info, other values unknown.
     void handlerRequstFailured(int error);
-    /// For whoever gets the answer "session expired or account restricted" (201) to a request of the session.
-    void noteSessionEnded();
+    /// For whoever gets an answer to a request of the session and has no signal of its own for its end: the code
+    /// "session expired or account restricted" (201) ends it, any other changes nothing.
+    void noteAnswer(int code);
 
 signals:
     void handlerListSubCenterFinished();

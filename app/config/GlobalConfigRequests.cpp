@@ -65,9 +65,9 @@ void GlobalConfig::handlerListSubCenter(qint64 id, int code, QByteArray body)
     emit handlerListSubCenterFinished();
 }
 
-void GlobalConfig::noteSessionEnded()
+void GlobalConfig::noteAnswer(int code)
 {
-    if (state() == LoggedIn)
+    if (code == 201 && state() == LoggedIn)
         emit sessionEnded();
 }
 
@@ -75,8 +75,7 @@ bool GlobalConfig::isAnswer(qint64 id, int code)
 {
     if (!m_data->pendingOthers.removeOne(id))
         return false;
-    if (code == 201)
-        noteSessionEnded();
+    noteAnswer(code);
     return code == 200;
 }
 

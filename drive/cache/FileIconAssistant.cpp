@@ -247,6 +247,7 @@ void FileIconAssistant::handlerGetFileIcon(qint64 id, int code, QByteArray body)
     if (job == m_jobs.end())
         return;
     endFetch(*job);
+    GlobalConfig::instance()->noteAnswer(code);
     if (code == 200 && isPicture(body) && body.size() <= LargestIcon)
         ready(*job, body);
     else
@@ -332,6 +333,7 @@ void FileIconAssistant::handlerGetUserIcon(qint64 id, int code, QByteArray body)
     const QString address = m_userRequests.take(id);
     if (address.isEmpty())
         return;
+    GlobalConfig::instance()->noteAnswer(code);
     if (code != 200 || body.isEmpty()) {
         m_users.remove(address);
         return;

@@ -67,6 +67,7 @@ void FileInfoAssistant::handlerGetFileInfo(qint64 id, int code, QByteArray body)
 {
     if (!m_pending.remove(id))
         return;
+    GlobalConfig::instance()->noteAnswer(code);
     if (code == 200) {
         const FileItem item = FileItemReader::item(QJsonDocument::fromJson(body).object(), FileItemReader::PlainTime);
         if (!item.path.isEmpty())

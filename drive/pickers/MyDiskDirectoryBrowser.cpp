@@ -131,6 +131,7 @@ void MyDiskDirectoryBrowser::slotHandleListFinished(qint64 id, int code, QByteAr
         return;
     const QPersistentModelIndex parent = *found;
     m_requests.erase(found);
+    GlobalConfig::instance()->noteAnswer(code);
     if (code != 200) {
         if (QTreeWidgetItem *item = itemAt(parent))
             m_tree->setLoaded(item, code == 203 ? tr("Path not found!") : tr("The folder could not be opened."));
@@ -198,6 +199,7 @@ void MyDiskDirectoryBrowser::handleMkdir(qint64 id, int code)
     if (id != m_mkdir)
         return;
     m_mkdir = 0;
+    GlobalConfig::instance()->noteAnswer(code);
     updateButtons();
     QTreeWidgetItem *parent = itemAt(m_madeIn);
     if (code != 200)

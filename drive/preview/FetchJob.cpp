@@ -1,5 +1,7 @@
 #include "FetchJob.h"
 
+#include "GlobalConfig.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -84,6 +86,7 @@ void FetchJob::answered(qint64 id, int code)
         return;
     m_timer.stop();
     running().remove(m_localPath);
+    GlobalConfig::instance()->noteAnswer(code);
     const bool ok = code == 200 && QFile::exists(m_localPath) && isThere(m_item, m_localPath);
     if (ok)
         QFile::setPermissions(m_localPath, QFile::ReadOwner);

@@ -216,6 +216,7 @@ void PictureLoader::askForStandIn(Entry &entry)
         if (!known || !known->client)
             return;
         known->client.reset();
+        GlobalConfig::instance()->noteAnswer(code);
         if (code != 200)
             return fail(key);
         known->stage = Entry::Decoding;

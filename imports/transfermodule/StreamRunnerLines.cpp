@@ -76,7 +76,8 @@ void StreamRunnerPrivate::onTicket(quint64 ticket, const TicketAnswer &answer)
         return;
     if (answer.error == ZpdtError::None)
         enterLine(*job, answer);
-    else if (answer.error == ZpdtError::Network)
+    else if (answer.error == ZpdtError::Network || (answer.loginOver && ++job->refusals < kRefusals))
+        // A login that is over ends the program's session soon, and the task goes on in the next one.
         retry(*job, answer.error, answer.errorText);
     else
         failAll(*job, answer.error, answer.errorText);

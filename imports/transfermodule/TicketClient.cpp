@@ -143,6 +143,7 @@ void TicketClient::onReply(QNetworkReply *reply, Asked asked)
     } else {
         const bool busy = status == 0 || status == 408 || status == 429 || status >= 500 || status < 400;
         answer.error = status == 404 ? ZpdtError::NotFound : busy ? ZpdtError::Network : ZpdtError::Refused;
+        answer.loginOver = status == 401;
         // Nonces are random, so a repeated one was repeated by the line.
         if (status == 401 && object.value(QLatin1String("error")).toString() == QLatin1String("repeated"))
             answer.error = ZpdtError::Network;

@@ -24,6 +24,9 @@ struct TicketAnswer
 {
     /// None; Refused and NotFound, which asking again does not mend; Network for everything else
     ZpdtError error = ZpdtError::None;
+    /// With Refused: the service does not know the credentials, or not any more. The login that they belong to is over,
+    /// or about to be renewed.
+    bool loginOver = false;
     QString errorText;
     QString ticket;
     QString fingerprint; ///< of the transfer server's certificate, lower-case hexadecimal

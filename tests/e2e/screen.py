@@ -1,6 +1,8 @@
 """A virtual screen on which the client runs and is used as by a person."""
 import contextlib
+import mmap
 import os
+import struct
 import subprocess
 import time
 
@@ -13,8 +15,10 @@ class Screen:
     def __init__(self, folder):
         read, write = os.pipe()
         quiet = {"stdout": subprocess.DEVNULL, "stderr": subprocess.DEVNULL}
-        self.server = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x800x24"],
-                                       pass_fds=[write], **quiet)
+        self.folder = os.path.join(folder, "screen")
+        os.makedirs(self.folder, exist_ok=True)
+        self.server = subprocess.Popen(["Xvfb", "-displayfd", str(write), "-screen", "0", "1280x800x24",
+                                        "-fbdir", self.folder], pass_fds=[write], **quiet)
         os.close(write)
         with os.fdopen(read) as told:
             number = told.readline().strip()
@@ -39,6 +43,14 @@ class Screen:
         for process in (self.manager, self.server):
             process.terminate()
             process.wait()
+
+    def rows(self):
+        """The rows of pixels that the screen shows now, as the server has them in memory."""
+        with open(os.path.join(self.folder, "Xvfb_screen0"), "rb") as f, \
+                mmap.mmap(f.fileno(), 0, access=mmap.ACCESS_READ) as picture:
+            header = struct.unpack(">25I", picture[:100])
+            start, height, line = header[0] + 12 * header[19], header[5], header[12]
+            return [picture[start + at * line:start + (at + 1) * line] for at in range(height)]
 
     def keys(self, *keys, pause=0.0):
         """Presses keys in the window that has the keyboard."""

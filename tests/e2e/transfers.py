@@ -312,6 +312,39 @@ def full_disk_there(rig):
         rig.stop_client(client)
 
 
+def session_ends(rig):
+    """The service ends the user's sessions in mid-upload: one notice, and after the next login the upload goes on."""
+    rig.start_service()
+    rig.target_speed(8000)
+    source = big_source(rig, 100 << 20)
+    remote = os.path.join(home_of(rig), "ends")
+    with Screen.shown(rig) as screen:
+        client = upload(rig, source, "/ends", ["big.bin"])
+        wait_for(growing(remote, 4 << 20), 30, "the upload begins")
+        subprocess.run([f"{rigs.BIN}/arkvale-service", "set-password", "demo", "--password", "demo", "--data", rig.data],
+                       check=True, stdout=subprocess.DEVNULL)
+        screen.tool("windowactivate", "--sync", screen.window("NRX Net Disk"))
+        screen.keys("F5")
+        screen.window("Tip")
+        if len(screen.windows("Tip")) != 1:
+            raise Failure("more than one notice")
+        screen.keys("Return")
+        wait_for(lambda: not screen.windows("NRX Net Disk") and not screen.windows("Tip"), 20, "the window closes")
+        screen.window("Login")
+        time.sleep(1)
+        kept = [name for name in os.listdir(remote) if name.endswith(".ZPDT.cache")]
+        if not kept:
+            raise Failure("nothing is left of the upload to go on with")
+        reached = os.stat(os.path.join(remote, kept[0])).st_blocks
+        time.sleep(2)
+        if os.stat(os.path.join(remote, kept[0])).st_blocks != reached:
+            raise Failure("the upload goes on after its session")
+        screen.keys("Return")  # the login dialog holds name and password
+        wait_for(settled(source, remote), 60, "the upload after the next login")
+        rig.stop_client(client)
+    rigs.compare(source, remote)
+
+
 def second_instance(rig):
     """A second client says so, ends with 0 and leaves the first alone."""
     rig.start_service()
@@ -351,5 +384,5 @@ def bad_settings(rig):
 
 if __name__ == "__main__":
     sys.exit(rigs.main({c.__name__: c for c in (trees, huge, service_restart, client_killed, queue_survives_kills,
-                                                full_disk_here, full_disk_there,
+                                                full_disk_here, full_disk_there, session_ends,
                                                 second_instance, bad_settings)}))

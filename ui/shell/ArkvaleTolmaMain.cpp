@@ -166,6 +166,8 @@ void ArkvaleTolmaMain::connectTransfers()
     for (TransferListWidget *list : {m_transfers->uploadList(), m_transfers->downloadList()})
         connect(list, SIGNAL(sigTransferTaskCountChanged(qint64, ZPDTCMDTYPE)), this, SLOT(updateTransferList()));
     connect(m_transfers, SIGNAL(StorageFiguresWanted()), this, SLOT(checkStorage()));
+    // The answer tells as well whether the session has ended.
+    connect(m_transfers, &TransferringWidget::Refused, this, [this] { scheduleStorageCheck(kSoon); });
     // What was uploaded takes space that the next upload must know of.
     connect(m_transfers, &TransferringWidget::FileUploadFinished, this, [this] { scheduleStorageCheck(kAfterChange); });
 }

@@ -462,7 +462,6 @@ void ArkvaleTolmaMain::startCommandLine(NetdiskPage *page)
     }
     auto *runner = new CommandLineRunner(request, page);
     connect(runner, &CommandLineRunner::problem, this, &ArkvaleTolmaMain::complain);
-    connect(runner, &CommandLineRunner::sessionEnded, this, &ArkvaleTolmaMain::sessionEnded);
     runner->start();
 }
 

@@ -33,7 +33,10 @@ void CenterIcons::fetch()
 void CenterIcons::take(qint64 id, int code, QByteArray body)
 {
     const QString address = m_pending.take(id);
-    if (address.isEmpty() || code != 200)
+    if (address.isEmpty())
+        return;
+    m_config->noteAnswer(code);
+    if (code != 200)
         return;
     const QImage image = ServicePicture::decode(body);
     if (image.isNull())

@@ -52,9 +52,10 @@ void CommandLineRunner::list(const QString &folder, int tries)
     client->setUrl(m_center.address);
     connect(client, &OrvClient::listFileFinished, this, [=](qint64, int code, const QByteArray &body) {
         client->deleteLater();
-        if (code == 201) {
-            emit sessionEnded(QString());
-        } else if (code == 200 || code == 203) {
+        GlobalConfig::instance()->noteAnswer(code);
+        if (code == 201)
+            return;
+        if (code == 200 || code == 203) {
             // A large folder's listing takes its time to read.
             const QPointer<CommandLineTransfer> alive(m_transfer);
             m_work->run([alive, code, body]() -> OrderedWork::Deliver {

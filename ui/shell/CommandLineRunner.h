@@ -23,8 +23,6 @@ public:
 signals:
     /// A text for the person, the log and the standard error stream.
     void problem(QString text);
-    /// The service says that the session has ended.
-    void sessionEnded(QString message);
 
 private:
     void list(const QString &folder, int tries);

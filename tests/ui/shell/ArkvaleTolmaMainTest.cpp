@@ -1,15 +1,22 @@
 #include "ArkvaleTolmaMain.h"
+#include "AdTicker.h"
 #include "ArkvaleTray.h"
 #include "BrowserServer.h"
+#include "CommandLineRunner.h"
 #include "DialogAnswers.h"
 #include "DrivePanes.h"
 #include "FakeOrvClient.h"
+#include "FileIconAssistant.h"
 #include "FinishedListWidget.h"
 #include "FinishedTaskModel.h"
 #include "GlobalConfig.h"
 #include "LoginService.h"
 #include "MsgDlg.h"
+#include "MyDiskDirectoryBrowser.h"
+#include "NetDiskServer.h"
 #include "NetdiskPage.h"
+#include "PictureLoader.h"
+#include "ShareService.h"
 #include "ShownTexts.h"
 #include "TabWidget.h"
 #include "TestSupport.h"
@@ -28,32 +35,63 @@
 
 #include <memory>
 
+namespace {
+
+struct Cycle
+{
+    LoginService service;
+    ArkvaleTray tray{QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/icon.png"))};
+    BrowserServer bridge{0, OrvClient("1", "http://127.0.0.1:1", "", "", "")};
+    ArkvaleTolmaMain window{&service, &tray, &bridge, nullptr, false};
+    QSignalSpy closed{&window, SIGNAL(Close())};
+
+    void open(const QString &path = QString())
+    {
+        QTimer timer;
+        timer.setSingleShot(true);
+        timer.setProperty("initPath", path);
+        QObject::connect(&timer, SIGNAL(timeout()), &window, SLOT(initSplitWidget()));
+        timer.start(0);
+        QTRY_VERIFY(!window.pages().isEmpty());
+    }
+    QPushButton *button(const char *name) { return window.findChild<QPushButton *>(QLatin1String(name)); }
+    NetdiskPage *page() { return window.pages().first(); }
+};
+
+using Ask = std::function<void(Cycle &)>;
+
+FileItem picture(quint64 size)
+{
+    FileItem item;
+    item.name = QStringLiteral("p.png");
+    item.path = QStringLiteral("/p%1.png").arg(size);
+    item.contentType = QStringLiteral("image/png");
+    item.size = size;
+    return item;
+}
+
+/// Has a picture loaded whose preview is not in the cache.
+Ask askForPicture(quint64 size)
+{
+    return [size](Cycle &cycle) {
+        auto *loader = new PictureLoader(QStringLiteral("http://127.0.0.1:1/1"),
+                                         CacheFolders::ofCurrentUser(QStringLiteral("1")), &cycle.window);
+        QObject::connect(loader, &PictureLoader::sigCheckCache, loader, &PictureLoader::previewCacheInvaild);
+        loader->setBox(QSize(100, 100));
+        loader->want({picture(size)});
+    };
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Ask)
+
 /// The main window over a scripted service.
 class ArkvaleTolmaMainTest : public StrictTest
 {
     Q_OBJECT
 
 private:
-    struct Cycle
-    {
-        LoginService service;
-        ArkvaleTray tray{QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/icon.png"))};
-        BrowserServer bridge{0, OrvClient("1", "http://127.0.0.1:1", "", "", "")};
-        ArkvaleTolmaMain window{&service, &tray, &bridge, nullptr, false};
-        QSignalSpy closed{&window, SIGNAL(Close())};
-
-        void open(const QString &path = QString())
-        {
-            QTimer timer;
-            timer.setSingleShot(true);
-            timer.setProperty("initPath", path);
-            QObject::connect(&timer, SIGNAL(timeout()), &window, SLOT(initSplitWidget()));
-            timer.start(0);
-            QTRY_VERIFY(!window.pages().isEmpty());
-        }
-        QPushButton *button(const char *name) { return window.findChild<QPushButton *>(QLatin1String(name)); }
-    };
-
     static SubCenter center(const QString &id, const QString &home)
     {
         SubCenter center;
@@ -201,13 +239,162 @@ private slots:
         // A question is open, and every part of the program tells of the end.
         answers.answer([&cycle](QDialog *) {
             for (int i = 0; i < 3; ++i)
-                GlobalConfig::instance()->noteSessionEnded();
+                GlobalConfig::instance()->noteAnswer(201);
             emit cycle.window.pages().first()->sigLogout(QStringLiteral("Expired"));
         });
         cycle.window.Exit();
         QTRY_COMPARE(cycle.closed.size(), 1);
         QCOMPARE(GlobalConfig::instance()->state(), 1);
         QCOMPARE(answers.shown().size(), 2);
+    }
+
+    void everyRefusalEndsTheSession_data()
+    {
+        QTest::addColumn<QString>("operation"); // the one that is answered with 201
+        QTest::addColumn<Ask>("ask");
+        const auto drive = [](const char *operation, const std::function<void(NetDiskServer *)> &ask) {
+            QTest::addRow("drive %s", operation)
+                << QString(operation) << Ask([ask](Cycle &c) { ask(c.page()->server()); });
+        };
+        const QString path = QStringLiteral("/x");
+        drive("listFile", [](NetDiskServer *server) { server->intoFolder("/x/"); });
+        drive("searchFile", [](NetDiskServer *server) { server->searchFile("x"); });
+        drive("getUserStorage", [](NetDiskServer *server) { server->getStorage(); });
+        drive("mkdir", [](NetDiskServer *server) { server->newFloder("x"); });
+        drive("removeFile", [=](NetDiskServer *server) { server->removeFile({path}); });
+        drive("removeFolder", [=](NetDiskServer *server) { server->removeFolder({path}); });
+        drive("move", [=](NetDiskServer *server) { server->move({path}, "/d/"); });
+        drive("copy", [=](NetDiskServer *server) { server->copy({path}, "/d/"); });
+        drive("renameFile", [=](NetDiskServer *server) { server->renameFile(path, "/y"); });
+        drive("renameFolder", [=](NetDiskServer *server) { server->renameFolder(path, "/y"); });
+        drive("compress", [=](NetDiskServer *server) { server->compress({path}, "/y"); });
+        drive("decompress", [=](NetDiskServer *server) { server->decompress(path, "/y"); });
+        drive("getIcon", [=](NetDiskServer *server) {
+            qint64 id = 0;
+            server->getIcon(id, path);
+        });
+
+        const auto share = [](const char *operation, const std::function<void(ShareService *)> &ask) {
+            QTest::addRow("share %s", operation)
+                << QString(operation) << Ask([ask](Cycle &c) { ask(c.window.findChild<ShareService *>()); });
+        };
+        const ShareRecord record;
+        share("searchUsers", [](ShareService *service) { service->searchUser("x", 5); });
+        share("publicShare", [=](ShareService *service) { service->publicShare(record); });
+        share("privateShare", [=](ShareService *service) { service->privateShare(record); });
+        share("friendShare", [=](ShareService *service) { service->friendShare(record); });
+        share("modifyPassword", [=](ShareService *service) { service->modifyPassword(record); });
+        share("modifyUsers", [=](ShareService *service) { service->modifyUsers(record); });
+        share("deleteShare", [](ShareService *service) { service->deleteShare({"1"}); });
+        share("ignoreShare", [=](ShareService *service) { service->ignoreShare(record); });
+        share("listMyShare", [](ShareService *service) { service->listMyShare(); });
+        share("listShareToMe", [](ShareService *service) { service->listShareToMe(); });
+        share("shareToMeListFile", [=](ShareService *service) { service->shareToMeListFile(record, path); });
+        share("shareToMeSaveAs", [=](ShareService *service) { service->shareToMeSaveAs(record, path, "/"); });
+        share("shareToMeFileRealPath", [=](ShareService *service) { service->shareToMeFileRealPath(record, path); });
+        share("shareDownload", [=](ShareService *service) { service->shareToMeDownload(record, path, "/tmp/x"); });
+        share("reportShare", [=](ShareService *service) { service->reportShare(record, "x", {}, "x"); });
+        share("getUserInfo", [](ShareService *service) {
+            QList<UserInfo> users{UserInfo()};
+            service->getUserInfo(users);
+        });
+
+        const auto row = [](const char *name, const char *operation, const Ask &ask) {
+            QTest::newRow(name) << QString(operation) << ask;
+        };
+        row("folders of the address bar", "listFile", [](Cycle &c) { c.page()->server()->listFolders("/x/"); });
+        row("record of an upload", "getFileInfo", [](Cycle &c) { c.page()->GetFileInfo({"/x"}); });
+        row("thumbnail", "getThumbnail",
+            [](Cycle &c) { c.page()->findChild<FileIconAssistant *>()->getIcon({picture(7)}); });
+        row("icon of a file", "getIcon", [](Cycle &c) {
+            FileItem item = picture(7);
+            item.contentType.clear();
+            item.icon = QStringLiteral("/icon");
+            c.page()->findChild<FileIconAssistant *>()->getIcon({item});
+        });
+        row("icon of a user", "getIcon", [](Cycle &c) {
+            UserInfo user;
+            user.icon = QStringLiteral("/user");
+            c.page()->findChild<FileIconAssistant *>()->getUserIcon({user});
+        });
+        row("picture", "getPreviewFile", askForPicture(7));
+        row("stand-in of a large picture", "getThumbnail", askForPicture(quint64(1) << 40));
+        row("folder picker", "listFile",
+            [](Cycle &c) { new MyDiskDirectoryBrowser(QStringLiteral("http://127.0.0.1:1/1"), &c.window); });
+        row("icon of a sub-center", "getIcon", [](Cycle &c) {
+            SubCenter changed = GlobalConfig::instance()->subCenter("1");
+            changed.icon = QStringLiteral("/center");
+            GlobalConfig::instance()->updateSubCenter(changed);
+            c.window.RefreshSubCenterIcon();
+        });
+        row("avatar", "getIcon", [](Cycle &c) { emit c.window.sigGetUserIcon(); });
+        row("storage of the sub-centers", "getUserStorage", [](Cycle &c) { c.service.checkStorage(); });
+        row("home in a sub-center", "getUserPath", [](Cycle &c) {
+            GlobalConfig::instance()->setSubCenters({center("1", "/"), center("4", QString())});
+            c.service.checkSubCenter();
+        });
+        row("advertisements", "getAD", [](Cycle &) { GlobalConfig::instance()->requestAdvertisements(); });
+        row("limits", "getTransferLimit", [](Cycle &) { GlobalConfig::instance()->requestTransferLimit(); });
+        row("command line", "listFile", [](Cycle &c) {
+            CommandLineRequest request;
+            request.method = 1;
+            request.filelist = QStringList{"a"};
+            (new CommandLineRunner(request, c.page()))->start();
+        });
+        row("transfer", "getUserStorage", [](Cycle &c) {
+            ZpdtProgress progress;
+            progress.error = ZpdtError::Refused;
+            emit c.window.transfers()->engine()->TaskProgressChanged(TaskRecord(), progress);
+        });
+    }
+
+    void everyRefusalEndsTheSession()
+    {
+        QFETCH(QString, operation);
+        QFETCH(Ask, ask);
+        Cycle cycle;
+        cycle.open();
+        QTRY_VERIFY(cycle.page()->findChild<QLabel *>("itemCount")->text().contains("1"));
+        DialogAnswers answers;
+        FakeService::instance().setScript([operation](const FakeCall &call, int *code, QByteArray *) {
+            *code = 201;
+            return call.operation == operation;
+        });
+        ask(cycle);
+        QTRY_COMPARE(cycle.closed.size(), 1);
+        QCoreApplication::processEvents();
+        QCOMPARE(cycle.closed.size(), 1);
+        QCOMPARE(GlobalConfig::instance()->state(), 1);
+        QCOMPARE(answers.shown().size(), 1);
+    }
+
+    void theTickerMovesWhereItIsSeenAndTooLong()
+    {
+        AdTicker ticker;
+        const auto *timer = ticker.findChild<QTimer *>();
+        const auto tell = [&ticker](QEvent::Type type) {
+            QEvent event(type);
+            QApplication::sendEvent(&ticker, &event);
+        };
+        Advertisement ad;
+        ad.title = QStringLiteral("a");
+        ticker.setAdvertisements({ad});
+        QVERIFY(ticker.isVisible() && !timer->isActive()); // it fits, and there is no other
+        ad.title = QString(200, QLatin1Char('W'));
+        ticker.setFixedWidth(120);
+        ticker.setAdvertisements({ad});
+        QTRY_VERIFY(ticker.offset() > 3);
+        tell(QEvent::Enter);
+        QVERIFY(!timer->isActive());
+        tell(QEvent::Leave);
+        const int before = ticker.offset();
+        QTRY_VERIFY(ticker.offset() > before);
+        ticker.hide();
+        QVERIFY(!timer->isActive());
+        ticker.show();
+        QVERIFY(timer->isActive());
+        ticker.setAdvertisements({});
+        QVERIFY(!ticker.isVisible() && !timer->isActive());
     }
 
     void leaving_data()
