@@ -167,5 +167,34 @@ def page_drives_client(rig):
         world.stop()
 
 
+def page_speaks_languages(rig):
+    """The page takes the browser's language, and another one when the person chooses it, which it remembers."""
+    world = World(rig)
+    try:
+        tab = Tab(world.browser, f"{rig.http}/web")
+
+        def speaks(text):
+            tab.wait(f"document.querySelector('#sign-in-form button').textContent === '{text}'", f"it says {text}")
+
+        speaks("Sign in")
+        agent = tab.eval("navigator.userAgent")
+        for languages, text in (("zh-TW,zh;q=0.9", "\u767b\u5165"), ("fr,zh-CN", "\u767b\u5f55"), ("fr", "Sign in")):
+            world.browser.call("Emulation.setUserAgentOverride", {"userAgent": agent, "acceptLanguage": languages},
+                               tab.session)
+            tab.reload()
+            speaks(text)
+        tab.eval("(() => { const s = document.getElementById('language'); s.value = 'zh-Hans';"
+                 " s.dispatchEvent(new Event('change')); })()")
+        speaks("\u767b\u5f55")
+        tab.reload()
+        speaks("\u767b\u5f55")
+        tab.fill("#name", "demo")
+        tab.fill("#password", "wrong")
+        tab.click("#sign-in-form button")
+        tab.wait("document.getElementById('sign-in-error').textContent.startsWith('\u7528\u6237\u540d')", "the refusal")
+    finally:
+        world.stop()
+
+
 if __name__ == "__main__":
-    sys.exit(rigs.main({c.__name__: c for c in (page_drives_client,)}))
+    sys.exit(rigs.main({c.__name__: c for c in (page_drives_client, page_speaks_languages)}))

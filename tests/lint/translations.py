@@ -12,6 +12,7 @@ import tree
 
 FOLDERS = ["app", "session", "drive", "share", "transfer", "bridge", "ui", "crashdialog", "imports"]
 LANGUAGES = "resources/Language"
+PAGE = "service/web/files"
 # English is the language of the sources; its file may leave out what needs no translation.
 COMPLETE = ["zh_cn", "zh_tw"]
 
@@ -109,8 +110,25 @@ def literals(path):
                 yield f"{path}:{text.count(chr(10), 0, call.start()) + 1}: \"{words}\" is shown but not translated"
 
 
+def page_texts():
+    """Faults in the words of the service's web page: each is in both languages, and none there is left over."""
+    html, script, words = (tree.read(f"{PAGE}/{name}") for name in ("index.html", "page.js", "texts.js"))
+    used = set(re.findall(r'data-tr(?:-label)?="([^"]+)"', html))
+    used |= {text for text in re.findall(r'"((?:[^"\\\n]|\\.)+)"', script) if re.match(r"[A-Z]\S* \S", text)}
+    used |= set(re.findall(r'\btr\("([^"]+)"', script))
+    for code, entries in re.findall(r'^  "(zh-\w+)": \{(.*?)^  \}', words, re.M | re.S):
+        held = dict(re.findall(r'"((?:[^"\\\n]|\\.)+)":\s+"((?:[^"\\\n]|\\.)+)"', entries))
+        for text in sorted(used ^ set(held)):
+            yield f"{PAGE}/texts.js: {code}: \"{text}\" " + ("is missing" if text in used else "is not used")
+        for text, told in held.items():
+            if sorted(PLACEHOLDER.findall(text)) != sorted(PLACEHOLDER.findall(told)):
+                yield f"{PAGE}/texts.js: {code}: \"{text}\": other placeholders"
+    if len(used) < 25 or words.count("zh-Hant") < 1:
+        yield f"{PAGE}: its words were not found"
+
+
 def main():
-    faults = []
+    faults = list(page_texts())
     names = language_files()
     for code in COMPLETE + ["en_us"]:
         if not any(code in name for name in names):

@@ -13,6 +13,8 @@ let items = [];
 let bridge = null;
 let listings = 0;
 
+const sessionOver = "Your session has ended. Please sign in again.";
+
 class Refused extends Error {
   constructor(status) {
     super(`refused with ${status}`);
@@ -34,7 +36,7 @@ async function ask(method, place, query = "", body = undefined, again = true) {
     return ask(method, place, query, body, false);
   }
   if (!answer.ok) {
-    if (session && answer.status === 401) signedOut("Your session has ended. Please sign in again.");
+    if (session && answer.status === 401) signedOut(sessionOver);
     throw new Refused(answer.status);
   }
   return told;
@@ -54,9 +56,15 @@ function keep() {
 
 // Sign in and out
 
+/** Shows the reason at the sign-in; English, "" for none. */
+function complain(text) {
+  element("sign-in-error").dataset.tr = text;
+  element("sign-in-error").textContent = tr(text);
+}
+
 async function signIn(event) {
   event.preventDefault();
-  element("sign-in-error").textContent = "";
+  complain("");
   const name = element("name").value.trim();
   try {
     const answer = await ask("POST", "/auth/login", "", { username: name, password: element("password").value, version: "web" });
@@ -67,7 +75,7 @@ async function signIn(event) {
   } catch (error) {
     session = null;
     const texts = { 401: "Wrong user name or password.", 403: "This account may not be used.", 429: "Too many attempts. Please wait." };
-    element("sign-in-error").textContent = texts[error.status] || "The service cannot be reached.";
+    complain(texts[error.status] || "The service cannot be reached.");
   }
 }
 
@@ -104,10 +112,10 @@ function signedOut(text) {
   path = "/";
   items = [];
   element("list").replaceChildren();
-  element("notice").textContent = "";
+  notice("");
   keep();
   show("sign-in");
-  element("sign-in-error").textContent = text;
+  complain(text);
 }
 
 async function signOut() {
@@ -147,7 +155,7 @@ function row(item) {
   }
   const cells = [document.createElement("td"), name, document.createElement("td"), document.createElement("td")];
   cells[0].append(pick);
-  cells[2].textContent = item.modifiedTime ? new Date(item.modifiedTime).toLocaleString() : "";
+  cells[2].textContent = item.modifiedTime ? new Date(item.modifiedTime).toLocaleString(language) : "";
   cells[3].textContent = item.type === 1 ? "" : sizeText(item.size || 0);
   cells[3].className = "size";
   line.append(...cells);
@@ -156,7 +164,7 @@ function row(item) {
 
 function showPath() {
   const parts = path.split("/").filter(Boolean);
-  const buttons = ["Home", ...parts].map((text, i) => {
+  const buttons = [tr("Home"), ...parts].map((text, i) => {
     const button = document.createElement("button");
     button.textContent = text;
     button.onclick = () => list("/" + parts.slice(0, i).map(part => part + "/").join(""));
@@ -165,27 +173,31 @@ function showPath() {
   element("path").replaceChildren(...buttons.flatMap((button, i) => i ? ["›", button] : [button]));
 }
 
+function showItems() {
+  element("list").replaceChildren(...items.slice(0, mostRows).map(row));
+  element("more").textContent = items.length > mostRows ? tr("and %1 more", items.length - mostRows) : "";
+  element("all").checked = false;
+  showPath();
+  picked();
+}
+
 async function list(folder) {
   if (!center) {
-    element("notice").textContent = "You have no folder in any sub-center.";
+    notice("You have no folder in any sub-center.");
     return;
   }
   const number = ++listings;
   try {
     const told = await ask("GET", `/sc/${encodeURIComponent(center)}/files/list`, `path=${encodeURIComponent(folder)}&mode=2`);
     if (number !== listings) return;
-    const order = new Intl.Collator(undefined, { numeric: true });
+    const order = new Intl.Collator(language, { numeric: true });
     path = folder;
     items = (told.items || []).sort((a, b) => (b.type || 0) - (a.type || 0) || order.compare(a.name, b.name));
-    element("list").replaceChildren(...items.slice(0, mostRows).map(row));
-    element("more").textContent = items.length > mostRows ? `and ${items.length - mostRows} more` : "";
-    element("all").checked = false;
-    showPath();
-    picked();
+    showItems();
     keep();
   } catch (error) {
     if (number === listings && session)
-      element("notice").textContent = error.status === 404 ? "This folder is gone." : "The folder cannot be listed now.";
+      notice(error.status === 404 ? "This folder is gone." : "The folder cannot be listed now.");
     if (error.status === 404 && folder !== "/") list("/");
   }
 }
@@ -209,12 +221,15 @@ const clientTexts = {
 function showClient(state, status) {
   const badge = element("client");
   badge.dataset.state = state;
-  badge.textContent = clientTexts[state] + (state === "refused" && status !== 200 ? ` (${status})` : "");
+  badge.dataset.status = status;
+  badge.textContent = tr(clientTexts[state]) + (state === "refused" && status !== 200 ? ` (${status})` : "");
   if (state === "ready" && element("notice").dataset.waits) notice("Look at the client: it asks for the folder.");
 }
 
+/** Says something above the list, in English. */
 function notice(text, waits = "") {
-  element("notice").textContent = text;
+  element("notice").dataset.tr = text;
+  element("notice").textContent = tr(text);
   element("notice").dataset.waits = waits;
 }
 
@@ -264,15 +279,27 @@ element("all").onchange = event => {
   for (const box of document.querySelectorAll(".one")) box.checked = event.target.checked;
   picked();
 };
+element("language").value = language;
+element("language").onchange = event => {
+  const picks = new Set(selection());
+  chooseLanguage(event.target.value);
+  if (!session) return;
+  showItems();
+  for (const box of document.querySelectorAll(".one")) box.checked = picks.has(box.item);
+  picked();
+  const badge = element("client");
+  if (badge.dataset.status) showClient(badge.dataset.state, Number(badge.dataset.status));
+};
 element("center").onchange = event => {
   center = event.target.value;
   list("/");
 };
 
+translatePage();
 const before = sessionStorage.getItem("state");
 if (before) {
   ({ session, center, path } = JSON.parse(before));
-  enter().catch(error => signedOut(error.status === 401 ? "Your session has ended. Please sign in again." : ""));
+  enter().catch(error => signedOut(error.status === 401 ? sessionOver : ""));
 } else {
   show("sign-in");
 }
