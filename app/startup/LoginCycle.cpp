@@ -7,6 +7,7 @@
 #include "FileItem.h"
 #include "GlobalConfig.h"
 #include "LoginUI.h"
+#include "MsgDlg.h"
 #include "OpenDialogs.h"
 #include "SelectCenterDialog.h"
 #include "SingleApplication.h"
@@ -22,6 +23,7 @@
 #include <QTranslator>
 
 #include <algorithm>
+#include <cstdio>
 
 namespace {
 
@@ -202,9 +204,28 @@ void LoginCycle::waitForSubCenters()
         loop.exec();
 }
 
+void LoginCycle::refuseRequest()
+{
+    const CommandLineRequest request = m_config->request();
+    const QString reason = ArkvaleTolmaMain::refusal(request);
+    const SubCenter wanted = m_config->subCenter(request.subCenter);
+    const bool known = wanted.id.isEmpty() ? !m_config->subCenters().isEmpty() : !wanted.path.isEmpty();
+    // Hidden, it is for the window to tell.
+    if (m_ending || m_hidden || !known || reason.isEmpty())
+        return;
+    m_config->setRequest(CommandLineRequest());
+    std::fprintf(stderr, "%s\n", reason.toUtf8().constData());
+    MsgDlg notice;
+    notice.setTitle(tr("Tip"));
+    notice.setText(reason);
+    notice.setButtonVisible(QStringLiteral("cancel"), false);
+    notice.exec();
+}
+
 bool LoginCycle::chooseSubCenter()
 {
     waitForSubCenters();
+    refuseRequest();
     if (m_ending)
         return false;
     if (!SelectCenterDialog::needed())

@@ -52,6 +52,8 @@ private:
     bool login();
     void takeUserSettings();
     bool chooseSubCenter();
+    /// Tells at once what the command line asked for in vain, before anything else is asked.
+    void refuseRequest();
     void waitForSubCenters();
     void makeTray();
     static void bringForward(QWidget *window);

@@ -1204,6 +1204,10 @@
         <source>OK</source>
         <translation>確定</translation>
     </message>
+    <message>
+        <source>Tip</source>
+        <translation>提示</translation>
+    </message>
 </context>
 <context>
     <name>LoginUI</name>

@@ -3,6 +3,7 @@
 #include "FileItem.h"
 #include "SubCenter.h"
 #include "TransferModule.h"
+#include "TransferSettings.h"
 #include "WindowState.h"
 
 #include <QMainWindow>
@@ -48,6 +49,9 @@ public:
     QList<NetdiskPage *> pages() const;
     DrivePanes *panes() const { return m_panes; }
     TransferringWidget *transfers() const { return m_transfers; }
+    /// Why the command line's request cannot be carried out in the sub-center that it names; empty when it can. A
+    /// sub-center that has not answered yet counts as one without a folder.
+    static QString refusal(const CommandLineRequest &request);
     /// The cycle ended because a web page asked for another user.
     bool switchedByPage() const { return m_switchedByPage; }
 

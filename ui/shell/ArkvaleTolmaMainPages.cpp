@@ -448,6 +448,17 @@ void ArkvaleTolmaMain::ProcessUploadRequest(QString subcenterId, QString remoteP
 
 // The command line's request
 
+QString ArkvaleTolmaMain::refusal(const CommandLineRequest &request)
+{
+    const GlobalConfig *config = GlobalConfig::instance();
+    if (request.subCenter.isEmpty())
+        return QString();
+    const SubCenter wanted = config->subCenter(request.subCenter);
+    if (wanted.id.isEmpty())
+        return tr("There is no sub-center \"%1\".").arg(request.subCenter);
+    return !wanted.hasHome() ? tr("You have no folder in the sub-center \"%1\".").arg(wanted.name) : QString();
+}
+
 void ArkvaleTolmaMain::startCommandLine(NetdiskPage *page)
 {
     const CommandLineRequest request = m_config->request();
@@ -455,9 +466,9 @@ void ArkvaleTolmaMain::startCommandLine(NetdiskPage *page)
     m_config->setRequest(CommandLineRequest());
     if (!request.subCenter.isEmpty() && request.subCenter != page->subCenter().id) {
         // Its paths are those of another drive, so nothing of it is done here.
-        const SubCenter wanted = m_config->subCenter(request.subCenter);
-        complain(wanted.id.isEmpty() ? tr("There is no sub-center \"%1\".").arg(request.subCenter)
-                                     : tr("You have no folder in the sub-center \"%1\".").arg(wanted.name));
+        const QString reason = refusal(request);
+        if (!reason.isEmpty())
+            complain(reason);
         return;
     }
     auto *runner = new CommandLineRunner(request, page);

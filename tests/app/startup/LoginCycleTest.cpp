@@ -221,6 +221,8 @@ void LoginCycleTest::subCenterIsChosen()
     QDir(qEnvironmentVariable("XDG_CONFIG_HOME")).removeRecursively(); // no default of an earlier login
     setHomes(homes.split(QLatin1Char(',')));
     DialogAnswers answers;
+    if (!asked.isEmpty() && asked != opened)
+        answers.accept(); // before anything is asked, it is told what is not there
     if (homes.contains(QLatin1Char(','))) {
         answers.answer([opened](QDialog *dialog) {
             if (opened.isEmpty()) {
@@ -243,7 +245,7 @@ void LoginCycleTest::subCenterIsChosen()
     QCOMPARE(page, opened);
     QCOMPARE(answers.shown().size(), dialogs);
     if (!asked.isEmpty() && asked != opened)
-        QVERIFY2(answers.shown().last().text.contains(asked), qPrintable(answers.shown().last().text));
+        QVERIFY2(answers.shown().first().text.contains(asked), qPrintable(answers.shown().first().text));
 }
 
 void LoginCycleTest::aChosenLanguageStaysAndLeavesNothing()
