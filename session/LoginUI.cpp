@@ -287,12 +287,6 @@ void LoginUI::showEvent(QShowEvent *event)
     QDialog::showEvent(event);
     if (event->spontaneous())
         return;
-    // The style sheet gives its text colour to the placeholder as well, which then looks like something typed.
-    for (QLineEdit *field : {m_user->lineEdit(), m_passwordField}) {
-        QPalette palette = field->palette();
-        palette.setColor(QPalette::PlaceholderText, QColor(0x8a, 0x97, 0xab));
-        field->setPalette(palette);
-    }
     if (m_user->currentText().isEmpty())
         m_user->setFocus();
     else if (m_passwordField->text().isEmpty())

@@ -16,12 +16,24 @@ namespace {
 const QHash<QString, QString> &darkGrounds()
 {
     static const QHash<QString, QString> table = {
-        {QStringLiteral("#ffffff"), QStringLiteral("#242a33")}, {QStringLiteral("#f4f6fa"), QStringLiteral("#1b1f26")},
-        {QStringLiteral("#fafbfd"), QStringLiteral("#272d37")}, {QStringLiteral("#f7faff"), QStringLiteral("#2a313c")},
-        {QStringLiteral("#f7f9fc"), QStringLiteral("#20252d")}, {QStringLiteral("#f1f3f7"), QStringLiteral("#20252d")},
-        {QStringLiteral("#2f6fde"), QStringLiteral("#5b93f5")}, {QStringLiteral("#2459b8"), QStringLiteral("#8ab2fa")},
-        {QStringLiteral("#3c7bea"), QStringLiteral("#6d9ff7")}, {QStringLiteral("#24324a"), QStringLiteral("#dde3ec")},
-        {QStringLiteral("#66758c"), QStringLiteral("#98a5b8")}, {QStringLiteral("#c8443c"), QStringLiteral("#f0766e")},
+        {QStringLiteral("#ffffff"), QStringLiteral("#242a33")},
+        {QStringLiteral("#f4f6fa"), QStringLiteral("#1b1f26")},
+        {QStringLiteral("#fafbfd"), QStringLiteral("#272d37")},
+        {QStringLiteral("#f7faff"), QStringLiteral("#2a313c")},
+        {QStringLiteral("#f7f9fc"), QStringLiteral("#20252d")},
+        {QStringLiteral("#f1f3f7"), QStringLiteral("#20252d")},
+        {QStringLiteral("#2f6fde"), QStringLiteral("#5b93f5")},
+        {QStringLiteral("#2459b8"), QStringLiteral("#8ab2fa")},
+        {QStringLiteral("#3c7bea"), QStringLiteral("#6d9ff7")},
+        {QStringLiteral("#24324a"), QStringLiteral("#dde3ec")},
+        {QStringLiteral("#66758c"), QStringLiteral("#98a5b8")},
+        {QStringLiteral("#c8443c"), QStringLiteral("#f0766e")},
+        // Edges of fields and boxes, and lines.
+        {QStringLiteral("#cfd8e6"), QStringLiteral("#4a5567")},
+        {QStringLiteral("#b7c3d4"), QStringLiteral("#76859b")},
+        {QStringLiteral("#dfe5ee"), QStringLiteral("#373f4c")},
+        {QStringLiteral("#e6ebf3"), QStringLiteral("#323944")},
+        {QStringLiteral("#c3cddc"), QStringLiteral("#4a5567")},
     };
     return table;
 }

@@ -367,7 +367,7 @@ void RowListView::paintEvent(QPaintEvent *)
         QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/") + m_hintIcon)
             .paint(&painter, QRect(area.center().x() - kHintIcon / 2, top, kHintIcon, kHintIcon), Qt::AlignCenter,
                    QIcon::Disabled);
-        painter.setPen(palette().color(QPalette::Disabled, QPalette::Text));
+        painter.setPen(palette().color(QPalette::PlaceholderText));
         painter.drawText(QRect(area.left(), top + kHintIcon + 8, area.width(), 3 * fontMetrics().height()),
                          Qt::AlignHCenter | Qt::AlignTop | Qt::TextWordWrap, m_hint);
         return;

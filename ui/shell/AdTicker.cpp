@@ -35,7 +35,11 @@ AdTicker::AdTicker(QWidget *parent)
 
 QSize AdTicker::sizeHint() const
 {
-    return QSize(kWidth, QPushButton::sizeHint().height());
+    // As wide as the longest needs, so that nothing moves when the next one comes.
+    int width = kLeastWidth;
+    for (const Advertisement &ad : m_advertisements)
+        width = qMax(width, fontMetrics().horizontalAdvance(ad.title.simplified()) + 2 * kPadding + 2);
+    return QSize(qMin(width, kWidth), QPushButton::sizeHint().height());
 }
 
 QSize AdTicker::minimumSizeHint() const
@@ -48,6 +52,7 @@ void AdTicker::setAdvertisements(const QList<Advertisement> &advertisements)
     m_advertisements = advertisements;
     m_current = 0;
     setVisible(!advertisements.isEmpty());
+    updateGeometry();
     showCurrent();
 }
 

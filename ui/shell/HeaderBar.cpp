@@ -19,6 +19,7 @@ constexpr int kAvatar = 28;        // pixels
 constexpr int kLongestName = 140;  // pixels
 constexpr int kStorageWidth = 110; // pixels
 constexpr int kWideWindow = 980;   // pixels; below it words give way to icons
+constexpr int kRoomyWindow = 1280; // pixels; below it figures give way to advertisements
 constexpr int kTickerShare = 4;    // of the window's width
 constexpr int kLeastTicker = 120;  // pixels; less shows nothing that could be read
 
@@ -173,14 +174,20 @@ void HeaderBar::setUser(const QString &name, const QString &tip, const QImage &p
 void HeaderBar::setStorage(qint64 used, qint64 quota)
 {
     m_storageKnown = quota > 0;
-    m_storageBar->setVisible(m_storageKnown && m_wide);
-    m_storage->setVisible(m_storageKnown && m_wide);
+    showStorage();
     if (!m_storageKnown)
         return;
     const double share = 100.0 * static_cast<double>(used) / static_cast<double>(quota);
     m_storageBar->setValue(static_cast<int>(qBound(0.0, share, 100.0)));
     m_storage->setText(QStringLiteral("%1/%2").arg(sizeText(static_cast<quint64>(qMax<qint64>(0, used))),
                                                    sizeText(static_cast<quint64>(quota))));
+    m_storageBar->setToolTip(m_storage->text());
+}
+
+void HeaderBar::showStorage()
+{
+    m_storageBar->setVisible(m_storageKnown && m_wide);
+    m_storage->setVisible(m_storageKnown && m_wide && (m_roomy || m_ticker->isHidden()));
 }
 
 void HeaderBar::setTabActions(bool canReopen, bool canSplit, bool canClosePane)
@@ -195,11 +202,12 @@ void HeaderBar::fit(int windowWidth)
     const int room = windowWidth / kTickerShare;
     const bool wide = windowWidth >= kWideWindow;
     m_ticker->setMaximumWidth(wide && room >= kLeastTicker ? room : 0);
-    if (wide == m_wide)
-        return;
+    const bool changed = wide != m_wide;
     m_wide = wide;
-    m_storageBar->setVisible(m_storageKnown && m_wide);
-    m_storage->setVisible(m_storageKnown && m_wide);
+    m_roomy = windowWidth >= kRoomyWindow;
+    showStorage();
+    if (!changed)
+        return;
     showTexts();
     showUser();
 }

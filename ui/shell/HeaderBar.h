@@ -60,6 +60,7 @@ private:
     void retranslate();
     void showTexts();
     void showUser();
+    void showStorage();
 
     QButtonGroup *m_group;
     QPushButton *m_pages[PageCount];
@@ -75,6 +76,7 @@ private:
     QToolButton *m_menu;
     int m_running = 0;
     bool m_wide = true;
+    bool m_roomy = true;
     bool m_storageKnown = false;
     QString m_userName;
 };
