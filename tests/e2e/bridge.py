@@ -111,16 +111,18 @@ async def crowds(port):
 
 
 async def flood(port, until):
-    """Ten thousand small messages a second and more, again and again; how many it offered."""
+    """Ten thousand small messages a second and more, past the library's own pace; how many it offered."""
+    text = b'{"action":"none"}'
+    frame = bytes([0x81, 0x80 | len(text), 0, 0, 0, 0]) + text  # masked, as clients have to
     sent = 0
     while time.monotonic() < until:
         try:
             async with connect(port) as page:
                 while time.monotonic() < until:
-                    for _ in range(1000):
-                        await page.send('{"action":"none"}')
-                        sent += 1
+                    page.transport.write(frame * 1000)
+                    sent += 1000
                     await asyncio.sleep(0.05)
+                    await page.ensure_open()
         except (websockets.ConnectionClosed, websockets.InvalidHandshake, OSError):
             await asyncio.sleep(0.01)
     return sent

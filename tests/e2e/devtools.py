@@ -1,5 +1,6 @@
 """A browser without a window, driven through its DevTools protocol."""
 import asyncio
+import contextlib
 import itertools
 import json
 import os
@@ -133,6 +134,8 @@ class Browser:
         return answer["result"]
 
     def stop(self):
+        with contextlib.suppress(Exception):  # a browser that is gone already
+            self.loop.run(self.socket.close(), 5)
         self.process.terminate()
         try:
             self.process.wait(10)
