@@ -276,6 +276,11 @@ void store(int unfinished, int finished)
         manager->OnDelTransferRecord(records, ZPDT_UPLOAD);
         manager->OnPushTransferRecordForDel(ZPDT_UPLOAD);
     });
+    manager->OnAddTransferRecord(records, ZPDT_UPLOAD);
+    manager->OnAddFinishedRecord(records, ZPDT_UPLOAD);
+    timer.start();
+    manager.reset();
+    std::printf("  %-34s %6.1f ms\n", "closing with all of them unwritten", milliseconds(timer));
 }
 
 } // namespace

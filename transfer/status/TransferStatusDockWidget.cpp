@@ -19,6 +19,7 @@ namespace {
 constexpr int kWidth = 360;
 constexpr int kAroundText = 68; ///< margins, icon and padding of a line
 constexpr int kLeastName = 60;
+constexpr int kBesideText = 6; ///< from the top of a line to its text
 
 } // namespace
 
@@ -84,6 +85,7 @@ void TransferStatusDockWidget::retranslate()
     // The label and the lines stand in one row where the language is short enough for it.
     const bool english = GlobalConfig::instance()->language() == QLatin1String("en_us");
     m_row->setDirection(english ? QBoxLayout::TopToBottom : QBoxLayout::LeftToRight);
+    m_label->setContentsMargins(0, english ? 0 : kBesideText, 0, 0);
     rebuild();
 }
 
