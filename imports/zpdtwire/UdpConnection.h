@@ -153,7 +153,7 @@ private:
     bool m_blocked = false; ///< the socket takes nothing now
     unsigned m_probes = 0;  ///< packets that may leave although the line seems to take nothing
     bool m_pingWanted = false;
-    std::uint64_t m_limitedUntil = 0;
+    std::uint64_t m_limitedUntil = 1; ///< less arrives in the first round trip than the line takes
     Clock::time_point m_lastSent;
     bool m_controlSent = false;
 

@@ -10,7 +10,8 @@ namespace {
 
 constexpr double kStartGain = 2.77;
 constexpr double kStartWindow = 2.0;
-constexpr double kFirstPackets = 48.0;
+constexpr double kNoQueue = 1.1; ///< round trips, in shortest ones, up to which the start is not held back
+constexpr double kFirstPackets = 80.0;
 constexpr double kDrainGain = 0.75;
 constexpr double kCruiseGain = 1.0;
 constexpr double kUpGain = 1.25;
@@ -96,7 +97,8 @@ std::uint64_t UdpFairRate::window() const
     double window = 0.0;
     switch (m_phase) {
     case Phase::Start:
-        window = std::max(kStartWindow * product(), kFirstPackets * m_packet);
+        window = m_lastRoundTrip < kNoQueue * m_least ? kStartGain : kStartWindow;
+        window = std::max(window * product(), kFirstPackets * m_packet);
         break;
     case Phase::Still:
         window = 0.5 * product();
@@ -143,7 +145,8 @@ void UdpFairRate::onSample(const UdpSample &sample)
         m_started = true;
         m_leastAt = m_phaseSince = m_cycleSince = sample.now;
     }
-    if (sample.rate > 0.0 && (!sample.limited || sample.rate > m_rates.get())) {
+    // What there was to send says nothing of a line that nobody has filled yet.
+    if (sample.rate > 0.0 && (!sample.limited || sample.rate > std::max(m_rates.get(), rate()))) {
         m_rates.add(sample.rate, m_cycle);
         m_roundRate = std::max(m_roundRate, sample.rate);
     }

@@ -18,6 +18,8 @@ public:
     std::string name() const override { return "fixed"; }
 
 private:
+    void learnRoundTrip(const UdpSample &sample);
+
     const double m_packet;
     double m_target = 0.0;
     double m_floor = 0.0;
@@ -27,9 +29,12 @@ private:
     std::uint64_t m_roundEnd = 0;
     double m_roundAcked = 0.0;
     double m_roundLost = 0.0;
-    double m_least; ///< of this and the last period
-    double m_nextLeast;
-    UdpClock::time_point m_leastEnd;
+    double m_least;
+    bool m_measured = false;
+    UdpClock::time_point m_leastAt; ///< when the round trip was last about as short
+    bool m_draining = false;        ///< less under way for some rounds, to see the round trip without a queue
+    double m_newLeast = 0.0;
+    std::uint64_t m_drainEnd = 0;
 };
 
 } // namespace zpdt

@@ -1,6 +1,7 @@
 #include "Context.h"
 #include "TestSupport.h"
 #include "TlsIdentity.h"
+#include "UdpController.h"
 #include "UdpHandshake.h"
 #include "UdpListener.h"
 #include "UdpRelay.h"
@@ -216,6 +217,7 @@ private slots:
     void readerStops();
     void serverForgets();
     void paceFollowsGoal();
+    void controllersKnowTheLine();
     void parsersHold();
 };
 
@@ -436,6 +438,44 @@ void UdpChannelTest::paceFollowsGoal()
         world.on([&] { after = world.server->received; });
         const double share = double(after - before) / seconds / double(goal.bytesPerSecond);
         QVERIFY2(share > 0.85 && share < 1.1, qPrintable(QString::number(share)));
+    }
+}
+
+void UdpChannelTest::controllersKnowTheLine()
+{
+    // A line of 20 MB/s and 80 ms with a deep queue, round trip by round trip. Before the data begins only a few small
+    // messages cross it, which say nothing of its rate.
+    constexpr double kRate = 20e6, kLeast = 0.08;
+    for (const RateMode mode : {RateMode::Fixed, RateMode::Fair}) {
+        const auto controller = UdpController::make(mode, kLeast, 1472);
+        controller->setTarget(1.1 * kRate, 1.02 * kRate, kRate);
+        const double first = controller->pace();
+        UdpSample sample;
+        sample.now = UdpClock::now();
+        double longest = 0.0;
+        for (int round = 0; round < 1000; ++round) {
+            const bool waiting = round < 5;
+            const double rate =
+                waiting ? 1e4 : std::min({controller->pace(), double(controller->window()) / kLeast, kRate});
+            const double queued = waiting ? 0.0 : std::max(0.0, double(controller->window()) - kLeast * rate);
+            sample.roundTrip = kLeast + (controller->pace() > kRate ? queued / kRate : 0.0);
+            sample.now += std::chrono::microseconds(std::int64_t(sample.roundTrip * 1e6));
+            sample.rate = rate;
+            sample.limited = waiting;
+            sample.deliveredBefore = sample.delivered;
+            sample.inFlight = controller->window();
+            sample.acked[0] = std::uint64_t(rate * sample.roundTrip);
+            sample.delivered += sample.acked[0];
+            controller->onSample(sample);
+            if (waiting)
+                QVERIFY(controller->pace() >= first);
+            if (round < 50)
+                continue; // the start may fill the queue
+            QVERIFY2(controller->pace() >= 0.7 * kRate, qPrintable(QString::number(round)));
+            longest = std::max(longest, sample.roundTrip);
+        }
+        // The queue that they make themselves does not become part of what they take for the line.
+        QVERIFY2(longest < 1.8 * kLeast, qPrintable(QString::number(longest)));
     }
 }
 
