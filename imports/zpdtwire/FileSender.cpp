@@ -48,6 +48,19 @@ FileSender::FileSender(SafeFolder root, std::string path, std::uint32_t stream, 
     m_sums.no = no;
 }
 
+FileSender::Chunk FileSender::once(const SafeFolder &root, const ItemMessage &announced, std::uint32_t stream)
+{
+    ItemMessage now;
+    Chunk chunk;
+    FileSender file(root, announced.info.path, stream, announced.no);
+    chunk.error = file.look(now, chunk.text);
+    if (chunk.error == Error::None &&
+        (now.info.size != announced.info.size || now.info.modifiedMs != announced.info.modifiedMs ||
+         now.identity != announced.identity))
+        file.changed(chunk);
+    return chunk.error == Error::None ? file.next() : chunk;
+}
+
 Error FileSender::look(ItemMessage &item, std::string &text)
 {
     m_file.close();
@@ -312,6 +325,37 @@ std::uint32_t FileSender::sizeOf(std::uint32_t block) const
 {
     const std::uint64_t begin = std::uint64_t(block) * m_blockSize;
     return static_cast<std::uint32_t>(std::min<std::uint64_t>(m_blockSize, m_stat.size - begin));
+}
+
+void PreparedFile::announce(const SafeFolder &root, const ItemInfo &info, std::uint32_t stream, std::uint32_t no)
+{
+    message.no = no;
+    message.info = info;
+    message.ask = true;
+    file = std::make_unique<FileSender>(root, info.path, stream, no);
+    error = file->look(message, text);
+}
+
+void PreparedFile::readSmall(const SafeFolder &root, const ItemInfo &info, std::uint32_t stream, std::uint32_t no,
+                             bool ask)
+{
+    message.info = info;
+    // A file that is being written to may be whole the next moment.
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        message.no = no;
+        message.ask = ask;
+        file = std::make_unique<FileSender>(root, info.path, stream, no);
+        error = file->look(message, text);
+        if (error == Error::None && message.info.size > kSmallFile)
+            message.ask = true;
+        if (error != Error::None || message.ask)
+            return;
+        chunk = file->next();
+        error = chunk.error;
+        text = chunk.text;
+        if (error != Error::ChangedSource)
+            return;
+    }
 }
 
 } // namespace zpdt

@@ -4,6 +4,7 @@
 #include "Messages.h"
 #include "SafeFolder.h"
 
+#include <memory>
 #include <vector>
 
 namespace zpdt {
@@ -22,6 +23,9 @@ public:
     };
 
     FileSender(SafeFolder root, std::string path, std::uint32_t stream, std::uint32_t no);
+
+    /// All of a small file, if it still is the one that was announced.
+    static Chunk once(const SafeFolder &root, const ItemMessage &announced, std::uint32_t stream);
 
     /// Looks at the file; the answer describes it as it is from now on expected to stay.
     Error look(ItemMessage &item, std::string &text);
@@ -62,6 +66,21 @@ private:
     BlockHash m_blockHash;
     BlockHash m_wholeHash;
     SumMessage m_sums;
+};
+
+/// A file that is about to be announced, with what it takes to do so. Disk threads.
+struct PreparedFile
+{
+    /// Looks at a file whose data waits until the receiver has said what it has.
+    void announce(const SafeFolder &root, const ItemInfo &info, std::uint32_t stream, std::uint32_t no);
+    /// Reads a small file whole; with @p ask, or when it has grown, looks at it only.
+    void readSmall(const SafeFolder &root, const ItemInfo &info, std::uint32_t stream, std::uint32_t no, bool ask);
+
+    ItemMessage message;
+    std::unique_ptr<FileSender> file;
+    FileSender::Chunk chunk;
+    Error error = Error::None;
+    std::string text;
 };
 
 } // namespace zpdt

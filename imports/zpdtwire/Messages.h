@@ -5,7 +5,9 @@
 
 namespace zpdt {
 
-constexpr std::uint16_t kProtocolVersion = 1;
+constexpr std::uint16_t kProtocolVersion = 2;
+/// From this one on Finish need not wait for the answers to what was sent.
+constexpr std::uint16_t kEarlyFinishVersion = 2;
 constexpr std::uint32_t kHelloMagic = 0x5450445au; ///< "ZPDT"
 
 constexpr std::size_t kMaxTicket = 512;

@@ -275,6 +275,7 @@ bool Session::connectionMessage(Msg type, WireReader &body)
         if (m_ready || !hello.decode(body))
             return false;
         m_peerSoftware = hello.software;
+        m_peerVersion = hello.version;
         m_ready = true;
         if (m_handler.onReady)
             m_handler.onReady();

@@ -73,6 +73,8 @@ public:
     Context &context() { return m_context; }
     std::string peer() const { return m_channel->peer(); }
     const std::string &peerSoftware() const { return m_peerSoftware; }
+    /// 0 until its greeting is there.
+    std::uint16_t peerVersion() const { return m_peerVersion; }
     Metrics metrics() const;
     /// Time since anything arrived, to a tenth of a second.
     std::chrono::steady_clock::duration silence() const { return Clock::now() - m_lastHeard; }
@@ -121,6 +123,7 @@ private:
     const std::string m_software;
     Handler m_handler;
     std::string m_peerSoftware;
+    std::uint16_t m_peerVersion = 0;
     bool m_greeted = false;
     bool m_ready = false;
     bool m_closed = false;

@@ -357,6 +357,23 @@ void StreamReceiver::forget(const ItemPtr &item)
     item->ops.clear();
     item->opBytes = 0;
     m_items.erase(item->message.no);
+    finishIfDone();
+}
+
+void StreamReceiver::finishIfDone()
+{
+    if (!m_finishing || !m_items.empty() || m_closing || m_ended)
+        return;
+    job(
+        [tree = m_tree] {
+            if (tree)
+                tree->applyTimes();
+            return true;
+        },
+        [this](bool) {
+            if (!m_closing)
+                close(Error::None, "", false);
+        });
 }
 
 void StreamReceiver::done(const ItemPtr &item, const ItemOutcome &outcome)

@@ -48,6 +48,7 @@ private:
         SmallFile small;
         bool blockSeen = false;
         bool stored = false; ///< on its way to the disk
+        bool ended = false;  ///< the sender holds it to be whole
         unsigned damaged = 0;
         // A file with a journal.
         std::shared_ptr<CacheFile> cache;
@@ -86,6 +87,7 @@ private:
     void done(const ItemPtr &item, const ItemOutcome &outcome);
     void fail(const ItemPtr &item, Error error, const std::string &text);
     void forget(const ItemPtr &item);
+    void finishIfDone();
     void need(std::uint32_t no, std::uint32_t block);
     void close(Error error, const std::string &text, bool discard);
     void yieldIfSilent();

@@ -201,6 +201,7 @@ bool StreamReceiver::endMessage(WireReader &body)
         return known;
     if (item->message.info.kind == ItemKind::Folder)
         return false;
+    item->ended = true;
     if (end.same) {
         if (!m_target.resumed || !item->message.ask || item->cache || item->stored)
             return false;
@@ -267,19 +268,13 @@ bool StreamReceiver::abortMessage(WireReader &body)
 
 bool StreamReceiver::finishMessage(WireReader &body)
 {
-    if (!body.complete() || !m_items.empty() || m_finishing)
+    const auto open = [](const auto &one) {
+        return !one.second->ended && one.second->message.info.kind != ItemKind::Folder;
+    };
+    if (!body.complete() || m_finishing || std::any_of(m_items.begin(), m_items.end(), open))
         return false;
     m_finishing = true;
-    job(
-        [tree = m_tree] {
-            if (tree)
-                tree->applyTimes();
-            return true;
-        },
-        [this](bool) {
-            if (!m_closing)
-                close(Error::None, "", false);
-        });
+    finishIfDone();
     return true;
 }
 

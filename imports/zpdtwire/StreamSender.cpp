@@ -113,7 +113,7 @@ bool StreamSender::message(Msg type, WireReader &body)
         CloseMessage close;
         if (!close.decode(body))
             return false;
-        if (close.error == Error::None && !m_finishSent)
+        if (close.error == Error::None && (!m_finishSent || !m_items.empty()))
             return false;
         end(close.error, close.text);
         return true;
@@ -266,16 +266,11 @@ bool StreamSender::startLarge()
     ++m_starting;
     disk(
         [root = m_root, info = entry.info, stream = m_id, no]() mutable {
-            std::vector<Prepared> one(1);
-            Prepared &item = one[0];
-            item.message.no = no;
-            item.message.info = info;
-            item.message.ask = true;
-            item.file = std::make_unique<FileSender>(root, info.path, stream, no);
-            item.error = item.file->look(item.message, item.text);
+            std::vector<PreparedFile> one(1);
+            one[0].announce(root, info, stream, no);
             return one;
         },
-        [this](std::vector<Prepared> one) {
+        [this](std::vector<PreparedFile> one) {
             --m_jobs;
             --m_starting;
             --m_largeItems;
@@ -315,30 +310,12 @@ bool StreamSender::startBatch()
     ++m_jobs;
     disk(
         [root = m_root, batch = std::move(batch), stream = m_id, resumed = m_source.resumed] {
-            std::vector<Prepared> items(batch.size());
-            for (std::size_t i = 0; i < batch.size(); ++i) {
-                Prepared &item = items[i];
-                item.message.info = batch[i].second;
-                // A file that is being written to may be whole the next moment.
-                for (int attempt = 0; attempt < 2; ++attempt) {
-                    item.message.no = batch[i].first;
-                    item.message.ask = resumed;
-                    item.file = std::make_unique<FileSender>(root, batch[i].second.path, stream, batch[i].first);
-                    item.error = item.file->look(item.message, item.text);
-                    if (item.error == Error::None && item.message.info.size > kSmallFile)
-                        item.message.ask = true;
-                    if (item.error != Error::None || item.message.ask)
-                        break;
-                    item.chunk = item.file->next();
-                    item.error = item.chunk.error;
-                    item.text = item.chunk.text;
-                    if (item.error != Error::ChangedSource)
-                        break;
-                }
-            }
+            std::vector<PreparedFile> items(batch.size());
+            for (std::size_t i = 0; i < batch.size(); ++i)
+                items[i].readSmall(root, batch[i].second, stream, batch[i].first, resumed);
             return items;
         },
-        [this, count, bytes](std::vector<Prepared> items) {
+        [this, count, bytes](std::vector<PreparedFile> items) {
             --m_jobs;
             m_starting -= count;
             prepared(std::move(items), bytes);
@@ -357,12 +334,12 @@ void StreamSender::sendFolder(ScanEntry entry)
     m_items.emplace(no, std::move(item));
 }
 
-void StreamSender::prepared(std::vector<Prepared> items, std::size_t reserved)
+void StreamSender::prepared(std::vector<PreparedFile> items, std::size_t reserved)
 {
     m_reserved -= reserved;
     if (m_ended)
         return;
-    for (Prepared &one : items) {
+    for (PreparedFile &one : items) {
         if (one.error != Error::None) {
             reportUnsendable(one.message.info, one.error, one.text);
             continue;
@@ -467,33 +444,20 @@ void StreamSender::readSmallAgain(std::uint32_t no)
     item.busy = true;
     ++m_jobs;
     m_reserved += kBatchBytes;
-    disk(
-        [root = m_root, announced = item.message, stream = m_id] {
-            ItemMessage now;
-            FileSender::Chunk chunk;
-            FileSender file(root, announced.info.path, stream, announced.no);
-            chunk.error = file.look(now, chunk.text);
-            if (chunk.error == Error::None &&
-                (now.info.size != announced.info.size || now.info.modifiedMs != announced.info.modifiedMs ||
-                 now.identity != announced.identity)) {
-                chunk.error = Error::ChangedSource;
-                chunk.text = "the file changed while it was sent";
-            }
-            return chunk.error == Error::None ? file.next() : chunk;
-        },
-        [this, no](FileSender::Chunk chunk) {
-            --m_jobs;
-            m_reserved -= kBatchBytes;
-            const auto now = m_items.find(no);
-            if (m_ended || now == m_items.end())
-                return pump();
-            now->second.busy = false;
-            if (chunk.error != Error::None)
-                giveUp(no, chunk.error, chunk.text);
-            else
-                queueChunk(chunk);
-            pump();
-        });
+    disk([root = m_root, announced = item.message, stream = m_id] { return FileSender::once(root, announced, stream); },
+         [this, no](FileSender::Chunk chunk) {
+             --m_jobs;
+             m_reserved -= kBatchBytes;
+             const auto now = m_items.find(no);
+             if (m_ended || now == m_items.end())
+                 return pump();
+             now->second.busy = false;
+             if (chunk.error != Error::None)
+                 giveUp(no, chunk.error, chunk.text);
+             else
+                 queueChunk(chunk);
+             pump();
+         });
 }
 
 void StreamSender::queue(Bytes data)
@@ -596,8 +560,14 @@ void StreamSender::itemFailed(std::uint32_t no, Error error, const std::string &
 
 void StreamSender::finishIfDone()
 {
-    if (m_finishSent || !m_scanDone || !m_entries.empty() || !m_largeEntries.empty() || !m_items.empty() ||
-        m_starting > 0 || !m_ready.empty() || m_ended)
+    if (m_finishSent || !m_scanDone || !m_entries.empty() || !m_largeEntries.empty() || m_starting > 0 ||
+        !m_ready.empty() || m_ended)
+        return;
+    const auto settled = [](const auto &one) {
+        return one.second.sent && one.second.again.empty() && !one.second.busy;
+    };
+    if (!m_items.empty() &&
+        (m_session->peerVersion() < kEarlyFinishVersion || !std::all_of(m_items.begin(), m_items.end(), settled)))
         return;
     m_finishSent = true;
     sendEmpty(Msg::Finish);

@@ -46,14 +46,6 @@ private:
         bool large = false;
         std::vector<std::uint32_t> again; ///< blocks to send once more
     };
-    struct Prepared
-    {
-        ItemMessage message;
-        std::unique_ptr<FileSender> file;
-        FileSender::Chunk chunk;
-        Error error = Error::None;
-        std::string text;
-    };
 
     void begin();
     void scan();
@@ -62,7 +54,7 @@ private:
     bool startLarge();
     bool startBatch();
     void sendFolder(ScanEntry entry);
-    void prepared(std::vector<Prepared> items, std::size_t reserved);
+    void prepared(std::vector<PreparedFile> items, std::size_t reserved);
     void readMore(std::uint32_t no);
     void readSmallAgain(std::uint32_t no);
     void queue(Bytes data);
