@@ -203,7 +203,7 @@ void PathChooser::second(const Second &second, qint64 now)
     if (!m_current)
         return;
     // Without work a carrier shows nothing.
-    if (second.secondsLeft <= 0.0 || now - m_since < kRamp) {
+    if (second.secondsLeft <= 0.0 || now - std::max(m_since, m_targetAt) < kRamp) {
         m_recent.clear();
         return;
     }
@@ -236,6 +236,14 @@ void PathChooser::second(const Second &second, qint64 now)
         m_reason = tr("TCP: it fills the target speed");
     }
     at(*m_current).best = std::max(at(*m_current).best, rate);
+}
+
+void PathChooser::targetChanged(qint64 now)
+{
+    m_targetAt = now;
+    m_recent.clear();
+    for (Way &way : m_ways)
+        way.best = 0.0;
 }
 
 bool PathChooser::worthTrying(const Second &second, double rate, qint64 now)

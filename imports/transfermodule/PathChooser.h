@@ -57,6 +57,8 @@ public:
     /// Time passes; nothing came over the carrier in use for @p silentMs, though streams use it.
     void tick(qint64 now, qint64 silentMs);
     void second(const Second &second, qint64 now);
+    /// The streams have another target speed, so what was measured says nothing any more.
+    void targetChanged(qint64 now);
 
     std::optional<Carrier> current() const { return m_current; }
     /// A connection over that carrier is to be there, or to be made.
@@ -96,7 +98,8 @@ private:
     std::array<Way, 2> m_ways;
     std::optional<Carrier> m_current;
     qint64 m_begun = 0;
-    qint64 m_since = 0; ///< when the current one was taken
+    qint64 m_since = 0;    ///< when the current one was taken
+    qint64 m_targetAt = 0; ///< when the target speed was last changed
     QString m_reason;
 
     std::deque<Second> m_recent;

@@ -334,6 +334,7 @@ void TransferLine::setGoals(const zpdt::RateGoal &upload, const zpdt::RateGoal &
         return;
     m_upload = upload;
     m_download = download;
+    m_chooser.targetChanged(m_clock.elapsed());
     for (Way &one : m_ways)
         applyGoals(one);
 }

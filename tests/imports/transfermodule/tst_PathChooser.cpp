@@ -18,6 +18,7 @@ struct Line
     int slowFrom = -1;   ///< second from which UDP has a hundredth of its speed
     int silentFrom = -1; ///< second from which nothing comes over UDP
     int work = 1000;     ///< seconds of it
+    int raisedAt = -1;   ///< second in which the target speed becomes ten times what it was
 };
 
 constexpr double kTarget = 1e7;
@@ -60,6 +61,7 @@ void PathChooserTest::lines_data()
     row("little work", {0.3, 0.9, 15.0, 1.0, 1.0, -1, -1, 5}, "", "tcp0");
     row("UDP goes silent", {0.7, 0.95, 80.0, 1.0, 1.0, -1, 20}, "", "udp0 tcp22");
     row("UDP becomes slow", {0.7, 0.9, 80.0, 1.0, 1.0, 20}, "", "udp0 tcp21");
+    row("medium, the target is raised", {1.0, 1.0, 15.0, 1.0, 1.0, -1, -1, 1000, 20}, "", "tcp0");
     row("UDP was better", {0.1, 0.9, 15.0, 1.0, 1.0}, "udp", "udp0");
     row("UDP was better and is throttled now", {0.7, 0.05, 80.0}, "udp", "udp0 tcp3");
     row("TCP was better", {0.8, 0.9}, "tcp", "tcp0");
@@ -99,6 +101,8 @@ void PathChooserTest::lines()
                 chooser.gone(carrier, now);
             }
         }
+        if (line.raisedAt * 10 == tenth)
+            chooser.targetChanged(now);
         const auto carrier = chooser.current();
         const bool udp = carrier == Carrier::Udp;
         const int silentFrom = udp ? line.silentFrom : -1;
@@ -115,6 +119,9 @@ void PathChooserTest::lines()
             // A carrier needs a moment to fill the line.
             if (now - since < 1000)
                 second.targetShare *= 0.5;
+            // The figures of a second lag behind.
+            if (line.raisedAt >= 0 && tenth >= line.raisedAt * 10 && tenth < line.raisedAt * 10 + 12)
+                second.targetShare *= 0.1;
             second.bytesPerSecond = second.targetShare * kTarget;
             second.lossPercent = udp ? line.udpLoss : line.tcpLoss;
             second.roundTripMs = line.rtt;
