@@ -172,6 +172,7 @@ void NetdiskPage::SearchFile()
     if (keyword.isEmpty())
         return;
     emit ClickedSearchFile();
+    m_view->setFocus(); // where what is found can be stepped through
     m_server->searchFile(keyword);
 }
 

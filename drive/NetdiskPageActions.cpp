@@ -111,7 +111,7 @@ void NetdiskPage::tell(const QString &title, const QString &text)
     const QPointer<MsgDlg> dialog = new MsgDlg(askOver());
     dialog->setTitle(title);
     dialog->setText(text);
-    dialog->setButtonVisible(QStringLiteral("cancel"), false);
+    dialog->setButtonVisible(QStringLiteral("ok"), false);
     dialog->exec();
     delete dialog;
 }

@@ -346,8 +346,9 @@ void FileDialog::setOrder(int order)
 
 void FileDialog::openEntry(const QModelIndex &index)
 {
+    // Enter on several takes them as they are; one folder is entered.
     const FileItem item = m_model->item(index.row());
-    if (item.isFolder())
+    if (item.isFolder() && selectedCount() <= 1)
         setFolder(item.path);
     else
         onSelect();

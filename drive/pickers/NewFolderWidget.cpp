@@ -95,7 +95,7 @@ void NewFolderWidget::refuse(const QString &text)
     const QPointer<MsgDlg> notice = new MsgDlg(this);
     notice->setTitle(tr("Tip"));
     notice->setText(text);
-    notice->setButtonVisible(QStringLiteral("cancel"), false);
+    notice->setButtonVisible(QStringLiteral("ok"), false);
     notice->exec();
     delete notice;
     if (self)

@@ -13,6 +13,8 @@ constexpr quint64 LastTime = 253402300799999ULL;
 
 /// A name longer than this is cut in the middle: a text of ten thousand characters would take the window's time.
 constexpr int LongestLine = 240;
+/// More marks on one letter would reach over the lines above and below.
+constexpr int MostMarks = 3;
 /// A message names so many entries and counts the others.
 constexpr int MostNamed = 3;
 
@@ -48,8 +50,14 @@ QString FileTexts::line(const QString &text)
     QString shown = text;
     if (text.size() > LongestLine)
         shown = text.left(LongestLine * 2 / 3) + QChar(0x2026) + text.right(LongestLine / 3);
+    int marks = 0; // on the letter that comes before
     for (int i = 0; i < shown.size(); ++i) {
         const ushort c = shown.at(i).unicode();
+        marks = c >= 0x300 && shown.at(i).isMark() ? marks + 1 : 0;
+        if (marks > MostMarks) {
+            shown.remove(i--, 1);
+            continue;
+        }
         if (c < 0x20)
             shown[i] = QChar(0x2400 + c); // the picture of the control character
         else if (c == 0x2028 || c == 0x2029)
