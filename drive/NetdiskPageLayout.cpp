@@ -110,7 +110,7 @@ void NetdiskPage::buildLayout()
     m_filter->setObjectName(QStringLiteral("filterEdit"));
     m_filter->setClearButtonEnabled(true);
     m_filter->addAction(iconOf("filter"), QLineEdit::LeadingPosition);
-    m_filter->setMinimumWidth(70);
+    m_filter->setMinimumWidth(100);
     m_filter->setMaximumWidth(170);
     m_filter->installEventFilter(this);
     auto *placesLayout = new QHBoxLayout(places);
