@@ -112,8 +112,25 @@ CacheFile::Outcome CacheFile::prepare()
         if (!m_claimed)
             drop();
         fail(result, outcome);
+    } else if (m_claimed && !m_withoutJournal) {
+        claim(outcome);
     }
     return outcome;
+}
+
+void CacheFile::claim(Outcome &outcome)
+{
+    m_claims.assign(m_have.size(), 0);
+    Digest digest;
+    for (std::uint32_t block = 0; block < m_blocks; ++block) {
+        if (!readSlot(block, digest))
+            continue;
+        m_claims[block / 8] = static_cast<std::uint8_t>(m_claims[block / 8] | 1u << block % 8);
+        setHas(block, true);
+        outcome.confirmed += sizeOf(block);
+    }
+    if (m_haveCount == 0)
+        m_claims.clear();
 }
 
 bool CacheFile::loadHeader()
@@ -195,22 +212,44 @@ bool CacheFile::hashBlock(std::uint32_t block, Digest &digest) const
 
 bool CacheFile::verifySome(Outcome &outcome)
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    if (!m_claimed)
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const auto claimed = [this] { return !m_claims.empty() && (m_claims[m_verified / 8] >> m_verified % 8 & 1); };
+    if ((m_claims.empty() && !m_withoutJournal) || m_broken)
         return true;
-    for (std::size_t looked = 0; m_verified < m_blocks && looked < kVerifyBytes; ++m_verified) {
-        Digest claimed, actual;
-        if (!m_withoutJournal && !readSlot(m_verified, claimed))
+    std::size_t looked = 0;
+    for (; m_verified < m_blocks && looked < kVerifyBytes && !m_broken; ++m_verified) {
+        Digest slot, actual;
+        if (!m_withoutJournal && !claimed())
             continue;
         looked += sizeOf(m_verified);
-        if (!hashBlock(m_verified, actual) || (!m_withoutJournal && actual != claimed))
-            continue;
-        if (m_withoutJournal && !writeSlot(m_verified, actual).ok())
-            continue;
-        setHas(m_verified, true);
-        outcome.confirmed += sizeOf(m_verified);
+        // What comes from the line is written meanwhile, and may replace this block.
+        lock.unlock();
+        bool good = hashBlock(m_verified, actual);
+        lock.lock();
+        if (m_broken)
+            break;
+        if (m_withoutJournal) {
+            good = good && writeSlot(m_verified, actual).ok();
+            setHas(m_verified, good);
+            outcome.confirmed += good ? sizeOf(m_verified) : 0;
+        } else if (claimed() && (!good || !readSlot(m_verified, slot) || slot != actual)) {
+            setHas(m_verified, false);
+            outcome.confirmed -= sizeOf(m_verified);
+            ask(m_verified, outcome);
+        }
     }
-    return m_verified == m_blocks;
+    if (m_verified < m_blocks && !m_broken)
+        return false;
+    m_claims.clear();
+    m_withoutJournal = false;
+    finishIfWhole(outcome);
+    return true;
+}
+
+void CacheFile::finishIfWhole(Outcome &outcome)
+{
+    if (m_endSeen && m_haveCount == m_blocks && m_claims.empty() && !m_broken)
+        finish(outcome);
 }
 
 std::vector<HaveMessage::Run> CacheFile::runs() const
@@ -246,8 +285,7 @@ CacheFile::Outcome CacheFile::process(std::vector<Op> ops)
             m_whole = op.digest;
             break;
         }
-        if (m_endSeen && m_haveCount == m_blocks && !m_broken)
-            finish(outcome);
+        finishIfWhole(outcome);
     }
     return outcome;
 }
@@ -261,6 +299,8 @@ void CacheFile::piece(const Op &op, Outcome &outcome)
         m_open = op.block;
         m_openAt = 0;
         m_openHash.reset();
+        if (!m_claims.empty())
+            m_claims[op.block / 8] = static_cast<std::uint8_t>(m_claims[op.block / 8] & ~(1u << op.block % 8));
     }
     if (op.block != m_open || op.offset != m_openAt)
         return fail(Error::Integrity, "data out of order", outcome);
@@ -299,6 +339,9 @@ void CacheFile::sum(const Op &op, Outcome &outcome)
         const std::uint32_t block = op.block + static_cast<std::uint32_t>(i);
         Digest own;
         if (has(block) && readSlot(block, own) && own == op.sums[i])
+            continue;
+        // Asked for when it was found damaged; it is on its way.
+        if (!has(block) && !m_asked.empty() && m_asked[block] > 0)
             continue;
         if (has(block)) {
             setHas(block, false);

@@ -14,9 +14,10 @@ namespace zpdt {
 class TargetTree;
 
 /// The receiver's side of one file above the size that travels whole: the partial file beside the target, with the
-/// journal of its blocks behind the data. What the journal claims is believed only when the data on the disk matches
-/// it, so a damaged journal, or damaged data, costs time and nothing else. Disk threads; calls wait for each other,
-/// except runs(), which follows verifySome(), and sync().
+/// journal of its blocks behind the data. What the journal claims is asked for again when the data on the disk does not
+/// match it, before the file gets its name, so a damaged journal, or damaged data, costs time and nothing else. Disk
+/// threads; calls wait for each other, except runs(), which follows prepare() or, where that is asked for,
+/// verifySome(), and sync().
 class CacheFile
 {
 public:
@@ -52,9 +53,11 @@ public:
     CacheFile(std::shared_ptr<TargetTree> tree, const ItemMessage &item, bool verify = false);
     ~CacheFile();
 
-    /// Opens the partial file, or makes it and reserves its space.
+    /// Opens the partial file, or makes it and reserves its space. What the journal claims counts as confirmed.
     Outcome prepare();
-    /// Checks some of the blocks that the journal claims, until it answers true; then runs() is what there is.
+    /// Nothing is known of the data before all of it was checked.
+    bool verifiesFirst() const { return m_withoutJournal; }
+    /// Checks some of the blocks that are claimed, until it answers true. May end the file.
     bool verifySome(Outcome &outcome);
     std::vector<HaveMessage::Run> runs() const;
     Outcome process(std::vector<Op> ops);
@@ -75,6 +78,8 @@ private:
     FileResult writeHeader();
     bool readSlot(std::uint32_t block, Digest &digest) const;
     FileResult writeSlot(std::uint32_t block, const Digest &digest);
+    void claim(Outcome &outcome);
+    void finishIfWhole(Outcome &outcome);
     bool hashBlock(std::uint32_t block, Digest &digest) const;
     void piece(const Op &op, Outcome &outcome);
     void sum(const Op &op, Outcome &outcome);
@@ -100,7 +105,8 @@ private:
     std::uint64_t m_salt = 0;
     bool m_claimed = false; ///< the journal, or a file of the right size and time, claims blocks
     bool m_withoutJournal = false;
-    std::uint32_t m_verified = 0; ///< next block to check
+    std::uint32_t m_verified = 0;       ///< next block to check
+    std::vector<std::uint8_t> m_claims; ///< one bit a block: there by the journal alone; empty when all were checked
 
     std::vector<std::uint8_t> m_have; ///< one bit a block
     std::uint32_t m_haveCount = 0;

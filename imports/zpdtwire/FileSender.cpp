@@ -111,41 +111,14 @@ FileSender::Chunk FileSender::next()
         compare(chunk);
         return chunk;
     }
-    std::size_t left = kReadSize, leftToHash = kHashSize;
-    while (m_block < m_blocks && left > 0 && leftToHash > 0) {
-        const bool held = isHeld(m_block);
-        const std::uint32_t blockSize = sizeOf(m_block);
-        std::size_t part = std::min<std::size_t>(blockSize - m_offset, held ? kReadSize : kPiece);
-        if (held) {
-            if (!read(m_block, m_offset, readBuffer().data(), part, chunk))
-                return chunk;
-            m_blockHash.add(readBuffer().data(), part);
-            leftToHash -= std::min(leftToHash, part);
-        } else {
-            flushSums(chunk);
-            if (!sendPart(m_block, m_offset, part, m_blockHash, chunk))
-                return chunk;
-            left -= std::min(left, part);
-        }
-        m_offset += static_cast<std::uint32_t>(part);
-        if (m_offset < blockSize)
-            continue;
-        const Digest digest = m_blockHash.digest();
-        m_wholeHash.add(digest.data(), digest.size());
-        if (held) {
-            if (m_sums.digests.empty())
-                m_sums.block = m_block;
-            m_sums.digests.push_back(digest);
-            if (m_sums.digests.size() == kMaxSums)
-                flushSums(chunk);
-        }
-        m_blockHash.reset();
-        m_offset = 0;
-        ++m_block;
-    }
-    if (m_block < m_blocks)
+    if (!sendMissing(chunk))
+        return chunk;
+    // What the receiver has is read beside what it lacks, which goes first.
+    if (!sumHeld(m_block < m_blocks ? kReadSize : kHashSize, chunk) || m_block < m_blocks || m_heldBlock < m_blocks)
         return chunk;
     flushSums(chunk);
+    for (const Digest &digest : m_digests)
+        m_wholeHash.add(digest.data(), digest.size());
     if (!unchanged(chunk))
         return chunk;
     EndMessage end;
@@ -159,6 +132,71 @@ FileSender::Chunk FileSender::next()
     }
     chunk.finished = true;
     return chunk;
+}
+
+/// About a MiB of the blocks that the receiver lacks.
+bool FileSender::sendMissing(Chunk &chunk)
+{
+    std::size_t left = kReadSize;
+    while (m_block < m_blocks && left > 0) {
+        if (isHeld(m_block, m_run)) {
+            ++m_block;
+            continue;
+        }
+        const std::size_t part = std::min<std::size_t>(sizeOf(m_block) - m_offset, kPiece);
+        if (!sendPart(m_block, m_offset, part, m_blockHash, chunk))
+            return false;
+        left -= std::min(left, part);
+        m_offset += static_cast<std::uint32_t>(part);
+        if (m_offset < sizeOf(m_block))
+            continue;
+        hashed(m_block, m_blockHash.digest());
+        m_blockHash.reset();
+        m_offset = 0;
+        ++m_block;
+    }
+    while (m_block < m_blocks && isHeld(m_block, m_run))
+        ++m_block;
+    return true;
+}
+
+/// Digests of the blocks that the receiver has.
+bool FileSender::sumHeld(std::size_t most, Chunk &chunk)
+{
+    while (m_heldBlock < m_blocks && most > 0) {
+        if (!isHeld(m_heldBlock, m_heldRun)) {
+            flushSums(chunk);
+            m_heldBlock = m_heldRun < m_runs.size() ? m_runs[m_heldRun].first : m_blocks;
+            continue;
+        }
+        const std::size_t part = std::min<std::size_t>(sizeOf(m_heldBlock) - m_heldOffset, kReadSize);
+        if (!read(m_heldBlock, m_heldOffset, readBuffer().data(), part, chunk))
+            return false;
+        m_heldHash.add(readBuffer().data(), part);
+        most -= std::min(most, part);
+        m_heldOffset += static_cast<std::uint32_t>(part);
+        if (m_heldOffset < sizeOf(m_heldBlock))
+            continue;
+        const Digest digest = m_heldHash.digest();
+        hashed(m_heldBlock, digest);
+        if (m_sums.digests.empty())
+            m_sums.block = m_heldBlock;
+        m_sums.digests.push_back(digest);
+        if (m_sums.digests.size() == kMaxSums)
+            flushSums(chunk);
+        m_heldHash.reset();
+        m_heldOffset = 0;
+        ++m_heldBlock;
+    }
+    return true;
+}
+
+void FileSender::hashed(std::uint32_t block, const Digest &digest)
+{
+    if (m_runs.empty())
+        return m_wholeHash.add(digest.data(), digest.size());
+    m_digests.resize(m_blocks);
+    m_digests[block] = digest;
 }
 
 FileSender::Chunk FileSender::again(std::uint32_t block)
@@ -314,11 +352,12 @@ void FileSender::flushSums(Chunk &chunk)
     m_sums.digests.clear();
 }
 
-bool FileSender::isHeld(std::uint32_t block)
+/// @param run where the last call for this row of blocks stopped
+bool FileSender::isHeld(std::uint32_t block, std::size_t &run) const
 {
-    while (m_run < m_runs.size() && m_runs[m_run].first + m_runs[m_run].count <= block)
-        ++m_run;
-    return m_run < m_runs.size() && m_runs[m_run].first <= block;
+    while (run < m_runs.size() && m_runs[run].first + m_runs[run].count <= block)
+        ++run;
+    return run < m_runs.size() && m_runs[run].first <= block;
 }
 
 std::uint32_t FileSender::sizeOf(std::uint32_t block) const

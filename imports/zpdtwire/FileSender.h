@@ -43,7 +43,10 @@ private:
     bool read(std::uint32_t block, std::uint32_t offset, void *data, std::size_t size, Chunk &chunk);
     bool sendPart(std::uint32_t block, std::uint32_t offset, std::size_t size, BlockHash &hash, Chunk &chunk);
     void flushSums(Chunk &chunk);
-    bool isHeld(std::uint32_t block);
+    bool isHeld(std::uint32_t block, std::size_t &run) const;
+    void hashed(std::uint32_t block, const Digest &digest);
+    bool sendMissing(Chunk &chunk);
+    bool sumHeld(std::size_t most, Chunk &chunk);
     std::uint32_t sizeOf(std::uint32_t block) const;
     void compare(Chunk &chunk);
 
@@ -57,13 +60,19 @@ private:
     std::uint32_t m_blocks = 0;
 
     std::vector<HaveMessage::Run> m_runs;
-    std::size_t m_run = 0;
     bool m_comparing = false;
     Digest m_existing{};
 
     std::uint32_t m_block = 0;
     std::uint32_t m_offset = 0; ///< within m_block
+    std::size_t m_run = 0;      ///< of m_runs, at m_block
     BlockHash m_blockHash;
+    /// The same for the blocks that the receiver has, which are read beside.
+    std::uint32_t m_heldBlock = 0;
+    std::uint32_t m_heldOffset = 0;
+    std::size_t m_heldRun = 0;
+    BlockHash m_heldHash;
+    std::vector<Digest> m_digests; ///< of all blocks, where they are not read in their order
     BlockHash m_wholeHash;
     SumMessage m_sums;
 };

@@ -172,10 +172,15 @@ void StreamReceiver::prepareCache(const ItemPtr &item)
         [this, item](CacheFile::Outcome prepared) {
             if (prepared.error != Error::None)
                 return fail(item, prepared.error, prepared.text);
+            m_progress.bytes += static_cast<std::uint64_t>(prepared.confirmed);
+            m_progress.held += static_cast<std::uint64_t>(prepared.confirmed);
+            if (!item->cache->verifiesFirst())
+                this->prepared(item);
             verifyCache(item);
         });
 }
 
+/// Beside what comes from the line, unless nothing can come before.
 void StreamReceiver::verifyCache(const ItemPtr &item)
 {
     // In pieces, so that the disk threads serve others in between, and an end comes through.
@@ -186,19 +191,26 @@ void StreamReceiver::verifyCache(const ItemPtr &item)
             return verified;
         },
         [this, item](std::pair<bool, CacheFile::Outcome> verified) {
-            if (m_closing)
-                return;
-            m_progress.bytes += static_cast<std::uint64_t>(verified.second.confirmed);
             m_progress.held += static_cast<std::uint64_t>(verified.second.confirmed);
+            if (!apply(item, verified.second))
+                return;
             if (!verified.first)
                 return verifyCache(item);
-            item->busy = false;
-            item->prepared = true;
-            // Where a finished file of the same time turned out to be another, all of the data is coming already.
-            if (!item->haveSent)
-                sendHave(item, item->cache->runs());
-            process(item);
+            if (!item->prepared)
+                prepared(item);
         });
+}
+
+void StreamReceiver::prepared(const ItemPtr &item)
+{
+    if (m_closing)
+        return;
+    item->busy = false;
+    item->prepared = true;
+    // Where a finished file of the same time turned out to be another, all of the data is coming already.
+    if (!item->haveSent)
+        sendHave(item, item->cache->runs());
+    process(item);
 }
 
 void StreamReceiver::sendHave(const ItemPtr &item, const std::vector<HaveMessage::Run> &runs)
@@ -231,20 +243,32 @@ void StreamReceiver::process(const ItemPtr &item)
         });
 }
 
+/// What happened to a file on the disk. False when the item has ended, or is about to.
+bool StreamReceiver::apply(const ItemPtr &item, const CacheFile::Outcome &outcome)
+{
+    m_progress.bytes += static_cast<std::uint64_t>(outcome.confirmed);
+    if (m_ended || m_items.count(item->message.no) == 0)
+        return false;
+    if (outcome.finished) {
+        done(item, outcome.item);
+        return false;
+    }
+    if (outcome.error != Error::None) {
+        fail(item, outcome.error, outcome.text);
+        return false;
+    }
+    if (m_closing)
+        return false;
+    for (std::uint32_t block : outcome.needed)
+        need(item->message.no, block);
+    return true;
+}
+
 void StreamReceiver::processed(const ItemPtr &item, CacheFile::Outcome outcome)
 {
     item->busy = false;
-    m_progress.bytes += static_cast<std::uint64_t>(outcome.confirmed);
-    if (m_ended)
+    if (!apply(item, outcome))
         return;
-    if (outcome.finished)
-        return done(item, outcome.item);
-    if (outcome.error != Error::None)
-        return fail(item, outcome.error, outcome.text);
-    if (m_closing)
-        return;
-    for (std::uint32_t block : outcome.needed)
-        need(item->message.no, block);
     process(item);
     const auto now = Clock::now();
     if (item->syncing || item->sinceSync < kSyncBytes || now - item->lastSync < kSyncTime)

@@ -79,6 +79,8 @@ private:
     void lookForExisting(const ItemPtr &item);
     void prepareCache(const ItemPtr &item);
     void verifyCache(const ItemPtr &item);
+    void prepared(const ItemPtr &item);
+    bool apply(const ItemPtr &item, const CacheFile::Outcome &outcome);
     void sendHave(const ItemPtr &item, const std::vector<HaveMessage::Run> &runs);
     void process(const ItemPtr &item);
     void processed(const ItemPtr &item, CacheFile::Outcome outcome);
