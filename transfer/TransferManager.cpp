@@ -109,6 +109,8 @@ void TransferManager::openDatabase()
     const bool taken = QSqlDatabase::contains(kConnection);
     m_connection = taken ? kConnection + QString::number(quintptr(this), 16) : kConnection;
     m_database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_connection);
+    // While another program holds the database its turns are left out; they come every second.
+    m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=500"));
     m_database.setDatabaseName(m_path.isEmpty() ? QStringLiteral(":memory:") : m_path);
     if (!m_database.open()) {
         logFailure(m_database.lastError());

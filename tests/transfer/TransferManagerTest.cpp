@@ -137,36 +137,63 @@ private slots:
         qInfo("%d kills, %d steps", kills, acknowledged);
     }
 
-    void aFullDiskDelaysAndLosesNothing()
+    /// Another program holds the database, or the disk is full: writing and clearing wait until that is over.
+    void obstaclesDelayAndLoseNothing_data()
     {
+        QTest::addColumn<bool>("locked");
+        QTest::newRow("a locked database") << true;
+        QTest::newRow("a full disk") << false;
+    }
+
+    void obstaclesDelayAndLoseNothing()
+    {
+        QFETCH(bool, locked);
         SmallDisk disk(file("disk"), 2);
-        if (!disk.isMounted())
+        if (!disk.isMounted() && !locked)
             QSKIP("only root may mount a small disk");
         allowMessage("transfer records:");
         allowMessage("transfer journal:");
-        const QString path = file("disk/records");
+        const QString path = locked ? file("locked") : file("disk/records");
         RecordScript script(11);
         RecordModel model;
         std::unique_ptr<TransferManager> store = openStore(path);
-        const auto run = [&](int steps) {
-            for (int i = 0; i < steps; ++i) {
-                const RecordScript::Step step = script.next();
-                model.apply(step);
-                onStore(store.get(), [&] { RecordScript::run(store.get(), step); });
-            }
+        const auto run = [&](const RecordScript::Step &step) {
+            model.apply(step);
+            QMetaObject::invokeMethod(store.get(), [kept = store.get(), step] { RecordScript::run(kept, step); });
         };
-        run(60);
+        const auto runSome = [&](int steps) {
+            for (int i = 0; i < steps; ++i)
+                run(script.next());
+            onStore(store.get(), [] {});
+        };
+        runSome(60);
         QFile filler(file("disk/filler"));
-        QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
-        for (const int piece : {65536, 4096, 512}) {
-            while (filler.write(QByteArray(piece, 'x')) == piece)
-                continue;
+        if (locked) {
+            QSqlDatabase other = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("other"));
+            other.setDatabaseName(path);
+            QVERIFY(other.open() && QSqlQuery(other).exec(QStringLiteral("begin immediate")));
+        } else {
+            QVERIFY(filler.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+            for (const int piece : {65536, 4096, 512}) {
+                while (filler.write(QByteArray(piece, 'x')) == piece)
+                    continue;
+            }
         }
         const int before = messages().size();
-        run(200);
+        for (const RecordScript::Kind kind : {RecordScript::ClearTransfers, RecordScript::ClearFinished}) {
+            runSome(locked ? 5 : 100);
+            run({kind, ZPDT_UPLOAD, {}, 0});
+            runSome(locked ? 5 : 100);
+        }
+        for (const int push : {0, 1, 2, 3})
+            run({RecordScript::Push, ZPDT_DOWNLOAD, {}, push});
+        onStore(store.get(), [] {});
         QVERIFY(messages().size() > before);
+        if (locked)
+            QSqlDatabase::database(QStringLiteral("other")).close();
+        QSqlDatabase::removeDatabase(QStringLiteral("other"));
         filler.remove();
-        run(20);
+        runSome(20);
         store.reset();
         QVERIFY(RecordModel::read(path) == model);
     }
