@@ -24,6 +24,7 @@ struct Ticket
     std::string folder;   ///< path on the user's drive, "/" for the home itself
     Direction direction = Direction::Upload;
     std::string onlyName{}; ///< of a download: the one name in the folder that it opens; empty: all
+    std::string shareId{};  ///< the share by which the files of somebody else are reached; empty: the user's own
 };
 
 /// The tickets that were issued and not yet used. They live in memory alone: a restarted service knows none, and

@@ -24,6 +24,11 @@ bool isZero(const std::vector<char> &block, std::size_t size)
     return size == 0 || (block[0] == 0 && std::memcmp(block.data(), block.data() + 1, size - 1) == 0);
 }
 
+Outcome notAnyMore()
+{
+    return Outcome::failure(403, "denied", "This may not be copied any more.");
+}
+
 } // namespace
 
 Outcome copyFile(const zpdt::SafeFolder &from, const std::string &fromPath, const zpdt::SafeFolder &to,
@@ -68,11 +73,13 @@ CopyJob::CopyJob(UserHome home, std::vector<std::string> sources, std::string ta
 {
 }
 
-CopyJob::CopyJob(UserHome home, std::vector<std::string> sources, std::string target, UserHome origin)
+CopyJob::CopyJob(UserHome home, std::vector<std::string> sources, std::string target, UserHome origin,
+                 Permission permission)
     : DriveJob(std::move(home), std::move(target))
     , m_origin(std::move(origin))
     , m_foreign(true)
     , m_sources(std::move(sources))
+    , m_permission(std::move(permission))
 {
 }
 
@@ -137,6 +144,8 @@ Outcome CopyJob::make(const zpdt::SafeFolder &work, const std::atomic<bool> &can
                 const std::string to = root + entry.path.substr(item.from.size());
                 if (cancelled) {
                     inner = Outcome::cancelled();
+                } else if (!m_permission.holds()) {
+                    inner = notAnyMore();
                 } else if (entry.stat.isFolder()) {
                     inner = Outcome::of(work.mkdir(to), "/" + entry.path);
                     times.emplace_back(to, entry.stat.modifiedNs);
@@ -156,7 +165,7 @@ Outcome CopyJob::make(const zpdt::SafeFolder &work, const std::atomic<bool> &can
         for (const auto &time : times)
             work.setModified(time.first, time.second);
     }
-    return {};
+    return m_permission.holds() ? Outcome() : notAnyMore();
 }
 
 Outcome CopyJob::publish(const zpdt::SafeFolder &work) const

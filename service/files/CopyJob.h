@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DriveJob.h"
+#include "Permission.h"
 
 #include <atomic>
 #include <string>
@@ -15,8 +16,10 @@ class CopyJob final : public DriveJob
 {
 public:
     CopyJob(UserHome home, std::vector<std::string> sources, std::string target);
-    /// From a folder of somebody else, @p origin, into @p home; a name that exists there gets a number.
-    CopyJob(UserHome home, std::vector<std::string> sources, std::string target, UserHome origin);
+    /// From a folder of somebody else, @p origin, into @p home; a name that exists there gets a number. Nothing appears
+    /// once @p permission holds no more.
+    CopyJob(UserHome home, std::vector<std::string> sources, std::string target, UserHome origin,
+            Permission permission);
 
     Outcome check() override;
 
@@ -36,6 +39,7 @@ private:
     const UserHome m_origin;
     const bool m_foreign = false;
     const std::vector<std::string> m_sources;
+    Permission m_permission;
     std::string m_folder; ///< the target without its first slash
     std::vector<Item> m_items;
 };

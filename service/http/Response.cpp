@@ -111,6 +111,17 @@ Response &Response::setHeader(const std::string &name, const std::string &value)
     return *this;
 }
 
+Response &Response::onlyWhile(Permission permission)
+{
+    if (m_provider) {
+        m_provider = [provider = std::move(m_provider), permission = std::move(permission)](
+                         std::uint64_t offset, char *buffer, std::size_t size) mutable -> std::int64_t {
+            return permission.holds() ? provider(offset, buffer, size) : -1;
+        };
+    }
+    return *this;
+}
+
 struct PendingResponse::State
 {
     std::mutex mutex;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Permission.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -49,6 +51,8 @@ public:
     static Response after(int milliseconds, std::function<Response()> make);
 
     Response &setHeader(const std::string &name, const std::string &value);
+    /// A body that is long under way ends early, as a provider can end it, when @p permission holds no more.
+    Response &onlyWhile(Permission permission);
 
     int status() const { return m_status; }
     const std::vector<std::pair<std::string, std::string>> &headers() const { return m_headers; }

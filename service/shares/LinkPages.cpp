@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
 
 namespace arkvale::service {
 
@@ -25,6 +26,7 @@ struct Words
 {
     const char *language;
     const char *gone;
+    const char *locked;
     const char *password;
     const char *open;
     const char *wrong;
@@ -39,6 +41,7 @@ const Words &wordsFor(const Request &request)
 {
     static const Words english = {"en",
                                   "This share does not exist, or it has ended.",
+                                  "This share has a password.",
                                   "Password",
                                   "Open",
                                   "That is not the password.",
@@ -49,6 +52,7 @@ const Words &wordsFor(const Request &request)
                                   "This folder is empty."};
     static const Words simplified = {"zh-CN",
                                      "该分享不存在或已结束。",
+                                     "此分享需要密码。",
                                      "密码",
                                      "打开",
                                      "密码不正确。",
@@ -59,6 +63,7 @@ const Words &wordsFor(const Request &request)
                                      "此文件夹为空。"};
     static const Words traditional = {"zh-TW",
                                       "該分享不存在或已結束。",
+                                      "此分享需要密碼。",
                                       "密碼",
                                       "開啟",
                                       "密碼不正確。",
@@ -67,10 +72,19 @@ const Words &wordsFor(const Request &request)
                                       "分享者",
                                       "此資料夾中還有更多內容未顯示。",
                                       "此資料夾為空。"};
-    const std::string &wanted = request.header("accept-language");
-    if (wanted.compare(0, 2, "zh") != 0)
-        return english;
-    return wanted.compare(0, 5, "zh-TW") == 0 || wanted.compare(0, 5, "zh-HK") == 0 ? traditional : simplified;
+    // Browsers name the languages that somebody reads in the order of liking; the first that is spoken here counts.
+    std::istringstream wanted(request.header("accept-language"));
+    for (std::string tag; std::getline(wanted, tag, ',');) {
+        tag = tag.substr(std::min(tag.find_first_not_of(' '), tag.size()));
+        tag = tag.substr(0, tag.find(';'));
+        std::transform(tag.begin(), tag.end(), tag.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? c + 32 : c; });
+        const auto names = [&tag](const char *part) { return (tag + '-').find(part) != std::string::npos; };
+        if (tag.compare(0, 2, "en") == 0)
+            return english;
+        if (tag.compare(0, 2, "zh") == 0)
+            return names("-hant-") || names("-tw-") || names("-hk-") || names("-mo-") ? traditional : simplified;
+    }
+    return english;
 }
 
 std::string escaped(const std::string &text)
@@ -134,7 +148,7 @@ Response passwordForm(const Request &request, const Words &words, const char *co
         std::string("<form method=\"post\" action=\"") + escaped(request.rawPath) + "\"><p><label>" + words.password +
         " <input type=\"password\" name=\"password\" maxlength=\"64\" autofocus></label> <button>" + words.open +
         "</button></p></form>" + (complaint ? std::string("<p class=\"no\">") + complaint + "</p>" : std::string());
-    return htmlPage(words, words.password, body, status);
+    return htmlPage(words, words.locked, body, status);
 }
 
 std::string sizeText(std::uint64_t bytes)
@@ -292,7 +306,9 @@ Response LinkPages::file(const Request &request)
         return sorry(words, words.gone, 404);
     Response response = sharedFile(request, item, path, true);
     const bool shown = response.status() < 400 || response.status() == 416;
-    return shown ? response : sorry(words, words.gone, 404);
+    if (!shown)
+        return sorry(words, words.gone, 404);
+    return response.onlyWhile(Permission([this, share] { return m_items.mayGoOn(share); }));
 }
 
 Response LinkPages::unlock(const Request &request)

@@ -72,6 +72,11 @@ private:
     Outcome reach(const Request &request, const std::string &id, const std::string &path, Share *share,
                   SharedItem *item) const;
     Outcome usersOf(const Request &request, const json &body, std::vector<std::string> *users) const;
+    /// For what takes its time: it ends when the share, or the user's part in it, ends.
+    Permission permission(const std::string &user, const Share &share) const
+    {
+        return Permission([this, user, id = share.id] { return s.items.mayGoOn(user, id); });
+    }
     std::string link(const Request &request, const Share &share) const;
     json record(const Request &request, const Share &share) const;
     Response records(const Request &request, const std::vector<Share> &shares) const;
@@ -307,8 +312,8 @@ Response Routes::save(const Request &request, const json &body) const
         outcome = s.files.openHome(request.user, center.empty() ? share.subCenter : center, home);
     if (!outcome.ok())
         return refusal(outcome);
-    return s.files.startJob(request.user,
-                            std::make_shared<CopyJob>(home, std::vector<std::string>{*path}, *target, item.parent));
+    return s.files.startJob(request.user, std::make_shared<CopyJob>(home, std::vector<std::string>{*path}, *target,
+                                                                    item.parent, permission(request.user, share)));
 }
 
 Response Routes::findUsers(const Request &request) const
@@ -374,7 +379,9 @@ Response Routes::file(const Request &request) const
     Share share;
     SharedItem item;
     const Outcome outcome = reach(request, request.queryValue("shareId"), path, &share, &item);
-    return outcome.ok() ? sharedFile(request, item, path, false) : refusal(outcome);
+    if (!outcome.ok())
+        return refusal(outcome);
+    return sharedFile(request, item, path, false).onlyWhile(permission(request.user, share));
 }
 
 } // namespace

@@ -23,8 +23,11 @@ CREATE TABLE IF NOT EXISTS share_users (
 CREATE INDEX IF NOT EXISTS shares_to_user ON share_users (user, ignored);
 )";
 
-const char *const columns = "SELECT id, owner, sub_center, path, is_folder, kind, permission, password, token, time, "
-                            "file_id FROM shares ";
+// One row for each user of a share, and one for a share without any.
+const char *const withUsers = "SELECT id, owner, sub_center, path, is_folder, kind, permission, password, token, time, "
+                              "file_id, share_users.user FROM shares LEFT JOIN share_users ON share = id ";
+const char *const withoutUsers = "SELECT id, owner, sub_center, path, is_folder, kind, permission, password, token, "
+                                 "time, file_id, '' FROM shares ";
 
 bool liesBelow(const std::string &path, const std::string &folder)
 {
@@ -77,14 +80,21 @@ StoreResult ShareStore::add(Share *share)
                   "The share cannot be stored.");
 }
 
-std::vector<Share> ShareStore::select(const char *condition, const std::vector<std::string> &values) const
+std::vector<Share> ShareStore::select(const char *condition, const std::vector<std::string> &values, Users users) const
 {
     std::vector<Share> shares;
     const std::lock_guard lock(m_accounts.mutex());
-    Statement rows(m_accounts.database(), (std::string(columns) + condition).c_str());
+    const std::string order =
+        users == WithUsers ? " ORDER BY time DESC, id, share_users.rowid" : " ORDER BY time DESC, id";
+    Statement rows(m_accounts.database(),
+                   ((users == WithUsers ? withUsers : withoutUsers) + (condition + order)).c_str());
     for (const std::string &value : values)
         rows.bind(value);
     while (rows.row()) {
+        if (!shares.empty() && shares.back().id == rows.text(0)) {
+            shares.back().users.push_back(rows.text(11));
+            continue;
+        }
         Share share;
         share.id = rows.text(0);
         share.owner = rows.text(1);
@@ -97,15 +107,9 @@ std::vector<Share> ShareStore::select(const char *condition, const std::vector<s
         share.token = rows.text(8);
         share.time = rows.number(9);
         share.fileId = static_cast<std::uint64_t>(rows.number(10));
+        if (const std::string user = rows.text(11); !user.empty())
+            share.users.push_back(user);
         shares.push_back(std::move(share));
-    }
-    for (Share &share : shares) {
-        if (share.isLink())
-            continue;
-        Statement users(m_accounts.database(), "SELECT user FROM share_users WHERE share = ? ORDER BY rowid");
-        users.bind(share.id);
-        while (users.row())
-            share.users.push_back(users.text(0));
     }
     return shares;
 }
@@ -124,16 +128,24 @@ std::optional<Share> ShareStore::findByToken(const std::string &token) const
     return found.empty() ? std::nullopt : std::optional(found.front());
 }
 
+bool ShareStore::isFor(const std::string &id, const std::string &user) const
+{
+    const std::lock_guard lock(m_accounts.mutex());
+    Statement row(m_accounts.database(), "SELECT 1 FROM shares WHERE id = ?1 AND (owner = ?2 OR EXISTS (SELECT 1 FROM "
+                                         "share_users WHERE share = ?1 AND user = ?2))");
+    return row.bind(id).bind(user).row();
+}
+
 std::vector<Share> ShareStore::ofOwner(const std::string &owner, const std::string &subCenter) const
 {
-    return select("WHERE owner = ?1 AND (?2 = '' OR sub_center = ?2) ORDER BY time DESC, id", {owner, subCenter});
+    return select("WHERE owner = ?1 AND (?2 = '' OR sub_center = ?2)", {owner, subCenter});
 }
 
 std::vector<Share> ShareStore::toUser(const std::string &user, const std::string &subCenter) const
 {
     return select("WHERE kind = 2 AND (?2 = '' OR sub_center = ?2) AND id IN (SELECT share FROM share_users WHERE "
-                  "user = ?1 AND ignored = 0) ORDER BY time DESC, id",
-                  {user, subCenter});
+                  "user = ?1 AND ignored = 0)",
+                  {user, subCenter}, WithoutUsers);
 }
 
 StoreResult ShareStore::change(const char *sql, const std::vector<std::string> &values)
@@ -207,27 +219,34 @@ StoreResult ShareStore::remove(const std::vector<std::string> &ids)
     return result(transaction.commit(), "The shares cannot be removed.");
 }
 
+std::vector<Share> ShareStore::at(const std::string &owner, const std::string &subCenter, const std::string &path) const
+{
+    std::vector<Share> found = select("WHERE owner = ?1 AND sub_center = ?2", {owner, subCenter}, WithoutUsers);
+    const auto elsewhere = [&](const Share &share) { return share.path != path && !liesBelow(share.path, path); };
+    found.erase(std::remove_if(found.begin(), found.end(), elsewhere), found.end());
+    return found;
+}
+
 StoreResult ShareStore::moved(const std::string &owner, const std::string &subCenter, const std::string &from,
                               const std::string &to)
 {
-    for (const Share &share : ofOwner(owner, subCenter)) {
-        if (share.path != from && !liesBelow(share.path, from))
-            continue;
-        const auto changed =
-            change("UPDATE shares SET path = ?2 WHERE id = ?1", {share.id, to + share.path.substr(from.size())});
-        if (!changed)
-            return changed;
-    }
-    return {};
+    std::vector<Share> found = at(owner, subCenter, from);
+    if (found.empty())
+        return {};
+    const std::lock_guard lock(m_accounts.mutex());
+    Transaction transaction(m_accounts.database());
+    const bool ok = std::all_of(found.begin(), found.end(), [&](const Share &share) {
+        Statement update(m_accounts.database(), "UPDATE shares SET path = ?2 WHERE id = ?1");
+        return update.bind(share.id).bind(to + share.path.substr(from.size())).run();
+    });
+    return result(ok && transaction.commit(), "The shares cannot be changed.");
 }
 
 StoreResult ShareStore::gone(const std::string &owner, const std::string &subCenter, const std::string &path)
 {
     std::vector<std::string> ids;
-    for (const Share &share : ofOwner(owner, subCenter)) {
-        if (share.path == path || liesBelow(share.path, path))
-            ids.push_back(share.id);
-    }
+    for (const Share &share : at(owner, subCenter, path))
+        ids.push_back(share.id);
     return ids.empty() ? StoreResult{} : remove(ids);
 }
 

@@ -50,9 +50,11 @@ public:
     StoreResult add(Share *share);
     std::optional<Share> find(const std::string &id) const;
     std::optional<Share> findByToken(const std::string &token) const;
+    /// Whether the share is there, and @p user is its owner or one of its users.
+    bool isFor(const std::string &id, const std::string &user) const;
     /// @param subCenter empty: of all
     std::vector<Share> ofOwner(const std::string &owner, const std::string &subCenter) const;
-    /// The shares of others that @p user has been let into and does not ignore.
+    /// The shares of others that @p user has been let into and does not ignore; without who else has been.
     std::vector<Share> toUser(const std::string &user, const std::string &subCenter) const;
 
     StoreResult setPassword(const std::string &id, const std::string &password);
@@ -69,7 +71,15 @@ public:
     StoreResult gone(const std::string &owner, const std::string &subCenter, const std::string &path);
 
 private:
-    std::vector<Share> select(const char *condition, const std::vector<std::string> &values) const;
+    enum Users
+    {
+        WithUsers,
+        WithoutUsers
+    };
+    std::vector<Share> select(const char *condition, const std::vector<std::string> &values,
+                              Users users = WithUsers) const;
+    /// Shares of the item of that path, and of what lies below it.
+    std::vector<Share> at(const std::string &owner, const std::string &subCenter, const std::string &path) const;
     StoreResult result(bool ok, const char *otherwise) const;
     StoreResult change(const char *sql, const std::vector<std::string> &values);
     bool insertUsers(const std::string &id, const std::vector<std::string> &users);

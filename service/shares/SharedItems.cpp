@@ -38,8 +38,7 @@ Outcome SharedItems::find(const std::string &user, const std::string &id, Share 
 
 Outcome SharedItems::open(const Share &share, SharedItem *item) const
 {
-    const auto owner = m_accounts.account(share.owner);
-    if (!owner || owner->restriction.holds(nowMs()))
+    if (isRestricted(share.owner))
         return noShare();
     Outcome outcome = m_files.openHome(share.owner, share.subCenter, item->parent);
     const auto root = m_context.userHome(share.owner, share.subCenter);
@@ -64,6 +63,24 @@ Outcome SharedItems::open(const Share &share, SharedItem *item) const
     const zpdt::FileResult result = item->parent.folder.openFolder(zpdt::joinPath(names), folder);
     item->parent.folder = folder;
     return Outcome::of(result, share.path);
+}
+
+bool SharedItems::isRestricted(const std::string &user) const
+{
+    const auto account = m_accounts.account(user);
+    return !account || account->restriction.holds(nowMs());
+}
+
+bool SharedItems::mayGoOn(const std::string &user, const std::string &id) const
+{
+    const auto share = m_shares.find(id);
+    return share && m_shares.isFor(id, user) && !isRestricted(user) && !isRestricted(share->owner);
+}
+
+bool SharedItems::mayGoOn(const Share &link) const
+{
+    const auto now = m_shares.findByToken(link.token);
+    return now && now->id == link.id && now->password == link.password && !isRestricted(now->owner);
 }
 
 } // namespace arkvale::service

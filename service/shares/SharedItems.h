@@ -40,8 +40,14 @@ public:
     Outcome find(const std::string &user, const std::string &id, Share *share) const;
     /// A share whose item is gone ends here; that of a frozen owner is not reached.
     Outcome open(const Share &share, SharedItem *item) const;
+    /// Whether @p user, who was let into the share, reaches it still: for what takes its time. Asks the database alone.
+    bool mayGoOn(const std::string &user, const std::string &id) const;
+    /// The same for whoever opened the link.
+    bool mayGoOn(const Share &link) const;
 
 private:
+    bool isRestricted(const std::string &user) const;
+
     AccountStore &m_accounts;
     ShareStore &m_shares;
     Context &m_context;

@@ -125,6 +125,11 @@ bool Service::Parts::startTransfers(const ServiceOptions &options, std::string *
             grant.onlyName = ticket->onlyName;
             grant.direction = ticket->direction == Ticket::Direction::Upload ? TransferGrant::Direction::Upload
                                                                              : TransferGrant::Direction::Download;
+            if (!ticket->shareId.empty()) {
+                grant.allowed = [this, user = ticket->user, share = ticket->shareId] {
+                    return sharedItems->mayGoOn(user, share);
+                };
+            }
             grant.quotaFree = [this, user = ticket->user, center = ticket->subCenterId] {
                 return static_cast<std::uint64_t>(site->storage(user, center).left());
             };
@@ -190,8 +195,12 @@ std::optional<Response> Service::Parts::ticketForShare(const std::string &user, 
         outcome = sharedItems->open(share, &item);
     if (outcome.ok() && (!item.reaches(inner) || ticket->direction != Ticket::Direction::Download))
         outcome = Outcome::failure(404, "no-share", "The share holds no such folder, or it is not to be changed.");
+    // For a transfer that was under way the right to the files is what is missing, not the files.
+    if (outcome.status == 404)
+        return Response::error(403, outcome.word, "The files are not shared with this user any more.");
     if (!outcome.ok())
         return Response::error(outcome.status, outcome.word, outcome.message);
+    ticket->shareId = share.id;
     ticket->homeRoot = item.homeRoot;
     ticket->folder = inner == "/" ? item.parentPath : (item.parentPath == "/" ? "" : item.parentPath) + inner;
     ticket->onlyName = inner == "/" ? item.name : std::string();

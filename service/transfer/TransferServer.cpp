@@ -15,6 +15,7 @@
 #include <asio/ip/tcp.hpp>
 #include <asio/steady_timer.hpp>
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <future>
@@ -34,6 +35,7 @@ constexpr auto kProveTime = std::chrono::seconds(30);
 constexpr auto kStopTime = std::chrono::seconds(5);
 constexpr auto kAcceptPause = std::chrono::milliseconds(200);
 constexpr unsigned kMostBadTickets = 8;
+constexpr auto kLookPause = std::chrono::seconds(1);
 /// New connections of one address; each costs a handshake.
 constexpr double kNewPerSecond = 30;
 
@@ -94,6 +96,7 @@ struct TransferServer::Private : std::enable_shared_from_this<TransferServer::Pr
         , acceptor(context.io())
         , acceptTimer(context.io())
         , addresses(options.maxConnectionsPerAddress, kNewPerSecond)
+        , lookTimer(context.io())
     {
     }
 
@@ -113,6 +116,9 @@ struct TransferServer::Private : std::enable_shared_from_this<TransferServer::Pr
     std::shared_ptr<zpdt::StreamBase> makeStream(zpdt::Session &session, const zpdt::OpenMessage &message,
                                                  const TransferGrant &grant);
     void streamGone(const std::string &user);
+    void lookSoon(std::chrono::milliseconds pause);
+    void look();
+    void looked(const std::vector<std::weak_ptr<zpdt::StreamBase>> &over);
     void shutDown();
     void tellWhenIdle();
 
@@ -136,6 +142,16 @@ struct TransferServer::Private : std::enable_shared_from_this<TransferServer::Pr
     AddressLimits addresses;
     std::map<std::string, unsigned> streamsPerUser;
     std::size_t streams = 0;
+
+    /// What may be taken back from a stream while it runs.
+    struct Watched
+    {
+        std::weak_ptr<zpdt::StreamBase> stream;
+        std::function<bool()> allowed;
+    };
+    std::vector<Watched> watched;
+    asio::steady_timer lookTimer;
+    bool looking = false; ///< a disk thread is asking
 
     std::mutex idleMutex;
     std::condition_variable idleChanged;
@@ -305,6 +321,10 @@ std::shared_ptr<zpdt::SessionStream> TransferServer::Private::open(std::uint64_t
     // This object lives as long as a stream does, so that stop() can wait for it.
     stream->onGone = [self = shared_from_this(), user = grant->user] { self->streamGone(user); };
     session.send(zpdt::emptyFrame(id, zpdt::Msg::Opened));
+    if (grant->allowed) {
+        watched.push_back({stream, grant->allowed});
+        lookSoon(std::chrono::milliseconds(0));
+    }
     return stream;
 }
 
@@ -361,9 +381,55 @@ void TransferServer::Private::streamGone(const std::string &user)
     tellWhenIdle();
 }
 
+void TransferServer::Private::lookSoon(std::chrono::milliseconds pause)
+{
+    if (looking || stopping)
+        return;
+    lookTimer.expires_after(pause);
+    lookTimer.async_wait([weak = weak_from_this()](std::error_code stopped) {
+        const auto self = weak.lock();
+        if (self && !stopped && !self->looking)
+            self->look();
+    });
+}
+
+void TransferServer::Private::look()
+{
+    const auto isOver = [](const Watched &one) {
+        const auto stream = one.stream.lock();
+        return !stream || stream->hasEnded();
+    };
+    watched.erase(std::remove_if(watched.begin(), watched.end(), isOver), watched.end());
+    if (watched.empty() || stopping)
+        return;
+    looking = true;
+    asio::post(context.disk(), [self = shared_from_this(), list = watched]() mutable {
+        std::vector<std::weak_ptr<zpdt::StreamBase>> over;
+        for (const Watched &one : list) {
+            if (!one.allowed())
+                over.push_back(one.stream);
+        }
+        // The last owner of this goes on the I/O thread, hence the move.
+        asio::io_context &io = self->context.io();
+        asio::post(io, [self = std::move(self), over = std::move(over)] { self->looked(over); });
+    });
+}
+
+void TransferServer::Private::looked(const std::vector<std::weak_ptr<zpdt::StreamBase>> &over)
+{
+    looking = false;
+    for (const auto &weak : over) {
+        if (const auto stream = weak.lock())
+            stream->stop(zpdt::Error::Refused, "the files are not shared with this user any more", false);
+    }
+    if (!watched.empty())
+        lookSoon(kLookPause);
+}
+
 void TransferServer::Private::shutDown()
 {
     stopping = true;
+    lookTimer.cancel();
     std::error_code ignored;
     acceptor.close(ignored);
     acceptTimer.cancel();

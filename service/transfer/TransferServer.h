@@ -23,6 +23,8 @@ struct TransferGrant
     std::string folder; ///< folder of the ticket below homeRoot, '/' between names, no leading one; "" the home itself
     std::string onlyName; ///< of a download: the one name in the folder that may be asked for; empty: any
     Direction direction = Direction::Upload;
+    /// Asked at the beginning and about once a second; false ends the stream. Empty: for good. Called on disk threads.
+    std::function<bool()> allowed;
     /// Bytes that the user may still store; empty: no limit. Called on disk threads.
     std::function<std::uint64_t()> quotaFree;
     /// Told the change of stored bytes: after each finished file, negative when a

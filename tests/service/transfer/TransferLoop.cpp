@@ -81,6 +81,7 @@ std::string TransferLoop::ticket(zpdt::Direction direction, const QString &folde
     grant.direction =
         direction == zpdt::Direction::Upload ? TransferGrant::Direction::Upload : TransferGrant::Direction::Download;
     grant.quotaFree = quotaFree;
+    grant.allowed = allowed;
     grant.addUsed = [this](std::int64_t bytes) { used += bytes; };
     std::lock_guard<std::mutex> lock(m_mutex);
     const std::string name = "ticket-" + std::to_string(++m_lastTicket);

@@ -63,6 +63,7 @@ public:
 
     // What the next grants say.
     std::function<quint64()> quotaFree;
+    std::function<bool()> allowed;
     std::atomic<qint64> used{0};
     /// Called on the I/O thread, under the lock, for each item done and each progress report.
     std::function<void()> onStep;

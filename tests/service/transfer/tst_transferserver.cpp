@@ -43,6 +43,7 @@ private slots:
     void oldPartialFiles();
     void folderTakenAway_data();
     void folderTakenAway();
+    void rightTakenAway();
 };
 
 namespace {
@@ -526,6 +527,40 @@ void TransferServerTest::folderTakenAway()
     QCOMPARE(there, done);
     QCOMPARE(loop.used.load(), qint64(done.size()) * 6000);
     QCOMPARE(QDir(loop.home() + "/in/src").entryList(QDir::Files), QStringList());
+}
+
+void TransferServerTest::rightTakenAway()
+{
+    TransferLoop loop;
+    std::atomic<bool> allowed{true};
+    std::atomic<int> asked{0};
+    loop.allowed = [&] {
+        ++asked;
+        return allowed.load();
+    };
+    loop.startServer();
+    loop.connect();
+    writeFile(loop.home() + "/in/small", noise(1000, 1));
+    writeFile(loop.home() + "/in/large", noise(16 * kMiB, 1));
+    QCOMPARE(loop.download({"small"}).result.error, Error::None);
+    loop.connection().setRate(Direction::Download, 2 * kMiB);
+    StreamLog log;
+    auto stream = loop.start(loop.downloadRequest({"large"}), log);
+    QVERIFY(loop.wait([&] { return log.lastProgress.bytes > 0; }));
+    QElapsedTimer timer;
+    timer.start();
+    allowed = false;
+    QVERIFY(loop.wait([&] { return log.ended; }));
+    QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(log.result.error, Error::Refused);
+    QVERIFY(log.result.text.find("shared") != std::string::npos);
+    QVERIFY(!QFile::exists(loop.local() + "/large"));
+    // A stream that begins without the right ends before it has sent much.
+    QCOMPARE(loop.download({"large"}).result.error, Error::Refused);
+    // Nothing is asked for streams that have ended.
+    const int before = asked;
+    QTest::qWait(1500); // why: two rounds of questions
+    QCOMPARE(asked.load(), before);
 }
 
 ARKVALE_GUILESS_TEST(TransferServerTest)
