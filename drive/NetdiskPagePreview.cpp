@@ -10,16 +10,6 @@
 #include "ImagePreviewWidget.h"
 #include "NetDiskServer.h"
 
-namespace {
-
-bool isImage(const FileItem &item)
-{
-    return !item.isFolder() && (item.contentType.startsWith(QLatin1String("image/")) ||
-                                item.name.endsWith(QLatin1String(".psd"), Qt::CaseInsensitive));
-}
-
-} // namespace
-
 void NetdiskPage::connectCaches()
 {
     connect(m_icons, SIGNAL(checkFileIconCache(FileItem, QSize)), m_cache, SLOT(checkThumbnailCache(FileItem, QSize)));
@@ -50,7 +40,7 @@ void NetdiskPage::Preview(QString path)
     if (row < 0)
         return;
     const FileItem item = m_view->model()->item(row);
-    if (isImage(item))
+    if (ImagePreviewWidget::isImage(item))
         showImage(item);
     else if (!item.isFolder())
         m_preview->open(item);
@@ -78,7 +68,7 @@ void NetdiskPage::showImage(const FileItem &item)
     for (int row = 0; row < model->rowCount(); ++row) {
         if (model->item(row).path == item.path)
             index = images.size();
-        if (isImage(model->item(row)))
+        if (ImagePreviewWidget::isImage(model->item(row)))
             images.append(model->item(row));
     }
     m_viewer->setImages(images, index);

@@ -5,10 +5,7 @@
 #include "FileItemReader.h"
 #include "GlobalConfig.h"
 #include "OrderedWork.h"
-
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
+#include "ShareReader.h"
 
 namespace {
 
@@ -21,72 +18,6 @@ enum Code
     Expired = 201,
     Accepted = 202
 };
-
-QString textOf(const QJsonObject &object, const char *name)
-{
-    return object.value(QLatin1String(name)).toString();
-}
-
-quint64 sizeOf(const QJsonObject &object)
-{
-    const QJsonValue value = object.value(QLatin1String("size"));
-    const double number = value.isString() ? value.toString().toDouble() : value.toDouble();
-    return number > 0 && number < 9.2e18 ? quint64(number) : 0;
-}
-
-/// Copies what is there; every key may be missing.
-void readInto(const QJsonObject &object, ShareRecord *record)
-{
-    const auto read = [&object](const char *name, QString *text) {
-        if (object.contains(QLatin1String(name)))
-            *text = textOf(object, name);
-    };
-    read("shareId", &record->shareId);
-    read("owner", &record->owner);
-    read("name", &record->name);
-    read("path", &record->path);
-    read("contentType", &record->contentType);
-    read("icon", &record->icon);
-    read("link", &record->link);
-    read("password", &record->password);
-    read("permission", &record->permission);
-    record->shareType = object.value(QLatin1String("shareType")).toInt(record->shareType);
-    const QJsonValue folder = object.value(QLatin1String("isDir"));
-    if (!folder.isUndefined())
-        record->isDir = folder.isBool() ? int(folder.toBool()) : folder.toInt();
-    if (object.contains(QLatin1String("shareTime")))
-        record->shareTime = QDateTime::fromMSecsSinceEpoch(qint64(object.value(QLatin1String("shareTime")).toDouble()));
-    if (object.contains(QLatin1String("size")))
-        record->size = sizeOf(object);
-    record->authentification =
-        object.value(QLatin1String("authentification")).toVariant().toBool() || record->authentification;
-    if (object.value(QLatin1String("shareTo")).isArray()) {
-        record->shareTo.clear();
-        const QJsonArray users = object.value(QLatin1String("shareTo")).toArray();
-        for (const QJsonValue &user : users) {
-            if (user.isString())
-                record->shareTo << user.toString();
-        }
-    }
-}
-
-void readInto(const QJsonObject &object, UserInfo *user)
-{
-    const auto read = [&object](const char *name, QString *text) {
-        if (object.contains(QLatin1String(name)))
-            *text = textOf(object, name);
-    };
-    read("username", &user->username);
-    read("nickname", &user->nickname);
-    read("mobile", &user->mobile);
-    read("email", &user->email);
-    read("icon", &user->icon);
-}
-
-QJsonObject objectOf(const QByteArray &body)
-{
-    return QJsonDocument::fromJson(body).object();
-}
 
 } // namespace
 
@@ -134,16 +65,7 @@ void ShareService::connectClient()
 
 QList<ShareRecord> ShareService::readShareRecord(const QByteArray &body)
 {
-    QList<ShareRecord> records;
-    const QJsonArray shares = objectOf(body).value(QLatin1String("share")).toArray();
-    for (const QJsonValue &share : shares) {
-        if (!share.isObject())
-            continue;
-        ShareRecord record;
-        readInto(share.toObject(), &record);
-        records << record;
-    }
-    return records;
+    return ShareReader::records(body);
 }
 
 QString ShareService::reasonOf(int code)
@@ -188,12 +110,7 @@ bool ShareService::take(QMap<qint64, ShareRecord> &pending, qint64 id, const cha
     *record = pending.take(id);
     if (!succeeded(operation, code))
         return false;
-    const QJsonObject answer = objectOf(body);
-    for (const char *key : {"shareId", "link"}) {
-        QString *text = *key == 's' ? &record->shareId : &record->link;
-        if (answer.contains(QLatin1String(key)))
-            *text = textOf(answer, key);
-    }
+    ShareReader::readMade(body, record);
     return true;
 }
 
@@ -318,15 +235,7 @@ void ShareService::handlerSearchUser(qint64 id, int code, QByteArray body)
         return;
     if (id != m_lastSearch)
         return; // the person has typed on
-    QList<UserInfo> users;
-    const QJsonArray found = objectOf(body).value(QLatin1String("users")).toArray();
-    for (const QJsonValue &value : found) {
-        UserInfo user;
-        readInto(value.toObject(), &user);
-        if (!user.username.isEmpty())
-            users << user;
-    }
-    emit handlerSearchUserFinished(users);
+    emit handlerSearchUserFinished(ShareReader::users(body));
 }
 
 void ShareService::handlerPublicShare(qint64 id, int code, QByteArray body)
@@ -387,7 +296,7 @@ void ShareService::handlerGetUserInfo(qint64 id, int code, QByteArray body)
     UserInfo user = m_profiles.take(id);
     if (!succeeded("getUserInfo", code))
         return;
-    readInto(objectOf(body), &user);
+    ShareReader::readProfile(body, &user);
     emit handlerGetUserInfoFinished({user});
 }
 
@@ -439,8 +348,9 @@ void ShareService::handlerShareToMeFileRealPath(qint64 id, int code, QByteArray 
 {
     if (!take(m_realPaths, id, "shareToMeFileRealPath", code))
         return;
-    const QJsonObject answer = objectOf(body);
-    emit handlerShareToMeFileRealPathFinished(textOf(answer, "userPath"), textOf(answer, "filePath"));
+    QString userPath, filePath;
+    ShareReader::readPlace(body, &userPath, &filePath);
+    emit handlerShareToMeFileRealPathFinished(userPath, filePath);
 }
 
 void ShareService::handlerReportShare(qint64 id, int code, QByteArray body)

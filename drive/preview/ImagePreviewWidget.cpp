@@ -186,6 +186,18 @@ FileItem ImagePreviewWidget::current() const
     return m_images.value(m_index);
 }
 
+bool ImagePreviewWidget::isImage(const FileItem &item)
+{
+    return !item.isFolder() && (item.contentType.startsWith(QLatin1String("image/")) ||
+                                item.name.endsWith(QLatin1String(".psd"), Qt::CaseInsensitive));
+}
+
+void ImagePreviewWidget::setForeign(const std::function<FetchJob::Request(const FileItem &)> &requests)
+{
+    m_loader->setRequests(requests);
+    m_delete->hide();
+}
+
 void ImagePreviewWidget::setImages(const QList<FileItem> &images, int index)
 {
     m_images = images;
@@ -386,7 +398,8 @@ void ImagePreviewWidget::keyPressEvent(QKeyEvent *event)
     case Qt::Key_F11:
         return toggleFullScreen();
     case Qt::Key_Delete:
-        emit sigDelete();
+        if (!m_delete->isHidden())
+            emit sigDelete();
         return;
     case Qt::Key_S:
         if (control)

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "FetchJob.h"
 #include "FileItem.h"
 
 #include <QList>
 #include <QWidget>
+
+#include <functional>
 
 class CacheFolders;
 class PictureLoader;
@@ -24,6 +27,11 @@ public:
     ImagePreviewWidget(const QString &url, const CacheFolders &folders, QWidget *parent = nullptr);
     ~ImagePreviewWidget() override;
 
+    /// Whether an entry is shown by this viewer.
+    static bool isImage(const FileItem &item);
+
+    /// Before the first image: the images are of somebody else. They come by these requests, and stay where they are.
+    void setForeign(const std::function<FetchJob::Request(const FileItem &)> &requests);
     /// Shows the image at @p index of @p images.
     void setImages(const QList<FileItem> &images, int index);
     /// The image shown; its path is empty when there is none.

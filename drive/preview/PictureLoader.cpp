@@ -180,10 +180,10 @@ void PictureLoader::fetch(Entry &entry)
 {
     entry.stage = Entry::Fetching;
     const FileItem item = entry.item;
-    entry.fetch =
-        FetchJob::start(item, m_folders.file(item), m_client, [item](OrvClient &client, const QString &localPath) {
-            return client.getPreviewFile(item.path, localPath);
-        });
+    const auto own = [item](OrvClient &client, const QString &localPath) {
+        return client.getPreviewFile(item.path, localPath);
+    };
+    entry.fetch = FetchJob::start(item, m_folders.file(item), m_client, m_requests ? m_requests(item) : own);
     connect(entry.fetch.get(), &FetchJob::progress, this, [this, item](qint64 done, qint64 total) {
         if (this->entry(keyOf(item), Entry::Fetching))
             emit progress(item, done, total);
@@ -209,8 +209,16 @@ void PictureLoader::fetched(const QString &key, bool ok)
 void PictureLoader::askForStandIn(Entry &entry)
 {
     entry.stage = Entry::Fetching;
-    entry.client = std::make_shared<OrvClient>(m_client);
     const QString key = keyOf(entry.item);
+    if (m_requests) {
+        const auto giveUp = [this, key] {
+            if (this->entry(key, Entry::Fetching))
+                fail(key);
+        };
+        QMetaObject::invokeMethod(this, giveUp, Qt::QueuedConnection);
+        return;
+    }
+    entry.client = std::make_shared<OrvClient>(m_client);
     const auto answered = [this, key](qint64, int code, const QByteArray &body) {
         Entry *known = this->entry(key, Entry::Fetching);
         if (!known || !known->client)

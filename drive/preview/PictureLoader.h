@@ -12,6 +12,8 @@
 #include <QStringList>
 #include <QTimer>
 
+#include <functional>
+
 class ImageDecoder;
 class OrderedWork;
 
@@ -27,6 +29,8 @@ public:
     PictureLoader(const QString &url, const CacheFolders &folders, QObject *parent = nullptr);
     ~PictureLoader() override;
 
+    /// Files come by these requests, and there are no stand-ins for what is too large.
+    void setRequests(std::function<FetchJob::Request(const FileItem &)> requests) { m_requests = std::move(requests); }
     /// Pixels of the screen; previews are made to fit into it.
     void setBox(const QSize &box) { m_box = box; }
     /// @param items the one looked at, then those to have at hand, most urgent first
@@ -91,6 +95,7 @@ private:
     void tone();
 
     OrvClient m_client;
+    std::function<FetchJob::Request(const FileItem &)> m_requests;
     const CacheFolders m_folders;
     ImageDecoder *m_decoder;
     OrderedWork *m_work;

@@ -2543,6 +2543,10 @@
         <source>Close programs that use the file and check its permissions, then retry.</source>
         <translation>请关闭正在使用该文件的程序并检查权限，然后重试。</translation>
     </message>
+    <message>
+        <source>Whoever shared it may have ended that; ask for it to be shared again.</source>
+        <translation>分享者可能已结束分享，请让其重新分享。</translation>
+    </message>
 </context>
 <context>
     <name>TransferringWidget</name>

@@ -2543,6 +2543,10 @@
         <source>Close programs that use the file and check its permissions, then retry.</source>
         <translation>請關閉正在使用該檔案的程式並檢查權限，然後重試。</translation>
     </message>
+    <message>
+        <source>Whoever shared it may have ended that; ask for it to be shared again.</source>
+        <translation>分享者可能已結束分享，請其重新分享。</translation>
+    </message>
 </context>
 <context>
     <name>TransferringWidget</name>

@@ -63,14 +63,18 @@ ReportDialog::ReportDialog(ShareService *service, const ShareRecord &record, QWi
         m_frame.body()->addWidget(reason);
     }
     m_text->setPlaceholderText(tr("What is wrong with it?"));
+    m_text->setObjectName(QStringLiteral("reportText"));
     m_text->setAccessibleName(tr("What is wrong with it?"));
     m_text->setTabChangesFocus(true);
     m_text->setFixedHeight(84);
+    m_pictures->setObjectName(QStringLiteral("pictures"));
     m_pictures->setAccessibleName(tr("Pictures"));
     m_pictures->setFixedHeight(72);
     m_pictures->setSelectionMode(QAbstractItemView::ExtendedSelection);
     auto *add = new QPushButton(tr("Add pictures..."), this);
+    add->setObjectName(QStringLiteral("addPictures"));
     auto *remove = new QPushButton(tr("Remove"), this);
+    m_remove = remove;
     auto *row = new QHBoxLayout;
     row->addWidget(add);
     row->addWidget(remove);
@@ -111,6 +115,7 @@ void ReportDialog::showEvent(QShowEvent *event)
 {
     QDialog::showEvent(event);
     m_frame.present(m_record.name);
+    m_reasons->button(0)->setFocus();
 }
 
 QStringList ReportDialog::pictures() const
@@ -153,6 +158,12 @@ void ReportDialog::refresh()
         const QSignalBlocker blocker(m_text);
         m_text->setPlainText(m_text->toPlainText().left(kMostText));
         m_text->moveCursor(QTextCursor::End);
+    }
+    const bool pictured = m_pictures->count() > 0;
+    if (m_pictures->isHidden() == pictured) {
+        m_pictures->setVisible(pictured);
+        m_remove->setVisible(pictured);
+        adjustSize();
     }
     const bool other = m_reasons->checkedId() == int(sizeof kReasons / sizeof *kReasons) - 1;
     if (auto *ok = findChild<QPushButton *>(QStringLiteral("ok")))

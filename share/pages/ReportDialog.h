@@ -10,6 +10,7 @@ class QButtonGroup;
 class QLabel;
 class QListWidget;
 class QPlainTextEdit;
+class QPushButton;
 class ShareService;
 
 /// Reports a share of somebody else to those who run the service: a reason, words, and pictures that show it. Modal;
@@ -42,5 +43,6 @@ private:
     QButtonGroup *m_reasons;
     QPlainTextEdit *m_text;
     QListWidget *m_pictures;
+    QPushButton *m_remove = nullptr;
     QLabel *m_hint;
 };

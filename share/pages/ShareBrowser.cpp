@@ -80,6 +80,15 @@ QList<FileItem> ShareBrowser::selectedItems() const
     return m_view->selectedItems();
 }
 
+QList<FileItem> ShareBrowser::items() const
+{
+    QList<FileItem> all;
+    const FileItemModel *model = m_view->model();
+    for (int row = 0; row < model->rowCount(); ++row)
+        all << model->item(row);
+    return all;
+}
+
 void ShareBrowser::setFilter(const QString &text)
 {
     m_view->setFilter(text);

@@ -23,6 +23,8 @@ public:
     void enter(const ShareRecord &record);
     const ShareRecord &record() const { return m_record; }
     QList<FileItem> selectedItems() const;
+    /// Everything in the folder, in the order of the view.
+    QList<FileItem> items() const;
     void setFilter(const QString &text);
     void refresh();
 

@@ -1,10 +1,14 @@
 #include "ShareListModel.h"
 
 #include "FileItem.h"
+#include "FileOrder.h"
 #include "FileTexts.h"
 #include "ShareTexts.h"
 
 #include <QIcon>
+#include <QSet>
+
+#include <algorithm>
 
 namespace {
 
@@ -19,71 +23,152 @@ FileItem itemOf(const ShareRecord &record)
     return item;
 }
 
+/// Each made once; as it is, without a tint, in a selection.
+QIcon iconOf(const QString &name)
+{
+    static QHash<QString, QIcon> icons;
+    QIcon &icon = icons[name];
+    if (icon.isNull()) {
+        const QString file = QStringLiteral(":/ArkvaleTolmaMain/Icon/%1.svg").arg(name);
+        icon.addFile(file);
+        icon.addFile(file, QSize(), QIcon::Selected);
+    }
+    return icon;
+}
+
 } // namespace
 
 ShareListModel::ShareListModel(Side side, QObject *parent)
     : QAbstractTableModel(parent)
     , m_side(side)
 {
+    m_later.setSingleShot(true);
+    m_later.setInterval(0);
+    connect(&m_later, &QTimer::timeout, this, [this] { sort(m_column, m_order); });
+}
+
+ShareListModel::Entry ShareListModel::entryOf(const ShareRecord &record) const
+{
+    return {record, FileTexts::line(record.name),
+            m_side == Mine ? ShareTexts::audience(record)
+                           : FileTexts::line(m_nicknames.value(record.owner, record.owner))};
 }
 
 void ShareListModel::show(const QList<ShareRecord> &records)
 {
     beginResetModel();
-    m_records = records;
+    m_entries.clear();
+    m_entries.reserve(records.size());
+    for (const ShareRecord &record : records)
+        m_entries << entryOf(record);
+    arrange();
     endResetModel();
 }
 
 void ShareListModel::put(const ShareRecord &record)
 {
-    const int row = rowOf(record.shareId);
-    if (row >= 0) {
-        m_records[row] = record;
-        emit dataChanged(index(row, 0), index(row, ColumnCount - 1));
-        return;
-    }
-    beginInsertRows({}, 0, 0);
-    m_records.prepend(record);
-    endInsertRows();
+    const auto same = [&](const Entry &entry) { return entry.record.shareId == record.shareId; };
+    beginResetModel();
+    const auto found = std::find_if(m_entries.begin(), m_entries.end(), same);
+    if (found != m_entries.end())
+        *found = entryOf(record);
+    else
+        m_entries.prepend(entryOf(record));
+    arrange();
+    endResetModel();
 }
 
 void ShareListModel::remove(const QStringList &shareIds)
 {
-    for (int row = m_records.size() - 1; row >= 0; --row) {
-        if (!shareIds.contains(m_records.at(row).shareId))
-            continue;
-        beginRemoveRows({}, row, row);
-        m_records.removeAt(row);
-        endRemoveRows();
-    }
+    const QSet<QString> ids(shareIds.begin(), shareIds.end());
+    const auto gone = [&](const Entry &entry) { return ids.contains(entry.record.shareId); };
+    beginResetModel();
+    m_entries.erase(std::remove_if(m_entries.begin(), m_entries.end(), gone), m_entries.end());
+    arrange();
+    endResetModel();
 }
 
 void ShareListModel::setNickname(const QString &username, const QString &nickname)
 {
     m_nicknames.insert(username, nickname);
-    if (!m_records.isEmpty())
-        emit dataChanged(index(0, WhoColumn), index(m_records.size() - 1, WhoColumn));
+    for (Entry &entry : m_entries) {
+        if (entry.record.owner == username)
+            entry = entryOf(entry.record);
+    }
+    if (m_column == WhoColumn || isFiltered())
+        m_later.start();
+    else if (!m_rows.isEmpty())
+        emit dataChanged(index(0, WhoColumn), index(m_rows.size() - 1, WhoColumn));
 }
 
-int ShareListModel::rowOf(const QString &shareId) const
+void ShareListModel::setFilter(const QString &text)
 {
-    for (int row = 0; row < m_records.size(); ++row) {
-        if (m_records.at(row).shareId == shareId)
-            return row;
+    if (text == m_filter)
+        return;
+    beginResetModel();
+    m_filter = text;
+    arrange();
+    endResetModel();
+}
+
+void ShareListModel::sort(int column, Qt::SortOrder order)
+{
+    beginResetModel();
+    m_column = column;
+    m_order = order;
+    arrange();
+    endResetModel();
+}
+
+void ShareListModel::arrange()
+{
+    m_later.stop();
+    m_rows.clear();
+    for (int i = 0; i < m_entries.size(); ++i) {
+        const Entry &entry = m_entries.at(i);
+        if (m_filter.isEmpty() || entry.name.contains(m_filter, Qt::CaseInsensitive) ||
+            entry.who.contains(m_filter, Qt::CaseInsensitive))
+            m_rows << i;
     }
-    return -1;
+    if (m_column == NameColumn || m_column == WhoColumn) {
+        // By the rule of the drive's own lists, folders first.
+        QVector<FileItem> items;
+        items.reserve(m_rows.size());
+        for (const int row : qAsConst(m_rows)) {
+            FileItem item;
+            const Entry &entry = m_entries.at(row);
+            item.name = m_column == NameColumn ? entry.name : entry.who;
+            item.type = m_column == NameColumn && entry.record.isDir ? FileItem::Folder : FileItem::File;
+            item.size = quint64(row);
+            items << item;
+        }
+        FileOrder::sort(items, FileOrder::FileName);
+        for (int i = 0; i < items.size(); ++i)
+            m_rows[i] = int(items.at(i).size);
+    } else {
+        const auto value = [this](int row) {
+            const ShareRecord &record = m_entries.at(row).record;
+            return m_column == SizeColumn ? qint64(record.isDir ? 0 : record.size)
+                                          : record.shareTime.toMSecsSinceEpoch();
+        };
+        std::stable_sort(m_rows.begin(), m_rows.end(), [&](int a, int b) { return value(a) < value(b); });
+    }
+    if (m_order == Qt::DescendingOrder)
+        std::reverse(m_rows.begin(), m_rows.end());
 }
 
 void ShareListModel::retranslate()
 {
+    for (Entry &entry : m_entries)
+        entry = entryOf(entry.record);
     emit headerDataChanged(Qt::Horizontal, 0, ColumnCount - 1);
-    if (!m_records.isEmpty())
-        emit dataChanged(index(0, 0), index(m_records.size() - 1, ColumnCount - 1));
+    if (!m_rows.isEmpty())
+        emit dataChanged(index(0, 0), index(m_rows.size() - 1, ColumnCount - 1));
 }
 
 int ShareListModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : m_records.size();
+    return parent.isValid() ? 0 : m_rows.size();
 }
 
 int ShareListModel::columnCount(const QModelIndex &parent) const
@@ -91,15 +176,14 @@ int ShareListModel::columnCount(const QModelIndex &parent) const
     return parent.isValid() ? 0 : int(ColumnCount);
 }
 
-QString ShareListModel::text(const ShareRecord &record, int column) const
+QString ShareListModel::text(const Entry &entry, int column) const
 {
+    const ShareRecord &record = entry.record;
     switch (column) {
     case NameColumn:
-        return FileTexts::line(record.name);
+        return entry.name;
     case WhoColumn:
-        if (m_side == Mine)
-            return ShareTexts::audience(record);
-        return FileTexts::line(m_nicknames.value(record.owner, record.owner));
+        return entry.who;
     case TimeColumn:
         return record.shareTime.isValid() ? record.shareTime.toString(QStringLiteral("yyyy-MM-dd HH:mm")) : QString();
     case SizeColumn:
@@ -111,25 +195,20 @@ QString ShareListModel::text(const ShareRecord &record, int column) const
 
 QVariant ShareListModel::data(const QModelIndex &index, int role) const
 {
-    const ShareRecord &record = m_records.at(index.row());
+    const Entry &entry = m_entries.at(m_rows.at(index.row()));
+    const ShareRecord &record = entry.record;
     switch (role) {
     case Qt::DisplayRole:
-        return text(record, index.column());
+        return text(entry, index.column());
     case Qt::ToolTipRole:
         return FileTexts::plainToolTip(index.column() == NameColumn && m_side == Mine ? record.path
                                        : index.column() == WhoColumn && m_side == Mine && record.shareTo.size() > 1
                                            ? record.shareTo.join(QLatin1Char('\n'))
-                                           : text(record, index.column()));
+                                           : text(entry, index.column()));
     case Qt::DecorationRole:
-        if (index.column() == NameColumn)
-            return QIcon(QStringLiteral(":/ArkvaleTolmaMain/Icon/%1.svg").arg(FileTexts::iconName(itemOf(record))));
-        return {};
+        return index.column() == NameColumn ? iconOf(FileTexts::iconName(itemOf(record))) : QVariant();
     case Qt::TextAlignmentRole:
         return index.column() == SizeColumn ? QVariant(int(Qt::AlignRight | Qt::AlignVCenter)) : QVariant();
-    case SortRole:
-        if (index.column() == TimeColumn)
-            return record.shareTime;
-        return index.column() == SizeColumn ? QVariant(record.size) : QVariant(text(record, index.column()));
     default:
         return {};
     }
@@ -137,6 +216,8 @@ QVariant ShareListModel::data(const QModelIndex &index, int role) const
 
 QVariant ShareListModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
+    if (orientation == Qt::Horizontal && role == Qt::TextAlignmentRole && section == SizeColumn)
+        return int(Qt::AlignRight | Qt::AlignVCenter);
     if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
         return QAbstractTableModel::headerData(section, orientation, role);
     switch (section) {

@@ -4,7 +4,7 @@
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
-#include <QSortFilterProxyModel>
+#include <QScrollBar>
 #include <QTreeView>
 #include <QVBoxLayout>
 
@@ -19,17 +19,10 @@ constexpr int kIconSide = 20;
 ShareListView::ShareListView(ShareListModel::Side side, QWidget *parent)
     : QWidget(parent)
     , m_model(new ShareListModel(side, this))
-    , m_proxy(new QSortFilterProxyModel(this))
     , m_view(new QTreeView(this))
     , m_empty(new QLabel(this))
 {
-    m_proxy->setSourceModel(m_model);
-    m_proxy->setSortRole(ShareListModel::SortRole);
-    m_proxy->setSortLocaleAware(true);
-    m_proxy->setSortCaseSensitivity(Qt::CaseInsensitive);
-    m_proxy->setFilterCaseSensitivity(Qt::CaseInsensitive);
-    m_proxy->setFilterKeyColumn(-1);
-    m_view->setModel(m_proxy);
+    m_view->setModel(m_model);
     m_view->setObjectName(side == ShareListModel::Mine ? QStringLiteral("sharesOfMine") : QStringLiteral("sharesToMe"));
     m_view->setRootIsDecorated(false);
     m_view->setUniformRowHeights(true);
@@ -50,13 +43,12 @@ ShareListView::ShareListView(ShareListModel::Side side, QWidget *parent)
     setFocusProxy(m_view);
 
     connect(m_view, &QTreeView::activated, this,
-            [this](const QModelIndex &index) { emit opened(m_model->record(m_proxy->mapToSource(index).row())); });
+            [this](const QModelIndex &index) { emit opened(m_model->record(index.row())); });
     connect(m_view, &QWidget::customContextMenuRequested, this,
             [this](const QPoint &pos) { emit menuAsked(m_view->viewport()->mapToGlobal(pos)); });
     connect(m_view->selectionModel(), &QItemSelectionModel::selectionChanged, this, &ShareListView::selectionChanged);
-    for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
-        connect(m_proxy, signal, this, &ShareListView::refreshEmpty);
-    connect(m_proxy, &QAbstractItemModel::modelReset, this, &ShareListView::refreshEmpty);
+    connect(m_model, &QAbstractItemModel::modelAboutToBeReset, this, &ShareListView::keepPlace);
+    connect(m_model, &QAbstractItemModel::modelReset, this, &ShareListView::findPlace);
     retranslate();
 }
 
@@ -65,14 +57,13 @@ QList<ShareRecord> ShareListView::selectedRecords() const
     QList<ShareRecord> records;
     const QModelIndexList rows = m_view->selectionModel()->selectedRows();
     for (const QModelIndex &row : rows)
-        records << m_model->record(m_proxy->mapToSource(row).row());
+        records << m_model->record(row.row());
     return records;
 }
 
 void ShareListView::setFilter(const QString &text)
 {
-    m_proxy->setFilterFixedString(text);
-    retranslate();
+    m_model->setFilter(text);
     refreshEmpty();
 }
 
@@ -85,7 +76,14 @@ void ShareListView::show(const QList<ShareRecord> &records)
 
 void ShareListView::refreshEmpty()
 {
-    const bool empty = m_known && m_proxy->rowCount() == 0;
+    const bool empty = m_known && m_model->rowCount() == 0;
+    if (m_model->isFiltered())
+        m_empty->setText(tr("No share matches the search."));
+    else
+        m_empty->setText(m_model->side() == ShareListModel::Mine
+                             ? tr("You have shared nothing so far. Select a file or folder on your disk and choose "
+                                  "\"Share\".")
+                             : tr("Nobody has shared anything with you so far."));
     m_empty->setVisible(empty);
     m_view->setVisible(!empty);
     if (empty)
@@ -95,14 +93,48 @@ void ShareListView::refreshEmpty()
 void ShareListView::retranslate()
 {
     const bool mine = m_model->side() == ShareListModel::Mine;
-    if (!m_proxy->filterRegularExpression().pattern().isEmpty())
-        m_empty->setText(tr("No share matches the search."));
-    else
-        m_empty->setText(mine ? tr("You have shared nothing so far. Select a file or folder on your disk and choose "
-                                   "\"Share\".")
-                              : tr("Nobody has shared anything with you so far."));
     m_view->setAccessibleName(mine ? tr("Shared by me") : tr("Shared with me"));
     m_model->retranslate();
+    refreshEmpty();
+}
+
+// What is selected stays so when the list gets another order, or comes anew.
+void ShareListView::keepPlace()
+{
+    // What a search has hidden altogether is there again when the search is cleared.
+    if (m_model->rowCount() == 0)
+        return;
+    m_selected.clear();
+    const QModelIndexList rows = m_view->selectionModel()->selectedRows();
+    for (const QModelIndex &row : rows)
+        m_selected.insert(m_model->record(row.row()).shareId);
+    const QModelIndex current = m_view->currentIndex();
+    m_current = current.isValid() ? m_model->record(current.row()).shareId : QString();
+    m_scrolled = m_view->verticalScrollBar()->value();
+}
+
+void ShareListView::findPlace()
+{
+    refreshEmpty();
+    if (m_model->rowCount() == 0)
+        return;
+    QItemSelection selection;
+    QModelIndex current;
+    for (int row = 0; row < m_model->rowCount() && !(m_selected.isEmpty() && m_current.isEmpty()); ++row) {
+        const QString &id = m_model->record(row).shareId;
+        if (id == m_current)
+            current = m_model->index(row, 0);
+        if (!m_selected.contains(id))
+            continue;
+        const int from = row;
+        while (row + 1 < m_model->rowCount() && m_selected.contains(m_model->record(row + 1).shareId))
+            ++row;
+        selection.append({m_model->index(from, 0), m_model->index(row, ShareListModel::ColumnCount - 1)});
+    }
+    m_view->verticalScrollBar()->setValue(m_scrolled);
+    m_view->selectionModel()->setCurrentIndex(current, QItemSelectionModel::NoUpdate);
+    m_view->selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+    emit selectionChanged();
 }
 
 void ShareListView::changeEvent(QEvent *event)

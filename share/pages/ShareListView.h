@@ -2,10 +2,10 @@
 
 #include "ShareListModel.h"
 
+#include <QSet>
 #include <QWidget>
 
 class QLabel;
-class QSortFilterProxyModel;
 class QTreeView;
 
 /// A list of shares with order, filter and selection of several, and a line in its place when there is none. GUI thread
@@ -38,10 +38,14 @@ private:
     void retranslate();
     void refreshEmpty();
     void fitColumns();
+    void keepPlace();
+    void findPlace();
 
     ShareListModel *m_model;
-    QSortFilterProxyModel *m_proxy;
     QTreeView *m_view;
     QLabel *m_empty;
     bool m_known = false;
+    QSet<QString> m_selected; ///< while the model is reset
+    QString m_current;
+    int m_scrolled = 0;
 };

@@ -14,6 +14,7 @@
 #include "UserShareDialog.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QClipboard>
 #include <QDir>
 #include <QEvent>
@@ -23,12 +24,16 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QPointer>
+#include <QSet>
 #include <QShortcut>
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
 
 namespace {
+
+/// Of so many sharers the nickname is looked up at a time; the account's name does for the others.
+constexpr int kMostAsked = 100;
 
 /// The id that downloads of shared files carry in place of a sub-center's.
 const QLatin1String kShare("share");
@@ -81,6 +86,10 @@ void SharePage::connectService(ShareService *service)
     connect(service, &ShareService::handlerRequestFailed, this, [this](const QString &operation, int code) {
         if (operation == QLatin1String("shareToMeFileRealPath"))
             m_downloads.clear();
+        // Somebody has ended the share meanwhile.
+        if ((code == 203 || code == 404) &&
+            (operation.startsWith(QLatin1String("shareToMe")) || operation == QLatin1String("ignoreShare")))
+            m_service->listShareToMe();
         // A dialog says it itself; a face or a nickname that is missing is no trouble.
         if (!m_inDialog && operation != QLatin1String("getUserInfo"))
             m_notice->showText(ShareService::reasonOf(code), operation.startsWith(QLatin1String("list")));
@@ -272,10 +281,12 @@ void SharePage::refresh()
 
 void SharePage::askNicknames(const QList<ShareRecord> &records)
 {
-    QStringList names;
+    QSet<QString> names;
     QList<UserInfo> users;
     for (const ShareRecord &record : records) {
-        if (names.contains(record.owner) || record.owner.isEmpty())
+        if (users.size() == kMostAsked)
+            break;
+        if (record.owner.isEmpty() || names.contains(record.owner) || m_toMe->model()->knowsNickname(record.owner))
             continue;
         names << record.owner;
         UserInfo user;
@@ -372,9 +383,13 @@ void SharePage::openFile()
             openRecord(wanted.record);
         return;
     }
-    if (!m_preview || m_preview->shareId() != wanted.record.shareId)
+    if (!m_preview || m_preview->record().shareId != wanted.record.shareId) {
         m_preview = std::make_unique<SharePreview>(m_url, wanted.record, this);
-    m_preview->open(wanted.item);
+        connect(m_preview.get(), &SharePreview::downloadAsked, this, [this](const FileItem &item) {
+            download({{m_preview->record(), item}});
+        });
+    }
+    m_preview->show(wanted.item, part() == Inside ? m_inside->items() : QList<FileItem>{wanted.item});
 }
 
 // Own shares
@@ -460,7 +475,11 @@ void SharePage::remove()
 
 void SharePage::download()
 {
-    const QList<Picked> all = picked();
+    download(picked());
+}
+
+void SharePage::download(const QList<Picked> &all)
+{
     if (all.isEmpty())
         return;
     const QPointer<SharePage> self(this);
@@ -521,7 +540,9 @@ QString SharePage::askLocalFolder()
 {
     const GlobalConfig *config = GlobalConfig::instance();
     const QString usual = config->downloadPath(config->currentSubCenterId()).defaultPath;
-    return QFileDialog::getExistingDirectory(this, tr("Select target folder"),
+    // Over the viewer of images, when it was asked there.
+    QWidget *over = QApplication::activeWindow();
+    return QFileDialog::getExistingDirectory(over ? over : this, tr("Select target folder"),
                                              QDir(usual).exists() && !usual.isEmpty() ? usual : QDir::homePath());
 }
 

@@ -86,6 +86,7 @@ private:
     void remove();
     void showPlace();
     void download();
+    void download(const QList<Picked> &all);
     void saveAs();
     void openFile();
     void report();

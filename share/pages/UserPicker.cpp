@@ -73,7 +73,10 @@ UserPicker::UserPicker(ShareService *service, const QStringList &chosen, QWidget
     left->addWidget(m_text);
     left->addWidget(m_found, 1);
     auto *right = new QVBoxLayout;
-    right->addWidget(new QLabel(tr("Shared with"), this));
+    auto *heading = new QLabel(tr("Shared with"), this);
+    m_text->ensurePolished();
+    heading->setMinimumHeight(m_text->sizeHint().height()); // the lists stand side by side
+    right->addWidget(heading);
     right->addWidget(m_chosen, 1);
     auto *lists = new QHBoxLayout;
     lists->setSpacing(14);

@@ -54,8 +54,11 @@ UserShareDialog::UserShareDialog(ShareService *service, const ShareRecord &recor
         emit ended(m_record.shareId);
         QDialog::accept();
     });
-    connect(service, &ShareService::handlerRequestFailed, this, [this](const QString &, int code) {
-        m_asked = false;
+    connect(service, &ShareService::handlerRequestFailed, this, [this](const QString &operation, int code) {
+        if (operation == QLatin1String("getUserInfo"))
+            return; // the account's name does as well
+        // A search that fails leaves a request that is under way alone.
+        m_asked = m_asked && operation == QLatin1String("searchUser");
         m_hint->setText(ShareService::reasonOf(code));
         m_hint->show();
         refresh();

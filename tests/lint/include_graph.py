@@ -29,7 +29,7 @@ ALLOWED = {
     "app/config": ["imports/orvclient", "session/records", "ui/dialogs"],
     "ui/dialogs": [],
     "drive/records": [],
-    "share/records": [],
+    "share/records": ["drive/records", "session/records"],
     "session/records": [],
     "resources": [],
     "crashdialog": [],
@@ -53,7 +53,7 @@ ALLOWED = {
     "service/context": [],
 }
 # Folders that know Qt Core alone, or no Qt at all.
-CORE_ONLY = ["drive/records", "session/records"]
+CORE_ONLY = ["drive/records", "session/records", "share/records"]
 NO_QT = ["imports/zpdtwire"]
 WIDGETS = re.compile(r"^Q(Widget|Dialog|Application$|GuiApplication|Main|Push|Label|Menu|Tree|List(View|Widget)|Table"
                      r"|Pixmap|Icon|Painter|Message|Abstract(Button|ItemView|Item[DM]))|^Qt(Gui|Widgets)")

@@ -101,7 +101,7 @@ QString FinishedTaskModel::toolTip(const Row &row) const
     QStringList lines{row.record.Path, tr("To: %1").arg(row.record.Dest), reasonOf(row.record),
                       DetailTexts::inWords(row.detail)};
     if (row.record.Status != ZPDT_SUCCESS)
-        lines << TransferTexts::advice(static_cast<ZpdtError>(row.record.taskExtra));
+        lines << TransferTexts::advice(static_cast<ZpdtError>(row.record.taskExtra), row.record);
     lines.removeAll(QString());
     // Names come from other people: shown as text, never read as markup.
     for (QString &line : lines)

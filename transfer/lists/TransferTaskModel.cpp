@@ -82,7 +82,7 @@ QString TransferTaskModel::toolTip(const Row &row) const
     if (row.progress.filesFailed > 0)
         lines << tr("%1 files failed").arg(row.progress.filesFailed);
     if (row.progress.error != ZpdtError::None) {
-        lines << TransferTexts::reason(row.progress.error) << TransferTexts::advice(row.progress.error);
+        lines << TransferTexts::reason(row.progress.error) << TransferTexts::advice(row.progress.error, row.record);
         if (!row.progress.errorText.isEmpty())
             lines << DetailTexts::inWords(row.progress.errorText);
     }

@@ -117,13 +117,15 @@ QString TransferTexts::reason(ZpdtError error)
     return tr("The transfer failed");
 }
 
-QString TransferTexts::advice(ZpdtError error)
+QString TransferTexts::advice(ZpdtError error, const TaskRecord &task)
 {
     switch (error) {
     case ZpdtError::Network:
         return tr("It is tried again by itself. If it lasts, check the network and the firewall.");
     case ZpdtError::Refused:
-        return tr("Check that you may use this folder, log in again, then retry.");
+        return task.SubCenterId == QLatin1String("share")
+                   ? tr("Whoever shared it may have ended that; ask for it to be shared again.")
+                   : tr("Check that you may use this folder, log in again, then retry.");
     case ZpdtError::NotFound:
         return tr("It was moved, renamed or deleted. Put it back, then retry.");
     case ZpdtError::NoSpace:

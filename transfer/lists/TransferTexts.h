@@ -20,7 +20,7 @@ public:
     /// Why a task failed, in words for a person.
     static QString reason(ZpdtError error);
     /// What a person can do about it; empty where there is nothing to do.
-    static QString advice(ZpdtError error);
+    static QString advice(ZpdtError error, const TaskRecord &task);
 
     /// How much of the task is done, in @p steps. The last step is reached by success alone.
     static int share(const TaskRecord &task, int steps);
