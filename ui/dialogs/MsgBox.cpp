@@ -38,6 +38,8 @@ MsgBox::MsgBox(QWidget *parent)
     m_body->setReadOnly(true);
     m_body->setOpenLinks(false);
     m_body->setFrameShape(QFrame::NoFrame);
+    m_body->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    m_body->setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     m_body->setStyleSheet(QStringLiteral("#text { border: none; background: transparent; padding: 0; }"));
     m_body->document()->setDocumentMargin(0);
     m_body->document()->setDefaultStyleSheet(QStringLiteral("a { color: #2f6fde; }"));
@@ -72,8 +74,11 @@ void MsgBox::fit()
 {
     m_body->document()->setTextWidth(kBodyWidth - 2);
     const QScreen *screen = QGuiApplication::primaryScreen();
-    const int most = screen ? qMax(120, screen->availableGeometry().height() / 2) : 400;
-    m_body->setFixedHeight(qMin(most, qCeil(m_body->document()->size().height()) + 4));
+    const int most = screen ? qMax(120, screen->availableGeometry().height() * 2 / 3) : 400;
+    const int wanted = qCeil(m_body->document()->size().height()) + 4;
+    // Bars only where there is something to scroll: one that comes takes room, for which the other one would come.
+    m_body->setVerticalScrollBarPolicy(wanted > most ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff);
+    m_body->setFixedHeight(qMin(most, wanted));
 }
 
 void MsgBox::setButtonVisible(const QString &name, bool visible)

@@ -2,6 +2,7 @@
 
 #include "SizeText.h"
 
+#include <QEvent>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
@@ -20,20 +21,21 @@ UpdateDialog::UpdateDialog(QObject *updater, QWidget *parent)
     : QDialog(parent)
     , m_frame(this)
     , m_updater(updater)
-    , m_text(new QLabel(tr("Looking for a new version..."), this))
+    , m_text(new QLabel(this))
     , m_bar(new QProgressBar(this))
     , m_notes(new QTextBrowser(this))
-    , m_now(new QPushButton(tr("Install now"), this))
-    , m_later(new QPushButton(tr("When the program ends"), this))
+    , m_now(new QPushButton(this))
+    , m_later(new QPushButton(this))
 {
     setAttribute(Qt::WA_DeleteOnClose);
     setObjectName(QStringLiteral("updateDialog"));
     setFixedWidth(kWidth);
-    m_frame.setTitle(tr("New version"));
+    m_text->setObjectName(QStringLiteral("updateText"));
     m_text->setWordWrap(true);
     m_text->setTextFormat(Qt::PlainText);
     m_bar->setRange(0, 0);
     m_bar->setTextVisible(false);
+    m_notes->setObjectName(QStringLiteral("updateNotes"));
     m_notes->setFixedHeight(kNotesHeight);
     m_notes->setOpenLinks(false);
     m_notes->hide();
@@ -48,6 +50,10 @@ UpdateDialog::UpdateDialog(QObject *updater, QWidget *parent)
         m_frame.buttons()->addWidget(button);
     }
     m_frame.addAnswers(tr("Close"));
+    // It may come up while somebody types: no key but one that is meant starts anything.
+    for (QPushButton *button : {m_now, m_later})
+        button->setAutoDefault(false);
+    retranslate();
     connect(m_now, &QPushButton::clicked, this, [this] {
         installLater();
         emit installNow();
@@ -64,6 +70,7 @@ UpdateDialog::UpdateDialog(QObject *updater, QWidget *parent)
 void UpdateDialog::showEvent(QShowEvent *event)
 {
     QDialog::showEvent(event);
+    m_frame.focusAnswer();
     m_frame.present(m_text->text());
 }
 
@@ -87,8 +94,31 @@ void UpdateDialog::installLater()
     close();
 }
 
+void UpdateDialog::retranslate()
+{
+    m_frame.setTitle(tr("New version"));
+    m_frame.setButtonText(QStringLiteral("ok"), tr("Close"));
+    m_now->setText(tr("Install now"));
+    m_later->setText(tr("When the program ends"));
+    if (m_result >= 0)
+        showResult(m_result);
+    else if (m_total > 0)
+        showProgress(m_received, m_total);
+    else
+        m_text->setText(tr("Looking for a new version..."));
+}
+
+void UpdateDialog::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    QDialog::changeEvent(event);
+}
+
 void UpdateDialog::showProgress(qint64 received, qint64 total)
 {
+    m_received = received;
+    m_total = total;
     m_bar->setRange(0, kSteps);
     m_bar->setValue(total > 0 ? int(double(received) / double(total) * kSteps) : 0);
     m_text->setText(
@@ -102,6 +132,7 @@ void UpdateDialog::showResult(int retcode)
                                         QT_TR_NOOP("The update is not signed by the maker and was refused."),
                                         QT_TR_NOOP("There is not enough space for the update.")};
     constexpr int newer = 1;
+    m_result = qMax(0, retcode);
     m_bar->hide();
     if (retcode != newer) {
         m_text->setText(tr(texts[retcode >= 0 && retcode <= 4 ? retcode : 2]));
@@ -118,5 +149,11 @@ void UpdateDialog::showResult(int retcode)
     m_notes->setVisible(!notes.isEmpty());
     m_now->setVisible(installable);
     m_later->setVisible(installable);
+    if (auto *close = findChild<QPushButton *>(QStringLiteral("ok"))) {
+        close->setDefault(!installable);
+        close->setAutoDefault(!installable);
+    }
+    if (installable)
+        m_later->setFocus();
     adjustSize();
 }

@@ -34,13 +34,18 @@ signals:
 
 protected:
     void showEvent(QShowEvent *event) override;
+    void changeEvent(QEvent *event) override;
 
 private:
     bool canInstall() const;
+    void retranslate();
     void installLater();
 
     DialogFrame m_frame;
     QObject *m_updater;
+    int m_result = -1; ///< as UpdateFinished told it; -1: not yet
+    qint64 m_received = -1;
+    qint64 m_total = -1;
     QLabel *m_text;
     QProgressBar *m_bar;
     QTextBrowser *m_notes;
