@@ -46,8 +46,6 @@ class Rig:
         self.port = 0
         self.screen = None
         self.clients = []
-        for name in ("run", "config", "state"):
-            os.makedirs(os.path.join(self.home, name), mode=0o700)
 
     def __enter__(self):
         return self
@@ -133,21 +131,24 @@ class Rig:
             database.execute('insert into tb_user_info ("key", "value") values (?, ?)',
                              ("TargetSpeed", json.dumps(speeds)))
 
-    def environment(self, config):
+    def environment(self, config, home):
+        for name in ("run", "config", "state"):
+            os.makedirs(os.path.join(home, name), mode=0o700, exist_ok=True)
         env = dict(os.environ)
-        env.update({"ARKVALE_CONFIG_DIR": config, "HOME": self.home, "LC_ALL": "C.UTF-8",
-                    "XDG_CONFIG_HOME": f"{self.home}/config", "XDG_STATE_HOME": f"{self.home}/state",
-                    "XDG_DATA_HOME": f"{self.home}/data", "XDG_RUNTIME_DIR": f"{self.home}/run",
-                    "TMPDIR": f"{self.home}/run"})
+        env.update({"ARKVALE_CONFIG_DIR": config, "HOME": home, "LC_ALL": "C.UTF-8", "XDG_CONFIG_HOME": f"{home}/config",
+                    "XDG_CACHE_HOME": f"{home}/cache",
+                    "XDG_STATE_HOME": f"{home}/state", "XDG_DATA_HOME": f"{home}/data",
+                    "XDG_RUNTIME_DIR": f"{home}/run", "TMPDIR": f"{home}/run"})
         env.setdefault("QT_QPA_PLATFORM", "offscreen")
         if self.screen:
             env.update({"QT_QPA_PLATFORM": "xcb", "DISPLAY": self.screen})
         return env
 
-    def start_client(self, *arguments, change=None):
+    def start_client(self, *arguments, change=None, program="ArkvaleTolma", home=None, **pipes):
+        """The home is the rig's own, or that of another person on the same machine."""
         log = open(os.path.join(self.folder, f"client{len(self.clients)}.log"), "w")
-        client = subprocess.Popen([f"{BIN}/ArkvaleTolma", *arguments], env=self.environment(self.settings(change)),
-                                  stdout=log, stderr=log)
+        client = subprocess.Popen([f"{BIN}/{program}", *arguments], stderr=log, **{"stdout": log, **pipes},
+                                  env=self.environment(self.settings(change), home or self.home))
         client.log_path = log.name
         self.clients.append(client)
         return client
