@@ -51,7 +51,8 @@ ShareListModel::Entry ShareListModel::entryOf(const ShareRecord &record) const
 {
     return {record, FileTexts::line(record.name),
             m_side == Mine ? ShareTexts::audience(record)
-                           : FileTexts::line(m_nicknames.value(record.owner, record.owner))};
+                           : FileTexts::line(m_nicknames.value(record.owner, record.owner)),
+            record.shareTime.toMSecsSinceEpoch()};
 }
 
 void ShareListModel::show(const QList<ShareRecord> &records)
@@ -146,12 +147,16 @@ void ShareListModel::arrange()
         for (int i = 0; i < items.size(); ++i)
             m_rows[i] = int(items.at(i).size);
     } else {
-        const auto value = [this](int row) {
-            const ShareRecord &record = m_entries.at(row).record;
-            return m_column == SizeColumn ? qint64(record.isDir ? 0 : record.size)
-                                          : record.shareTime.toMSecsSinceEpoch();
-        };
-        std::stable_sort(m_rows.begin(), m_rows.end(), [&](int a, int b) { return value(a) < value(b); });
+        QVector<QPair<qint64, int>> values;
+        values.reserve(m_rows.size());
+        for (const int row : qAsConst(m_rows)) {
+            const Entry &entry = m_entries.at(row);
+            const quint64 size = entry.record.isDir ? 0 : entry.record.size;
+            values.append({m_column == SizeColumn ? qint64(size) : entry.time, row});
+        }
+        std::sort(values.begin(), values.end());
+        for (int i = 0; i < values.size(); ++i)
+            m_rows[i] = values.at(i).second;
     }
     if (m_order == Qt::DescendingOrder)
         std::reverse(m_rows.begin(), m_rows.end());

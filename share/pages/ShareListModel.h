@@ -56,6 +56,7 @@ private:
         ShareRecord record;
         QString name; ///< as they are shown
         QString who;
+        qint64 time; ///< milliseconds since the epoch
     };
 
     Entry entryOf(const ShareRecord &record) const;
