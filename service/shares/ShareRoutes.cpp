@@ -145,6 +145,7 @@ json Routes::record(const Request &request, const Share &share) const
             {"password", own ? share.password : std::string()},
             {"shareTo", own ? share.users : std::vector<std::string>{request.user}},
             {"permission", share.permission},
+            {"subCenterId", own ? share.subCenter : std::string()},
             {"authentification", true}};
 }
 

@@ -418,6 +418,7 @@ void SharePage::share(const FileItem &item, bool withUsers, const SubCenter &cen
     record.contentType = item.contentType;
     record.icon = item.icon;
     record.owner = GlobalConfig::instance()->currentUser().username;
+    record.subCenterId = center.id;
     // A share is made where its item lies.
     if (withUsers)
         runDialog<UserShareDialog>(serviceOf(center), record);
@@ -444,8 +445,12 @@ void SharePage::edit()
 void SharePage::showPlace()
 {
     const QList<Picked> all = picked();
-    if (all.size() == 1)
-        emit sigIntoFolder(all.first().record.path.left(all.first().record.path.lastIndexOf(QLatin1Char('/')) + 1));
+    if (all.size() != 1)
+        return;
+    const QString path = all.first().record.path;
+    m_placeCenter = all.first().record.subCenterId;
+    emit sigIntoFolder(path.left(path.lastIndexOf(QLatin1Char('/')) + 1));
+    m_placeCenter.clear();
 }
 
 void SharePage::remove()

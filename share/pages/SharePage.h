@@ -32,6 +32,8 @@ public:
 
     /// Opens the dialog in which @p item of the sub-center's drive is shared.
     void share(const FileItem &item, bool withUsers, const SubCenter &center);
+    /// Id of the sub-center that sigIntoFolder is about, while it fires; may be empty.
+    QString placeCenter() const { return m_placeCenter; }
 
 public slots:
     void refresh();
@@ -115,6 +117,7 @@ private:
     QToolButton *m_save = nullptr;
     QToolButton *m_open = nullptr;
     QToolButton *m_report = nullptr;
+    QString m_placeCenter;
     bool m_asked = false;
     bool m_inDialog = false;
     QHash<QString, QPair<QString, QList<Picked>>> m_downloads; ///< by share: local folder, and what waits for its place

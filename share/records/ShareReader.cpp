@@ -101,7 +101,8 @@ ShareRecord recordOf(JsonScanner &json)
                           {"icon", &record.icon},
                           {"link", &record.link},
                           {"password", &record.password},
-                          {"permission", &record.permission}};
+                          {"permission", &record.permission},
+                          {"subCenterId", &record.subCenterId}};
     forEachMember(json, [&](const JsonScanner::Piece &key) {
         for (const Text &text : texts) {
             if (key.is(text.key, int(qstrlen(text.key)))) {

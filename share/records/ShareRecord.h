@@ -32,6 +32,7 @@ struct ShareRecord
     QStringList shareTo; ///< user names
     QString permission;  ///< "read" or "save"
     bool authentification = false;
+    QString subCenterId; ///< where the item lies; empty for shares of others
 };
 
 Q_DECLARE_METATYPE(ShareRecord)

@@ -220,7 +220,8 @@ void ArkvaleTolmaMain::addTab(QString subCenterId)
 
 void ArkvaleTolmaMain::openFolder(QString path)
 {
-    const SubCenter center = m_config->subCenter(m_config->currentSubCenterId());
+    const QString place = m_share ? m_share->placeCenter() : QString();
+    const SubCenter center = m_config->subCenter(place.isEmpty() ? m_config->currentSubCenterId() : place);
     if (center.hasHome())
         preparePage(center.id, path);
 }

@@ -292,7 +292,9 @@ void TestShares::shareFollowsItsItem()
     QCOMPARE(get("ben", "shares/list?shareId=" + inner + "&path=/sub").status, 200);
     const QJsonObject seen = objectOf(get("ben", "shares/to-me")).value("share").toArray().last().toObject();
     QCOMPARE(seen.value("path").toString(), QStringLiteral("/shot 1")); // not where it lies
-    QVERIFY(!seen.contains("password") || seen.value("password").toString().isEmpty());
+    QVERIFY(seen.value("password").toString().isEmpty() && seen.value("subCenterId").toString().isEmpty());
+    const QJsonObject own = objectOf(get("anna", "shares/mine")).value("share").toArray().first().toObject();
+    QCOMPARE(own.value("subCenterId").toString(), QStringLiteral("1"));
 }
 
 void TestShares::shareEndsWithItsItem()
