@@ -78,6 +78,7 @@ ArkvaleTolmaMain::ArkvaleTolmaMain(LoginService *loginService, ArkvaleTray *tray
     RefreshSubCenterIcon();
     if (!m_config->shareDisabled())
         setSharePage(new SharePage);
+    checkSharePage(); // the answers about homes may all have come before the window
     m_config->requestAdvertisements();
     m_config->requestTransferLimit();
     UpdateSubcenterPaths();
