@@ -40,6 +40,7 @@ NetdiskPage::NetdiskPage(const SubCenter &center, const QString &initPath, QWidg
     m_address->setRootName(center.name);
     m_view->model()->setSubCenterId(center.id);
     connectServer();
+    tellChanges();
     connectViews();
     connectCaches();
     RefreshItemCount();
@@ -81,6 +82,35 @@ void NetdiskPage::connectServer()
     connect(m_notice, &NoticeBar::tryAgain, this, &NetdiskPage::tryAgain);
     connect(this, &NetdiskPage::sigGetFileInfo, m_info, &FileInfoAssistant::getFileInfo);
     connect(m_info, &FileInfoAssistant::handlerGetFileInfoFinished, this, &NetdiskPage::AddItems);
+}
+
+void NetdiskPage::tellChanges()
+{
+    const auto tell = [this](const QStringList &gone, const QString &folder) {
+        if (!gone.isEmpty() || !folder.isEmpty())
+            emit sigDriveChanged(gone, folder.isEmpty() ? folder : FileListing::withSlash(folder));
+    };
+    connect(m_server, &NetDiskServer::handlerRemoveFinished, this,
+            [tell](const QStringList &paths) { tell(paths, QString()); });
+    connect(m_server, &NetDiskServer::handlerMoveFinished, this, tell);
+    connect(m_server, &NetDiskServer::handlerCopyFinished, this,
+            [tell](const QStringList &, const QString &dest) { tell({}, dest); });
+    connect(m_server, &NetDiskServer::handlerRenameFinished, this, [tell](const QString &src, const QString &dest) {
+        if (!src.isEmpty())
+            tell({src}, FileListing::parentFolder(dest));
+    });
+    connect(m_server, &NetDiskServer::handlerNewFolderFinished, this, [tell](const QList<FileItem> &items) {
+        if (!items.isEmpty())
+            tell({}, FileListing::parentFolder(items.first().path));
+    });
+}
+
+void NetdiskPage::followChange(const QStringList &gone, const QString &folder)
+{
+    if (!folder.isEmpty() && folder == currentPath() && !inSearch())
+        Update();
+    else if (!gone.isEmpty())
+        RemoveItems(gone);
 }
 
 void NetdiskPage::connectViews()

@@ -62,6 +62,8 @@ public:
     int dropKind(const QMimeData *mime) const;
     /// Performs such a drop into the folder shown.
     void takeDrop(const QMimeData *mime);
+    /// Shows what another page onto the same drive told by sigDriveChanged.
+    void followChange(const QStringList &gone, const QString &folder);
 
 public slots:
     void Update();
@@ -142,6 +144,9 @@ signals:
     void sigShare(FileItem item, bool withUsers);
     void sigAddItems(QList<FileItem> items);
     void ChangeTransferStatus(int state);
+    /// This page changed the drive: @p gone are entries that are not there any more, in @p folder, if it is not empty,
+    /// are others than before.
+    void sigDriveChanged(QStringList gone, QString folder);
     /// The session ended or the account was restricted; the text is for the person.
     void sigLogout(QString message);
     /// The page shows another folder; the text is the folder's name, for a tab.
@@ -180,6 +185,7 @@ private:
     void buildToolbar(QWidget *toolbar);
     void buildLayout();
     void connectServer();
+    void tellChanges();
     void connectViews();
     void connectCaches();
     void buildActions();

@@ -85,6 +85,13 @@ NetdiskPage *ArkvaleTolmaMain::addNetDiskPage(QString ndpId, SubCenter subCenter
     connect(m_transfers, SIGNAL(ChangeTransferStatus(int)), page, SLOT(changeTransferStatus(int)));
     connect(page, &NetdiskPage::UserConfermRemove, this, [this] { scheduleStorageCheck(kAfterRemoval); });
     connect(page, &NetdiskPage::sigTitleChanged, this, [this, page](const QString &title) { retitle(page, title); });
+    // Other tabs and panes may show the folders that it changes.
+    connect(page, &NetdiskPage::sigDriveChanged, this, [this, page](const QStringList &gone, const QString &folder) {
+        for (NetdiskPage *other : pages()) {
+            if (other != page && other->subCenter().id == page->subCenter().id)
+                other->followChange(gone, folder);
+        }
+    });
     if (m_share) {
         page->setShareAvailable(true);
         connect(m_share, SIGNAL(sigCopyToMyDiskFinished(QStringList)), page, SLOT(GetFileInfo(QStringList)));

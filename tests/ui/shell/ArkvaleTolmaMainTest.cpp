@@ -7,6 +7,8 @@
 #include "DrivePanes.h"
 #include "FakeOrvClient.h"
 #include "FileIconAssistant.h"
+#include "FileItemModel.h"
+#include "FileWidget.h"
 #include "FinishedListWidget.h"
 #include "FinishedTaskModel.h"
 #include "GlobalConfig.h"
@@ -198,6 +200,13 @@ private slots:
             cycle.window.toggleSplit();
             QCOMPARE(cycle.window.panes()->panes().size(), 2);
             QCOMPARE(cycle.window.pages().last()->currentPath(), QStringLiteral("/frames/"));
+            // What is done in one page is seen in the other.
+            FileItemModel *other = cycle.window.pages().last()->findChild<FileWidget *>()->model();
+            QTRY_COMPARE(other->rowCount(), 2);
+            emit cycle.page()->server()->handlerMoveFinished({QStringLiteral("/a")}, QStringLiteral("/elsewhere"));
+            QCOMPARE(other->rowCount(), 1);
+            emit cycle.page()->server()->handlerCopyFinished({QStringLiteral("/x")}, QStringLiteral("/frames"));
+            QTRY_COMPARE(other->rowCount(), 2);
             cycle.window.addTab(QStringLiteral("2"));
             QCOMPARE(cycle.window.panes()->panes().last()->count(), 2);
             cycle.window.closeCurrentTab();
