@@ -15,6 +15,7 @@
 #include <QDirIterator>
 #include <QLabel>
 #include <QMimeData>
+#include <QPixmapCache>
 #include <QPushButton>
 #include <QTimer>
 
@@ -307,6 +308,7 @@ void LoginCycleTest::anotherUserFindsNothingOfTheFirst()
         NetdiskPage *page = find<ArkvaleTolmaMain>()->pages().first();
         when([=] { return page->findChild<QLabel *>("itemCount")->text().contains(QLatin1String("1 ")); },
              [&] {
+                 QPixmapCache::insert(QStringLiteral("a picture"), QPixmap(8, 8));
                  auto *cut = new QMimeData;
                  cut->setData(QStringLiteral("ArkvaleTolma"), R"({"items": [{"path": "/demo.exr"}]})");
                  QApplication::clipboard()->setMimeData(cut);
@@ -342,6 +344,8 @@ void LoginCycleTest::anotherUserFindsNothingOfTheFirst()
                  QCOMPARE(find<ArkvaleTolmaMain>()->pages().size(), 1);
                  const QMimeData *kept = QApplication::clipboard()->mimeData();
                  QVERIFY(!kept || !kept->hasFormat(QStringLiteral("ArkvaleTolma")));
+                 QPixmap picture;
+                 QVERIFY(!QPixmapCache::find(QStringLiteral("a picture"), &picture));
                  leave("");
              });
              QByteArray answer = forGuest(SessionFake::loginAnswer()).replace("TOKEN", "OTHER");
