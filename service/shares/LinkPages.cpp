@@ -280,11 +280,11 @@ Response LinkPages::page(const Request &request)
     body += "<table>";
     if (path != top)
         body += row(request, "..", path.substr(0, path.rfind('/')), true, 0);
+    const std::string below = path + '/';
     for (std::size_t i = 0; i < entries.size() && i < kMostRows; ++i) {
         const json &entry = entries[i];
         const std::string name = entry.value("name", "");
-        body +=
-            row(request, name, path + '/' + name, entry.value("type", 0) == 1, entry.value("size", std::uint64_t(0)));
+        body += row(request, name, below + name, entry.value("type", 0) == 1, entry.value("size", std::uint64_t(0)));
     }
     body += "</table>";
     if (entries.empty())

@@ -296,7 +296,7 @@ void RowListView::refresh()
 void RowListView::placeRows(bool all)
 {
     const int height = rowHeight();
-    const auto wanted = static_cast<std::size_t>(viewport()->height() / height + 2);
+    const auto wanted = static_cast<std::size_t>(viewport()->height() / height) + 2;
     if (m_slots.size() < wanted) {
         // With another number of slots every row belongs to another one.
         for (Slot &slot : m_slots)
