@@ -81,7 +81,7 @@ QByteArray pattern(int size)
 {
     QByteArray bytes(size, 0);
     for (int i = 0; i < size; ++i)
-        bytes[i] = char((i * 7919) >> 5);
+        bytes[i] = char((quint32(i) * 7919) >> 5);
     return bytes;
 }
 
