@@ -82,7 +82,7 @@ def download(world, tab, count):
     world.screen.answer("Select target folder", target)
     wait_for(lambda: sorted(os.listdir(target)) == sorted(names), 40, f"{names} arrive")
     for name in names:
-        if rigs.digest(os.path.join(target, name)) != rigs.digest(os.path.join(world.home(), folder, name)):
+        if not rigs.same_bytes(os.path.join(target, name), os.path.join(world.home(), folder, name)):
             raise Failure(f"{name} differs")
     return target
 
@@ -95,7 +95,7 @@ def upload(world, tab, name):
     world.screen.answer("Select file", source, field=(300, 28))
     arrived = os.path.join(world.home(), folder, name)
     wait_for(lambda: os.path.exists(arrived) and os.path.getsize(arrived) == 300000, 40, f"{name} arrives")
-    if rigs.digest(source) != rigs.digest(arrived):
+    if not rigs.same_bytes(source, arrived):
         raise Failure(f"{name} differs")
 
 
