@@ -1,39 +1,13 @@
 #include "TaskTable.h"
 
-#include <QHash>
-
-#include <algorithm>
+#include <utility>
 
 namespace {
 
-/// How many small files are begun ahead of their turn in each direction. They are begun in groups of at least half
-/// of it while the queue is long, because a group travels as one stream.
-constexpr std::size_t kAhead = 1024;
+/// Ended tasks that are remembered, so that sending one again can be told from sending a new one.
+constexpr std::size_t kEndedRemembered = 50000;
 
 } // namespace
-
-bool TaskTable::Key::operator==(const Key &o) const
-{
-    return type == o.type && path == o.path && dest == o.dest && from == o.from && subCenter == o.subCenter;
-}
-
-std::size_t TaskTable::KeyHash::operator()(const Key &key) const
-{
-    std::size_t hash = qHash(key.path);
-    for (const QString *part : {&key.dest, &key.from, &key.subCenter})
-        hash = hash * 1000003u + qHash(*part);
-    return hash * 31u + static_cast<std::size_t>(key.type);
-}
-
-TaskTable::TaskTable()
-{
-    m_lastBlock.fill(-1);
-}
-
-TaskTable::Key TaskTable::keyOf(const TaskRecord &record)
-{
-    return {record.Path, record.Dest, record.From, record.SubCenterId, record.Type};
-}
 
 TaskTable::Task *TaskTable::task(TaskId id)
 {
@@ -52,7 +26,7 @@ const TaskTable::Task *TaskTable::task(TaskId id) const
 
 std::optional<TaskId> TaskTable::find(const TaskRecord &record) const
 {
-    const auto it = m_index.find(keyOf(record));
+    const auto it = m_index.find(TaskKey::of(record));
     if (it == m_index.end())
         return std::nullopt;
     return it->second;
@@ -89,7 +63,7 @@ int TaskTable::count(ZPDTCMDTYPE type) const
 
 int TaskTable::running(ZPDTCMDTYPE type) const
 {
-    return lane(type).running;
+    return lane(type).queue.taken();
 }
 
 TaskId TaskTable::insert(TaskRecord record, Shape shape, const Config &config)
@@ -98,16 +72,12 @@ TaskId TaskTable::insert(TaskRecord record, Shape shape, const Config &config)
     record.taskIndex = static_cast<qint32>(id & 0x7fffffff);
     if (!record.CreateDate.isValid())
         record.CreateDate = QDateTime::currentDateTime();
-    m_index.emplace(keyOf(record), id);
+    m_index.emplace(TaskKey::of(record), id);
     Task &t = lane(record.Type).tasks[id];
     t.record = std::move(record);
     t.shape = shape;
     t.config = config;
-    const auto gone = m_goneBlock.find(keyOf(t.record));
-    if (gone != m_goneBlock.end()) {
-        t.reportRound = m_reportRound;
-        t.reportBlock = gone->second;
-    }
+    t.told = m_reports.enter(TaskKey::of(t.record));
     return id;
 }
 
@@ -117,85 +87,56 @@ void TaskTable::erase(TaskId id)
     if (!t)
         return;
     dequeue(*t);
-    if (t->reportRound == m_reportRound)
-        m_goneBlock[keyOf(t->record)] = t->reportBlock;
-    m_index.erase(keyOf(t->record));
+    m_reports.leave(TaskKey::of(t->record), t->told);
+    m_index.erase(TaskKey::of(t->record));
     lane(t->record.Type).tasks.erase(id);
 }
 
 void TaskTable::enqueue(TaskId id, Task &task, bool front)
 {
-    Lane &l = lane(task.record.Type);
-    task.turn = front ? --l.firstTurn : ++l.lastTurn;
+    task.turn = lane(task.record.Type).queue.newTurn(front);
     putBack(id, task);
 }
 
 void TaskTable::putBack(TaskId id, Task &task)
 {
-    Lane &l = lane(task.record.Type);
     task.state = State::Queued;
     task.workStatus = ZPDT_PREPARING;
     task.record.Status = ZPDT_WAITING;
-    l.queue.emplace(task.turn, id);
+    lane(task.record.Type).queue.put(task.turn, id);
 }
 
 void TaskTable::dequeue(Task &task)
 {
-    Lane &l = lane(task.record.Type);
-    if (task.state == State::Queued)
-        l.queue.erase(task.turn);
-    else if (task.state == State::Ahead)
-        l.ahead.erase(task.turn);
+    if (task.state == State::Queued || task.state == State::Ahead)
+        lane(task.record.Type).queue.remove(task.turn);
 }
 
 void TaskTable::releaseSlot(Task &task)
 {
     if (task.slot)
-        --lane(task.record.Type).running;
+        lane(task.record.Type).queue.release();
     task.slot = false;
 }
 
 void TaskTable::begin(Task &task)
 {
-    Lane &l = lane(task.record.Type);
     task.state = State::Running;
     task.slot = true;
-    ++l.running;
     task.record.Status = task.workStatus;
     report(TaskReport::Started, task);
 }
 
 void TaskTable::schedule(Lane &l)
 {
-    while (l.running < l.maxRunning) {
-        // Those begun ahead came from the front of the queue; only one that was moved first since is before them.
-        const bool movedFirst = !l.ahead.empty() && !l.queue.empty() && l.queue.begin()->first < l.ahead.begin()->first;
-        if (!l.ahead.empty() && !movedFirst) {
-            const auto first = l.ahead.begin();
-            const TaskId id = first->second;
-            l.ahead.erase(first);
-            begin(l.tasks.at(id));
-            continue;
-        }
-        if (l.queue.empty())
-            break;
-        const auto first = l.queue.begin();
-        const TaskId id = first->second;
-        l.queue.erase(first);
-        begin(l.tasks.at(id));
-        m_orders.push_back({TaskOrder::Run, id});
+    while (const auto next = l.queue.takeNext()) {
+        begin(l.tasks.at(next->id));
+        if (!next->begunAhead)
+            m_orders.push_back({TaskOrder::Run, next->id});
     }
-    if (l.ahead.size() > kAhead / 2)
-        return;
-    while (l.ahead.size() < kAhead && !l.queue.empty()) {
-        const auto first = l.queue.begin();
-        const TaskId id = first->second;
-        Task &t = l.tasks.at(id);
-        if (t.shape != Shape::SmallFile)
-            break;
-        l.queue.erase(first);
-        t.state = State::Ahead;
-        l.ahead.emplace(t.turn, id);
+    const auto mayGoAhead = [&l](TaskId id) { return l.tasks.at(id).shape == Shape::SmallFile; };
+    for (const TaskId id : l.queue.takeAhead(mayGoAhead)) {
+        l.tasks.at(id).state = State::Ahead;
         m_orders.push_back({TaskOrder::Run, id});
     }
 }
@@ -262,7 +203,7 @@ void TaskTable::resume(TaskId id, Task &task, const Config &config, Place place)
 /// Of those that nobody moved first, the one whose turn is last goes back to its place.
 void TaskTable::makeWay(Lane &l)
 {
-    if (l.running < l.maxRunning)
+    if (!l.queue.full())
         return;
     std::pair<const TaskId, Task> *last = nullptr;
     for (auto &entry : l.tasks) {
@@ -302,7 +243,7 @@ bool TaskTable::add(TaskRecord record, Shape shape, const Config &config)
         report(TaskReport::Exist, t);
         return false;
     }
-    const bool again = m_ended.count(KeyHash()(keyOf(record))) > 0;
+    const bool again = m_ended.count(TaskKeyHash()(TaskKey::of(record))) > 0;
     record.FinishDate = {};
     const TaskId id = insert(std::move(record), shape, config);
     Task &t = *task(id);
@@ -387,7 +328,7 @@ void TaskTable::pause(const TaskRecord &record)
     }
     TaskRecord answer = record;
     answer.Status = ZPDT_PAUSED;
-    reportAlone(TaskReport::PauseEnd, answer);
+    m_reports.addPassing(TaskReport::PauseEnd, answer);
 }
 
 void TaskTable::pauseAll(ZPDTCMDTYPE type)
@@ -431,7 +372,7 @@ void TaskTable::cancel(const TaskRecord &record)
     }
     TaskRecord answer = record;
     answer.Status = ZPDT_CANCELING;
-    reportAlone(TaskReport::CancelEnd, answer);
+    m_reports.addPassing(TaskReport::CancelEnd, answer);
     m_abandoned.append(answer);
 }
 
@@ -473,12 +414,12 @@ void TaskTable::unregisterPaused(const QList<TaskRecord> &records)
 void TaskTable::setMaxConcurrence(ZPDTCMDTYPE type, int count)
 {
     Lane &l = lane(type);
-    l.maxRunning = std::max(1, count);
+    l.queue.setSlots(count);
     // The latest ones give way, and the turns they get back keep their order.
     int active = 0;
     for (const auto &entry : l.tasks)
         active += entry.second.state == State::Running;
-    for (auto it = l.tasks.rbegin(); it != l.tasks.rend() && active > l.maxRunning; ++it) {
+    for (auto it = l.tasks.rbegin(); it != l.tasks.rend() && active > l.queue.slotCount(); ++it) {
         if (it->second.state != State::Running)
             continue;
         stop(it->first, it->second, AfterStop::Requeue);
@@ -545,7 +486,7 @@ void TaskTable::finished(TaskId id, bool success)
     if (success)
         t->record.Offset = t->record.FileSize;
     report(TaskReport::Finished, *t);
-    rememberEnd(keyOf(t->record));
+    rememberEnd(TaskKey::of(t->record));
     TaskRecord record = t->record;
     const Shape shape = t->shape;
     const Config config = t->config;
@@ -620,4 +561,26 @@ int TaskTable::urgency(TaskId id) const
 {
     const Task *t = task(id);
     return t ? t->urgency : 0;
+}
+
+void TaskTable::rememberEnd(const TaskKey &key)
+{
+    const std::size_t hash = TaskKeyHash()(key);
+    if (!m_ended.insert(hash).second)
+        return;
+    m_endedOrder.push_back(hash);
+    if (m_endedOrder.size() > kEndedRemembered) {
+        m_ended.erase(m_endedOrder.front());
+        m_endedOrder.pop_front();
+    }
+}
+
+std::vector<TaskOrder> TaskTable::takeOrders()
+{
+    return std::exchange(m_orders, {});
+}
+
+QList<TaskRecord> TaskTable::takeAbandoned()
+{
+    return std::exchange(m_abandoned, {});
 }

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "TransferModule.h"
-
-#include <QVector>
+#include "TaskQueue.h"
+#include "TaskReports.h"
 
 #include <array>
 #include <cstddef>
@@ -14,28 +13,6 @@
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
-
-using TaskId = quint64;
-
-/// One signal to send: tasks of one direction that met the same fate, in the order in which they met it.
-struct TaskReport
-{
-    enum Kind
-    {
-        Created,
-        Retrans,
-        Started,
-        Finished,
-        PauseEnd,
-        CancelEnd,
-        Exist,
-        KindCount
-    };
-
-    Kind kind = Created;
-    ZPDTCMDTYPE type = ZPDT_DOWNLOAD;
-    QList<TaskRecord> tasks;
-};
 
 /// What the table asks of whoever moves the bytes. A Run is answered by finished(), halted(), a Stop by stopped() or
 /// finished().
@@ -69,8 +46,6 @@ public:
         SmallFile, ///< may be begun ahead of its turn, so that it costs no round trip of its own
         Folder
     };
-
-    TaskTable();
 
     /// Takes a new task in. A task that is there and under way is reported as Exist; one that is paused goes on, one
     /// that ended before is sent again, both reported as Retrans. Returns false for Exist.
@@ -122,7 +97,7 @@ public:
     /// Tasks that use one of the slots of setMaxConcurrence.
     int running(ZPDTCMDTYPE type) const;
 
-    std::vector<TaskReport> takeReports();
+    std::vector<TaskReport> takeReports() { return m_reports.take(); }
     std::vector<TaskOrder> takeOrders();
     /// Tasks that were cancelled without running, whose remains on disk may go.
     QList<TaskRecord> takeAbandoned();
@@ -145,16 +120,6 @@ private:
         Requeue
     };
 
-    struct Key
-    {
-        QString path, dest, from, subCenter;
-        qint32 type;
-        bool operator==(const Key &o) const;
-    };
-    struct KeyHash
-    {
-        std::size_t operator()(const Key &key) const;
-    };
     struct Task
     {
         TaskRecord record;
@@ -167,21 +132,14 @@ private:
         int urgency = 0;
         ZpdtTaskStatus workStatus = ZPDT_PREPARING; ///< the runner's, while the task waits for its turn
         qint64 turn = 0;                            ///< place in the queue
-        qint64 reportBlock = -1;                    ///< block of m_reports that told of it last, in round reportRound
-        quint64 reportRound = 0;
+        TaskReports::Mark told;
     };
     struct Lane
     {
         std::map<TaskId, Task> tasks; ///< in order of arrival
-        std::map<qint64, TaskId> queue;
-        std::map<qint64, TaskId> ahead;
-        int running = 0;
-        int maxRunning = 1;
-        qint64 firstTurn = 0;
-        qint64 lastTurn = 0;
+        TaskQueue queue;
     };
 
-    static Key keyOf(const TaskRecord &record);
     Lane &lane(qint32 type) { return m_lanes[type == ZPDT_UPLOAD ? 1 : 0]; }
     const Lane &lane(qint32 type) const { return m_lanes[type == ZPDT_UPLOAD ? 1 : 0]; }
     Task *task(TaskId id);
@@ -205,20 +163,16 @@ private:
     void cancelTask(TaskId id);
     void begin(Task &task);
     void schedule(Lane &lane);
-    void rememberEnd(const Key &key);
-    void report(TaskReport::Kind kind, Task &task);
-    void reportAlone(TaskReport::Kind kind, const TaskRecord &record);
+    void rememberEnd(const TaskKey &key);
+    void report(TaskReport::Kind kind, Task &task) { m_reports.add(kind, task.record, task.told); }
 
     std::array<Lane, 2> m_lanes;
-    std::unordered_map<Key, TaskId, KeyHash> m_index;
+    std::unordered_map<TaskKey, TaskId, TaskKeyHash> m_index;
     TaskId m_lastId = 0;
     int m_lastUrgency = 0;
     std::unordered_set<std::size_t> m_ended;
     std::deque<std::size_t> m_endedOrder;
-    std::vector<TaskReport> m_reports;
-    std::array<qint64, 2 * TaskReport::KindCount> m_lastBlock;
-    quint64 m_reportRound = 1;
-    std::unordered_map<Key, qint64, KeyHash> m_goneBlock; ///< last block of tasks that left in this round
+    TaskReports m_reports;
     std::vector<TaskOrder> m_orders;
     QList<TaskRecord> m_abandoned;
 };
