@@ -44,7 +44,7 @@ public:
     using Play = std::function<std::vector<zpdt::Bytes>(const zpdt::Msg *type, zpdt::WireReader &body)>;
     Result attack(bool upload, const Play &play, const QStringList &names = {});
 
-    Filter filter;                                     ///< I/O thread; frames of both ends after the greeting
+    Filter filter;                                     ///< I/O thread; frames of both ends
     std::function<void(StreamPair &pair)> onFirstData; ///< I/O thread, once a run
     std::function<std::uint64_t()> freeBytes;
     int patienceMs = 60000;      ///< then the client gives the line up

@@ -6,6 +6,7 @@
 #include <QRandomGenerator>
 
 #include <memory>
+#include <utility>
 
 using namespace zpdt;
 using Verdict = PipeChannel::Verdict;
@@ -23,6 +24,8 @@ private slots:
     void damageOnTheDisk_data();
     void damageOnTheDisk();
     void sameTimeOtherContent();
+    void otherVersions_data();
+    void otherVersions();
     void changingSource_data();
     void changingSource();
     void unusualTargets();
@@ -255,6 +258,60 @@ void StreamsTest::sameTimeOtherContent()
     const auto again = pair.run({"small", "large"}, false, true);
     QCOMPARE(again.done, (QStringList{"=large", "=small"}));
     QCOMPARE(again.dataBytes, quint64(0));
+}
+
+void StreamsTest::otherVersions_data()
+{
+    QTest::addColumn<bool>("upload");
+    QTest::addColumn<int>("version");
+    QTest::addColumn<bool>("early");
+    for (const bool upload : {true, false}) {
+        const char *way = upload ? "upload" : "download";
+        QTest::addRow("%s, old", way) << upload << 1 << false;
+        QTest::addRow("%s, equal", way) << upload << int(kProtocolVersion) << true;
+        QTest::addRow("%s, newer", way) << upload << kProtocolVersion + 1 << true;
+    }
+}
+
+/// Either end takes the other for one of another version.
+void StreamsTest::otherVersions()
+{
+    QFETCH(bool, upload);
+    QFETCH(int, version);
+    QFETCH(bool, early);
+    StreamPair pair;
+    writeFile(pair.from() + "/t/large", noise(3 * kMiB, 1));
+    writeFile(pair.from() + "/t/blocked", noise(2 * kMiB, 2));
+    QDir().mkpath(pair.from() + "/t/empty");
+    for (int i = 0; i < 20; ++i)
+        writeFile(pair.from() + QString("/t/%1").arg(i), noise(i * 100, 3));
+    QDir().mkpath(pair.to() + "/t/blocked/by a folder");
+    QList<Msg> order;
+    bool damaged = false;
+    pair.filter = [&](Msg type, Bytes &bytes) {
+        if (type == Msg::Hello) {
+            HelloMessage hello;
+            hello.version = std::uint16_t(version);
+            bytes = frame(0, hello);
+        } else if (type == Msg::Data && bytes.size() > 5000 && !std::exchange(damaged, true)) {
+            bytes.back() ^= 1;
+        } else if (type == Msg::Done || type == Msg::Fail || type == Msg::Finish) {
+            order.append(type);
+        }
+        return Verdict::Pass;
+    };
+    const auto result = pair.run({"t"}, upload);
+    QCOMPARE(result.sender.error, Error::None);
+    QCOMPARE(result.receiver.error, Error::None);
+    QCOMPARE(result.failed.size(), 1);
+    QVERIFY(result.frames[int(Msg::Need)] > 0);
+    auto expected = contents(pair.from());
+    expected["t/blocked"] = "folder";
+    expected["t/blocked/by a folder"] = "folder";
+    QCOMPARE(contents(pair.to()), expected);
+    // An old receiver takes an end before the last answer for a broken rule.
+    QCOMPARE(order.count(Msg::Finish), 1);
+    QCOMPARE(order.last() != Msg::Finish, early);
 }
 
 void StreamsTest::changingSource_data()
