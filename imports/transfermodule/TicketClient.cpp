@@ -27,14 +27,6 @@ TicketClient::TicketClient(QObject *parent)
 {
 }
 
-TicketClient::~TicketClient()
-{
-    for (QNetworkReply *reply : qAsConst(m_running)) {
-        reply->disconnect(this);
-        reply->abort();
-    }
-}
-
 quint64 TicketClient::ask(const TicketRequest &request)
 {
     m_waiting.enqueue({++m_lastId, request, false});
@@ -53,8 +45,7 @@ void TicketClient::drop(quint64 id)
     }
     if (QNetworkReply *reply = m_running.take(id)) {
         reply->disconnect(this);
-        reply->abort();
-        reply->deleteLater();
+        reply->deleteLater(); // ends the request; one that is about to tell of an error must not be aborted
         QMetaObject::invokeMethod(this, &TicketClient::next, Qt::QueuedConnection);
     }
 }

@@ -44,7 +44,6 @@ class TicketClient : public QObject
 
 public:
     explicit TicketClient(QObject *parent = nullptr);
-    ~TicketClient() override;
 
     quint64 ask(const TicketRequest &request);
     /// No answer will come for this request.

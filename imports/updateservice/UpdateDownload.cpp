@@ -37,7 +37,6 @@ UpdateDownload::~UpdateDownload()
     m_stop = true;
     if (m_reply) {
         m_reply->disconnect(this);
-        m_reply->abort();
         m_reply->deleteLater();
     }
     if (m_thread) {
@@ -205,7 +204,6 @@ void UpdateDownload::end(Outcome outcome)
     m_pause.stop();
     if (m_reply) {
         m_reply->disconnect(this);
-        m_reply->abort();
         m_reply->deleteLater();
         m_reply.clear();
     }

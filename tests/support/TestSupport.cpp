@@ -39,6 +39,7 @@ const char *const kFatalParts[] = {
     "QPixmap",
     "QIODevice",
     "QNetworkAccess",
+    "QNetworkReply",
     "QAbstractSocket",
     "QFont",
     "QCoreApplication::",
