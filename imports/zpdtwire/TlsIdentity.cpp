@@ -107,6 +107,9 @@ std::shared_ptr<asio::ssl::context> plainContext(asio::ssl::context::method meth
     auto context = std::make_shared<asio::ssl::context>(method);
     SSL_CTX *native = context->native_handle();
     SSL_CTX_set_min_proto_version(native, TLS1_2_VERSION);
+    // The library would rather take AES-256, which costs a tenth more of the time that is nearly all cipher on a fast
+    // line.
+    SSL_CTX_set_ciphersuites(native, "TLS_AES_128_GCM_SHA256:TLS_CHACHA20_POLY1305_SHA256:TLS_AES_256_GCM_SHA384");
     SSL_CTX_set_options(native, SSL_OP_NO_RENEGOTIATION | SSL_OP_NO_COMPRESSION);
     // Every connection stands for itself; there is nothing to resume and nothing to keep in memory.
     SSL_CTX_set_session_cache_mode(native, SSL_SESS_CACHE_OFF);
