@@ -93,6 +93,8 @@ public:
 
     /// Sends a frame ahead of all data that waits.
     void send(Bytes frame);
+    /// A stream has sent the last of its data: see Channel.
+    void urge() { m_channel->urge(); }
     /// A stream has data, or its priority changed.
     void wake();
     /// Inside SessionStream::message(): see Channel.

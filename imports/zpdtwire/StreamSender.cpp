@@ -571,6 +571,7 @@ void StreamSender::finishIfDone()
         return;
     m_finishSent = true;
     sendEmpty(Msg::Finish);
+    m_session->urge();
 }
 
 void StreamSender::stop(Error error, const std::string &text, bool discard)

@@ -47,6 +47,11 @@ bool UdpChannel::setGoal(const RateGoal &goal)
     return true;
 }
 
+void UdpChannel::urge()
+{
+    m_connection->urge();
+}
+
 void UdpChannel::close()
 {
     m_connection->close();

@@ -30,6 +30,7 @@ public:
     std::size_t queuedBytes() const override;
     void setReading(bool reading) override;
     bool setGoal(const RateGoal &goal) override;
+    void urge() override;
     void close() override;
     Metrics metrics() const override;
     std::uint64_t bytesReceived() const override;

@@ -42,6 +42,7 @@ public:
     std::size_t queuedBytes() const { return m_outbox.unsent(); }
     void setReading(bool reading);
     void setGoal(const RateGoal &goal);
+    void urge();
     void close();
     Metrics metrics() const;
     std::uint64_t bytesReceived() const { return m_bytesIn; }
@@ -84,6 +85,7 @@ private:
     void flush();
     void flushSoon();
     void sendPaced(Clock::time_point &now);
+    bool mayRepeat();
     bool fillBurst(Clock::time_point now);
     std::size_t build(std::uint8_t *out, std::size_t size, Clock::time_point now, bool paced);
     bool sendBurst();
@@ -151,6 +153,7 @@ private:
     std::size_t m_burstEnd = 0;
     std::size_t m_burstSegment = 0;
     bool m_blocked = false; ///< the socket takes nothing now
+    std::uint64_t m_urgedEnd = 0; ///< of the stream's bytes that may be sent twice
     unsigned m_probes = 0;  ///< packets that may leave although the line seems to take nothing
     bool m_pingWanted = false;
     std::uint64_t m_limitedUntil = 1; ///< less arrives in the first round trip than the line takes

@@ -15,6 +15,8 @@ constexpr std::size_t kHeadV4 = 28;
 constexpr std::size_t kHeadV6 = 48;
 constexpr double kBurstTime = 0.001;
 constexpr double kMostBurstTime = 0.003;
+/// One in so many bytes has to have been lost before any are sent twice.
+constexpr std::uint64_t kRepeatShare = 1000;
 /// Packets under one key, far below what the cipher allows.
 constexpr std::uint64_t kPhasePackets = 1u << 14;
 
@@ -26,6 +28,20 @@ void UdpConnection::send(Bytes frames)
         return;
     m_outbox.push(std::move(frames));
     flushSoon();
+}
+
+void UdpConnection::urge()
+{
+    m_urgedEnd = m_outbox.end();
+    m_recovery.restartRepeats();
+    flushSoon();
+}
+
+/// Whether a packet that is under way was queued once more.
+bool UdpConnection::mayRepeat()
+{
+    return m_urgedEnd > 0 && m_outbox.unsent() == 0 && m_recovery.lostBytes() * kRepeatShare > m_recovery.sentBytes() &&
+           m_recovery.repeatNewest(m_urgedEnd);
 }
 
 void UdpConnection::flushSoon()
@@ -113,7 +129,8 @@ bool UdpConnection::fillBurst(Clock::time_point now)
         const bool something = m_outbox.hasLost() || (m_outbox.unsent() > 0 && m_outbox.nextOffset() < m_otherMost);
         if (!something) {
             m_limitedUntil = m_recovery.deliveredBytes() + m_recovery.inFlight() + 1;
-            break;
+            if (m_recovery.inFlight() + size > m_controller->window() || !mayRepeat())
+                break;
         }
         if (m_probes == 0 && m_recovery.inFlight() + size > m_controller->window())
             break;

@@ -12,6 +12,7 @@ struct UdpSample
 {
     UdpClock::time_point now;
     double rate = 0.0;                 ///< bytes a second at which the other side received; 0: not known
+    double early = 0.0;                ///< the same over half a round trip: sooner, and less exact; 0: not known
     bool limited = false;              ///< the rate says how much there was to send rather than what the line takes
     double roundTrip = 0.0;            ///< seconds, of the newest packet; 0: not known
     std::uint64_t delivered = 0;       ///< in all

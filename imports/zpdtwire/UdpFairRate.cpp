@@ -146,9 +146,10 @@ void UdpFairRate::onSample(const UdpSample &sample)
         m_leastAt = m_phaseSince = m_cycleSince = sample.now;
     }
     // What there was to send says nothing of a line that nobody has filled yet.
-    if (sample.rate > 0.0 && (!sample.limited || sample.rate > std::max(m_rates.get(), rate()))) {
-        m_rates.add(sample.rate, m_cycle);
-        m_roundRate = std::max(m_roundRate, sample.rate);
+    const double rate = m_phase == Phase::Start ? std::max(sample.rate, sample.early) : sample.rate;
+    if (rate > 0.0 && (!sample.limited || rate > std::max(m_rates.get(), this->rate()))) {
+        m_rates.add(rate, m_cycle);
+        m_roundRate = std::max(m_roundRate, rate);
     }
     m_limited = m_limited || sample.limited;
     learnRoundTrip(sample);

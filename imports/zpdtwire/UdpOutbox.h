@@ -29,6 +29,7 @@ public:
     std::size_t unsent() const { return std::size_t(m_end - m_next); }
     bool hasLost() const { return !m_lost.empty(); }
     std::uint64_t nextOffset() const { return m_next; }
+    std::uint64_t end() const { return m_end; } ///< of what was queued
     /// Everything that was queued has arrived.
     bool empty() const { return m_begin == m_end; }
     void clear();

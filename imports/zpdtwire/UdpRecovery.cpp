@@ -11,6 +11,8 @@ constexpr std::uint64_t kMostReorder = 300;
 constexpr double kMostLate = 2.0;
 constexpr double kLeastRoundTrip = 1e-5;
 constexpr double kGrain = 0.001;
+constexpr double kRecentShare = 0.5;   ///< of a round trip
+constexpr double kRecentLeast = 0.010; ///< shorter spans say more of the timers than of the line
 constexpr double kMostProbeTime = 1.0;
 /// The longest that the other side waits with an acknowledgement.
 constexpr double kAckWait = 0.025;
@@ -72,6 +74,7 @@ void UdpRecovery::onSent(UdpSentPacket packet)
             // After a pause the time since the last acknowledgement says nothing of the line.
             m_markAt = m_deliveredAt = packet.at;
             m_deliveredClock = 0;
+            m_arrivals.clear();
         }
         packet.delivered = m_delivered;
         packet.deliveredAt = m_deliveredAt;
@@ -150,6 +153,7 @@ bool UdpRecovery::onAck(const UdpAck &ack, UdpClock::time_point now, UdpSample &
         sample.limited = best.limited;
         if (interval >= 0.8 * m_least && interval > 0)
             sample.rate = double(m_delivered - best.delivered) / interval;
+        sample.early = recentRate({best.at, ack.clockUs, m_delivered});
         m_markAt = best.at;
         m_deliveredAt = now;
         m_deliveredClock = ack.clockUs;
@@ -162,6 +166,23 @@ bool UdpRecovery::onAck(const UdpAck &ack, UdpClock::time_point now, UdpSample &
     sample.delivered = m_delivered;
     sample.inFlight = m_inFlight;
     return true;
+}
+
+/// Bytes a second of the last half round trip; 0 while that is not over.
+double UdpRecovery::recentRate(const Arrival &now)
+{
+    const auto since = [&now](const Arrival &then) {
+        const double came = now.clock > then.clock ? double(now.clock - then.clock) / 1e6 : 0.0;
+        return std::max(seconds(now.left - then.left), came);
+    };
+    const double span = std::max(kRecentShare * m_least, kRecentLeast);
+    while (m_arrivals.size() > 1 && since(m_arrivals[1]) >= span)
+        m_arrivals.pop_front();
+    const double interval = m_arrivals.empty() ? 0.0 : since(m_arrivals.front());
+    const double rate = interval >= span ? double(now.delivered - m_arrivals.front().delivered) / interval : 0.0;
+    if (m_arrivals.empty() || since(m_arrivals.back()) >= kGrain)
+        m_arrivals.push_back(now);
+    return rate;
 }
 
 void UdpRecovery::onArrived(UdpSentPacket &packet, std::uint64_t number, std::uint64_t largest, UdpSample &sample)
@@ -264,6 +285,20 @@ void UdpRecovery::probe()
     const auto last = std::find_if(m_packets.rbegin(), m_packets.rend(), again);
     m_outbox.lost(first->offset, first->length);
     m_outbox.lost(last->offset, last->length);
+}
+
+bool UdpRecovery::repeatNewest(std::uint64_t end)
+{
+    m_repeatNext = std::min(m_repeatNext, nextNumber());
+    for (const std::uint64_t first = std::max(m_base, m_firstFlying); m_repeatNext > first;) {
+        const UdpSentPacket &packet = m_packets[std::size_t(--m_repeatNext - m_base)];
+        if (packet.state != UdpSentPacket::Flying || packet.length == 0 || packet.offset >= end)
+            continue;
+        m_outbox.lost(packet.offset, packet.length);
+        if (m_outbox.hasLost())
+            return true;
+    }
+    return false;
 }
 
 void UdpRecovery::forgetPath()

@@ -57,6 +57,10 @@ public:
     UdpClock::time_point deadline() const;
     /// The next probe, after silence: what left first and did not arrive is to leave once more.
     void probe();
+    /// Gives the outbox a packet that is under way, to leave once more: the newest first, since the loss of older ones
+    /// shows soon, and each one once. Only of the stream's bytes before @p end. False when there is none.
+    bool repeatNewest(std::uint64_t end);
+    void restartRepeats() { m_repeatNext = UINT64_MAX; }
     /// The path is another one: what was measured says nothing any more.
     void forgetPath();
 
@@ -81,6 +85,14 @@ private:
     void markLost(UdpSentPacket &packet, UdpSample &sample);
     void findLost(UdpClock::time_point now, UdpSample &sample);
     void onArrived(UdpSentPacket &packet, std::uint64_t number, std::uint64_t largest, UdpSample &sample);
+    /// What had arrived by an acknowledgement.
+    struct Arrival
+    {
+        UdpClock::time_point left;   ///< when the newest of the acknowledged packets had left
+        std::uint64_t clock = 0;     ///< when it came, by the receiver's clock
+        std::uint64_t delivered = 0; ///< in all
+    };
+    double recentRate(const Arrival &now);
     void measure(double seconds);
     void trim(UdpClock::time_point now);
     double lossTime() const;
@@ -91,6 +103,7 @@ private:
     UdpRanges m_known;                   ///< numbers that were acknowledged
     std::uint64_t m_base = 0;
     std::uint64_t m_firstFlying = 0;
+    std::uint64_t m_repeatNext = UINT64_MAX; ///< behind the next one to be sent twice; the largest: behind the newest
     std::uint64_t m_largestAcked = 0;
     bool m_anyAcked = false;
     std::uint64_t m_inFlight = 0;
@@ -110,6 +123,7 @@ private:
     UdpClock::time_point m_deliveredAt;
     std::uint64_t m_deliveredClock = 0;
     UdpClock::time_point m_markAt;
+    std::deque<Arrival> m_arrivals; ///< of about half a round trip
     std::uint64_t m_sentBytes = 0;
     std::uint64_t m_lostBytes = 0;
     std::vector<SizeProbe> m_sizeProbes;

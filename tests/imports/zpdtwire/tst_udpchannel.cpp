@@ -4,6 +4,7 @@
 #include "UdpController.h"
 #include "UdpHandshake.h"
 #include "UdpListener.h"
+#include "UdpRecovery.h"
 #include "UdpRelay.h"
 
 #include <QTemporaryDir>
@@ -42,6 +43,8 @@ struct End : Channel::Listener
             out.end();
             sent += size;
             channel->send(out.take());
+            if (sent == toSend)
+                channel->urge();
         }
     }
     void channelReady() override
@@ -217,6 +220,7 @@ private slots:
     void readerStops();
     void serverForgets();
     void paceFollowsGoal();
+    void firstFlight();
     void controllersKnowTheLine();
     void parsersHold();
 };
@@ -258,6 +262,8 @@ void UdpChannelTest::bytesArrive()
         client->text.c_str());
     QVERIFY(client->good && world.server->good);
     QVERIFY(!client->closed && !world.server->closed);
+    if (lost + late + twice + damaged == 0.0)
+        QVERIFY(world.relay->counts.toServer < 1.05 * double(bytes)); // nothing is sent twice for fear
     const Metrics metrics = client->channel->metrics();
     QCOMPARE(metrics.carrier, std::string("UDP"));
     if (mebibytes > 16)
@@ -439,6 +445,64 @@ void UdpChannelTest::paceFollowsGoal()
         const double share = double(after - before) / seconds / double(goal.bytesPerSecond);
         QVERIFY2(share > 0.85 && share < 1.1, qPrintable(QString::number(share)));
     }
+}
+
+void UdpChannelTest::firstFlight()
+{
+    // A hundred packets at 2 MB/s over 80 ms, acknowledged every 5 ms but for the last twenty. The fortieth is lost.
+    constexpr std::uint32_t kSize = 1000;
+    UdpOutbox outbox;
+    outbox.push(Bytes(100 * kSize));
+    UdpRecovery recovery(outbox);
+    recovery.firstRoundTrip(0.08);
+    const auto start = UdpClock::now();
+    const auto send = [&](UdpClock::time_point at) {
+        Bytes out(kSize);
+        const UdpOutbox::Piece piece = outbox.next(kSize, UINT64_MAX);
+        outbox.take(piece, out.data());
+        UdpSentPacket packet;
+        packet.at = at;
+        packet.offset = piece.offset;
+        packet.length = std::uint32_t(piece.size);
+        packet.wire = kSize;
+        packet.elicits = true;
+        recovery.onSent(packet);
+        return piece.offset / kSize;
+    };
+    for (int i = 0; i < 100; ++i)
+        QCOMPARE(send(start + std::chrono::microseconds(500 * i)), std::uint64_t(i));
+    double early = 0.0, usual = 0.0;
+    for (int ms = 5; ms <= 40; ms += 5) {
+        UdpAck ack;
+        ack.ranges = {{41, std::uint64_t(2 * ms)}, {0, 40}};
+        if (2 * ms <= 41)
+            ack.ranges = {{0, std::uint64_t(std::min(2 * ms, 40))}};
+        ack.clockUs = std::uint64_t(1000000 + 1000 * ms);
+        UdpSample sample;
+        QVERIFY(recovery.onAck(ack, start + std::chrono::milliseconds(80 + ms), sample));
+        early = sample.early > 0.0 ? sample.early : early;
+        usual = sample.rate;
+    }
+    QCOMPARE(early, 0.0); // 35 ms say nothing yet
+    UdpAck ack;
+    ack.ranges = {{41, 90}, {0, 40}};
+    ack.clockUs = 1046000;
+    UdpSample sample;
+    QVERIFY(recovery.onAck(ack, start + std::chrono::milliseconds(126), sample));
+    QVERIFY2(sample.early > 1.9e6 && sample.early < 2.05e6, qPrintable(QString::number(sample.early)));
+    QVERIFY(usual < 1e6);
+    // The lost one goes again, then what is under way, from its end on and once.
+    QVERIFY(outbox.hasLost());
+    QCOMPARE(send(start + std::chrono::milliseconds(125)), std::uint64_t(40));
+    QVERIFY(!outbox.hasLost());
+    recovery.restartRepeats();
+    for (std::uint64_t left = 95; left > 90; --left) {
+        QVERIFY(recovery.repeatNewest(95 * kSize));
+        QCOMPARE(send(start + std::chrono::milliseconds(126)), left == 95 ? 40 : left);
+    }
+    QVERIFY(recovery.repeatNewest(95 * kSize));
+    QCOMPARE(send(start + std::chrono::milliseconds(126)), std::uint64_t(90));
+    QVERIFY(!recovery.repeatNewest(95 * kSize));
 }
 
 void UdpChannelTest::controllersKnowTheLine()
