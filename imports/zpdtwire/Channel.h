@@ -37,8 +37,8 @@ public:
     virtual void setReading(bool reading) = 0;
     /// How fast to send from now on. True when the carrier keeps to it by itself; with false whoever sends has to.
     virtual bool setGoal(const RateGoal &) { return false; }
-    /// Nothing more comes for now. What is queued may be sent twice where the line loses packets, so that the last of it
-    /// does not have to be missed before it is sent again.
+    /// Nothing more comes for now. What is queued may be sent twice where the line loses packets, so that the last of
+    /// it does not have to be missed before it is sent again.
     virtual void urge() {}
     /// Sends what is queued as long as that takes no more than a second, then ends the line.
     virtual void close() = 0;

@@ -152,9 +152,9 @@ private:
     Bytes m_burst;
     std::size_t m_burstEnd = 0;
     std::size_t m_burstSegment = 0;
-    bool m_blocked = false; ///< the socket takes nothing now
+    bool m_blocked = false;       ///< the socket takes nothing now
     std::uint64_t m_urgedEnd = 0; ///< of the stream's bytes that may be sent twice
-    unsigned m_probes = 0;  ///< packets that may leave although the line seems to take nothing
+    unsigned m_probes = 0;        ///< packets that may leave although the line seems to take nothing
     bool m_pingWanted = false;
     std::uint64_t m_limitedUntil = 1; ///< less arrives in the first round trip than the line takes
     Clock::time_point m_lastSent;
