@@ -1,5 +1,4 @@
 #include "SmallDisk.h"
-#include "TicketClient.h"
 #include "TransferModule.h"
 #include "TransferWorld.h"
 
@@ -9,8 +8,6 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
-#include <QNetworkReply>
-#include <QPointer>
 
 namespace {
 
@@ -54,7 +51,6 @@ private slots:
     void serviceStoppedAndBack();
     void ticketAnswers_data();
     void ticketAnswers();
-    void ticketGivenUpWhileItFails();
     void clockOfTheService();
     void duplicatesAndRetransmission();
     void videosAreLeftOut();
@@ -455,28 +451,6 @@ void TransferModuleTest::ticketAnswers()
     if (error != ZpdtError::None)
         QCOMPARE(m_log->progress(path).error, error);
     QCOMPARE(m_world->requests, error == ZpdtError::None ? 2 : 1);
-}
-
-void TransferModuleTest::ticketGivenUpWhileItFails()
-{
-    // A service that dies takes the stream and the request for the next ticket with it, in any order.
-    m_world->stopTickets();
-    const ZpdtTransConfig config = m_world->config();
-    TicketRequest request;
-    request.service = config.clientTag;
-    request.user = config.userId;
-    request.accessId = config.asperaUser;
-    request.accessToken = config.asperaPassword;
-    request.subCenterId = config.subCenterId;
-    TicketClient client;
-    int answers = 0;
-    connect(&client, &TicketClient::answered, this, [&answers] { ++answers; });
-    const quint64 id = client.ask(request);
-    QVERIFY(wait([&client] { return client.findChild<QNetworkReply *>(); }));
-    const QPointer<QNetworkReply> reply = client.findChild<QNetworkReply *>();
-    connect(reply, &QNetworkReply::errorOccurred, &client, [&client, id] { client.drop(id); });
-    QVERIFY(wait([&reply] { return reply.isNull(); }));
-    QCOMPARE(answers, 0);
 }
 
 void TransferModuleTest::clockOfTheService()
