@@ -88,167 +88,70 @@ QString text(int value)
     return QString::number(value);
 }
 
-template <typename... Arguments>
-qint64 record(OrvClient *client, const char *operation, const Arguments &...arguments)
+QString text(const QSize &value)
 {
-    return FakeService::instance().record(client, QLatin1String(operation), {text(arguments)...});
+    return QStringLiteral("%1x%2").arg(value.width()).arg(value.height());
+}
+
+template <typename... Arguments>
+QStringList texts(const Arguments &...arguments)
+{
+    return {text(arguments)...};
 }
 
 } // namespace
 
-qint64 OrvClient::getIcon(const QString &address)
-{
-    return record(this, "getIcon", address);
-}
-qint64 OrvClient::getUserStorage(const QString &user)
-{
-    return record(this, "getUserStorage", user);
-}
-qint64 OrvClient::listSubCenter(const QString &address)
-{
-    return record(this, "listSubCenter", address);
-}
-qint64 OrvClient::getTranserLimit()
-{
-    return record(this, "getTransferLimit");
-}
-qint64 OrvClient::getAD(const QString &language)
-{
-    return record(this, "getAD", language);
-}
-qint64 OrvClient::getFileInfo(const QString &path)
-{
-    return record(this, "getFileInfo", path);
-}
-qint64 OrvClient::getThumbnail(const QString &path, const QSize &size)
-{
-    return record(this, "getThumbnail", path, size.width(), size.height());
-}
-qint64 OrvClient::listFile(const QString &path, int mode)
-{
-    return record(this, "listFile", path, mode);
-}
-qint64 OrvClient::mkdir(const QString &path)
-{
-    return record(this, "mkdir", path);
-}
-qint64 OrvClient::removeFile(const QStringList &paths)
-{
-    return record(this, "removeFile", paths);
-}
-qint64 OrvClient::removeFolder(const QStringList &paths)
-{
-    return record(this, "removeFolder", paths);
-}
-qint64 OrvClient::move(const QStringList &src, const QString &dest)
-{
-    return record(this, "move", src, dest);
-}
-qint64 OrvClient::copy(const QStringList &src, const QString &dest)
-{
-    return record(this, "copy", src, dest);
-}
-qint64 OrvClient::renameFile(const QString &src, const QString &dest)
-{
-    return record(this, "renameFile", src, dest);
-}
-qint64 OrvClient::renameFolder(const QString &src, const QString &dest)
-{
-    return record(this, "renameFolder", src, dest);
-}
-qint64 OrvClient::compress(const QStringList &src, const QString &dest)
-{
-    return record(this, "compress", src, dest);
-}
-qint64 OrvClient::decompress(const QString &src, const QString &dest)
-{
-    return record(this, "decompress", src, dest);
-}
-qint64 OrvClient::searchFile(const QString &keyword, const QString &folder)
-{
-    return record(this, "searchFile", keyword, folder);
-}
-qint64 OrvClient::getPreviewFile(const QString &path, const QString &localPath)
-{
-    return record(this, "getPreviewFile", path, localPath);
-}
-qint64 OrvClient::auth(QString user, QString token)
-{
-    return record(this, "auth", user, token);
-}
-qint64 OrvClient::login(const QString &name, const QString &password)
-{
-    return record(this, "login", name, password);
-}
-qint64 OrvClient::getUserInfo(const QString &user)
-{
-    return record(this, "getUserInfo", user);
-}
-qint64 OrvClient::getUserPath(const QString &user, const QString &address, const QString &home)
-{
-    return record(this, "getUserPath", user, address, home);
-}
+// An operation, the beginning of its answer's name, its parameters and what of them is written down.
+#define OPERATION(name, answer, parameters, arguments)                                                                 \
+    qint64 OrvClient::name parameters                                                                                  \
+    {                                                                                                                  \
+        return FakeService::instance().record(this, QStringLiteral(#answer), texts arguments);                         \
+    }
 
-// Shares
-qint64 OrvClient::publicShare(const QString &path, const QString &permission)
-{
-    return FakeService::instance().record(this, QStringLiteral("publicShare"), {path, permission});
-}
-qint64 OrvClient::privateShare(const QString &path, const QString &permission, const QString &password)
-{
-    return FakeService::instance().record(this, QStringLiteral("privateShare"), {path, permission, password});
-}
-qint64 OrvClient::friendShare(const QString &path, const QStringList &users)
-{
-    return FakeService::instance().record(this, QStringLiteral("friendShare"), QStringList{path} + users);
-}
-qint64 OrvClient::modifyPassword(const QString &id, const QString &password)
-{
-    return FakeService::instance().record(this, QStringLiteral("modifyPassword"), {id, password});
-}
-qint64 OrvClient::modifyUsers(const QString &id, const QStringList &users)
-{
-    return FakeService::instance().record(this, QStringLiteral("modifyUsers"), QStringList{id} + users);
-}
-qint64 OrvClient::deleteShare(const QStringList &ids)
-{
-    return FakeService::instance().record(this, QStringLiteral("deleteShare"), ids);
-}
-qint64 OrvClient::ignoreShare(const QString &owner, const QString &id)
-{
-    return FakeService::instance().record(this, QStringLiteral("ignoreShare"), {owner, id});
-}
-qint64 OrvClient::searchUsers(const QString &text, int limit)
-{
-    return FakeService::instance().record(this, QStringLiteral("searchUsers"), {text, QString::number(limit)});
-}
-qint64 OrvClient::listMyShare()
-{
-    return FakeService::instance().record(this, QStringLiteral("listMyShare"), {});
-}
-qint64 OrvClient::listShareToMe()
-{
-    return FakeService::instance().record(this, QStringLiteral("listShareToMe"), {});
-}
-qint64 OrvClient::shareToMeSaveAs(const QString &owner, const QString &id, const QString &path, const QString &dest)
-{
-    return FakeService::instance().record(this, QStringLiteral("shareToMeSaveAs"), {owner, id, path, dest});
-}
-qint64 OrvClient::shareToMeListFile(const QString &owner, const QString &id, const QString &path)
-{
-    return FakeService::instance().record(this, QStringLiteral("shareToMeListFile"), {owner, id, path});
-}
-qint64 OrvClient::shareToMeFileRealPath(const QString &id, const QString &path)
-{
-    return FakeService::instance().record(this, QStringLiteral("shareToMeFileRealPath"), {id, path});
-}
-qint64 OrvClient::shareToMeDownload(const QString &owner, const QString &id, const QString &path, const QString &local)
-{
-    return FakeService::instance().record(this, QStringLiteral("shareDownload"), {owner, id, path, local});
-}
-qint64 OrvClient::reportShare(const QString &owner, const QString &id, const QString &reason,
-                              const QStringList &pictures, const QString &text)
-{
-    return FakeService::instance().record(this, QStringLiteral("reportShare"),
-                                          QStringList{owner, id, reason, text} + pictures);
-}
+OPERATION(getIcon, getIcon, (const QString &address), (address))
+OPERATION(getUserStorage, getUserStorage, (const QString &user), (user))
+OPERATION(listSubCenter, listSubCenter, (const QString &address), (address))
+OPERATION(getTranserLimit, getTransferLimit, (), ())
+OPERATION(getAD, getAD, (const QString &language), (language))
+OPERATION(getFileInfo, getFileInfo, (const QString &path), (path))
+OPERATION(getThumbnail, getThumbnail, (const QString &path, const QSize &size), (path, size))
+OPERATION(listFile, listFile, (const QString &path, int mode), (path, mode))
+OPERATION(mkdir, mkdir, (const QString &path), (path))
+OPERATION(removeFile, removeFile, (const QStringList &paths), (paths))
+OPERATION(removeFolder, removeFolder, (const QStringList &paths), (paths))
+OPERATION(move, move, (const QStringList &src, const QString &dest), (src, dest))
+OPERATION(copy, copy, (const QStringList &src, const QString &dest), (src, dest))
+OPERATION(renameFile, renameFile, (const QString &src, const QString &dest), (src, dest))
+OPERATION(renameFolder, renameFolder, (const QString &src, const QString &dest), (src, dest))
+OPERATION(compress, compress, (const QStringList &src, const QString &dest), (src, dest))
+OPERATION(decompress, decompress, (const QString &src, const QString &dest), (src, dest))
+OPERATION(searchFile, searchFile, (const QString &keyword, const QString &folder), (keyword, folder))
+OPERATION(getPreviewFile, getPreviewFile, (const QString &path, const QString &localPath), (path, localPath))
+OPERATION(auth, auth, (QString user, QString token), (user, token))
+OPERATION(login, login, (const QString &name, const QString &password), (name, password))
+OPERATION(getUserInfo, getUserInfo, (const QString &user), (user))
+OPERATION(getUserPath, getUserPath, (const QString &user, const QString &address, const QString &home),
+          (user, address, home))
+OPERATION(publicShare, publicShare, (const QString &path, const QString &permission), (path, permission))
+OPERATION(privateShare, privateShare, (const QString &path, const QString &permission, const QString &password),
+          (path, permission, password))
+OPERATION(friendShare, friendShare, (const QString &path, const QStringList &users), (path, users))
+OPERATION(modifyPassword, modifyPassword, (const QString &id, const QString &password), (id, password))
+OPERATION(modifyUsers, modifyUsers, (const QString &id, const QStringList &users), (id, users))
+OPERATION(deleteShare, deleteShare, (const QStringList &ids), (ids))
+OPERATION(ignoreShare, ignoreShare, (const QString &owner, const QString &id), (owner, id))
+OPERATION(searchUsers, searchUsers, (const QString &text, int limit), (text, limit))
+OPERATION(listMyShare, listMyShare, (), ())
+OPERATION(listShareToMe, listShareToMe, (), ())
+OPERATION(shareToMeSaveAs, shareToMeSaveAs,
+          (const QString &owner, const QString &id, const QString &path, const QString &dest), (owner, id, path, dest))
+OPERATION(shareToMeListFile, shareToMeListFile, (const QString &owner, const QString &id, const QString &path),
+          (owner, id, path))
+OPERATION(shareToMeFileRealPath, shareToMeFileRealPath, (const QString &id, const QString &path), (id, path))
+OPERATION(shareToMeDownload, shareDownload,
+          (const QString &owner, const QString &id, const QString &path, const QString &local),
+          (owner, id, path, local))
+OPERATION(reportShare, reportShare,
+          (const QString &owner, const QString &id, const QString &reason, const QStringList &pictures,
+           const QString &text),
+          (owner, id, reason, pictures, text))
