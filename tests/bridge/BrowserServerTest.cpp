@@ -224,6 +224,9 @@ private slots:
     void limits()
     {
         const auto page = connectPage();
+        QSignalSpy echo(page.get(), SIGNAL(binaryMessageReceived(QByteArray)));
+        page->sendBinaryMessage(QByteArray(1024 * 1024, 'x'));
+        QVERIFY(echo.wait());
         QSignalSpy closed(page.get(), SIGNAL(disconnected()));
         page->sendTextMessage(QString(1024 * 1024 + 1, 'x'));
         QVERIFY(closed.wait());

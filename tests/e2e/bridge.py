@@ -1,15 +1,10 @@
 #!/usr/bin/env python3
 """The client's WebSocket bridge as a stranger on the same machine meets it, through a WebSocket library of its own."""
 import asyncio
-import hashlib
-import hmac
-import json
 import os
 import socket
 import sys
 import time
-import urllib.parse
-import urllib.request
 
 import websockets
 
@@ -20,24 +15,6 @@ from rig import Failure, wait_for
 def expect(condition, what):
     if not condition:
         raise Failure(what)
-
-
-def web_token(rig, user):
-    """What a signed-in page gets for the client: a token for one login."""
-    def ask(place, body, session=None):
-        address = urllib.parse.urlparse(rig.http + place)
-        headers = {}
-        if session:
-            stamp, nonce, digest = str(int(time.time() * 1000)), os.urandom(16).hex(), hashlib.sha256(body).hexdigest()
-            message = "\n".join(["POST", address.path, "", stamp, nonce, digest]).encode()
-            headers = {"Arkvale-User": session["username"], "Arkvale-Access": session["access_id"],
-                       "Arkvale-Time": stamp, "Arkvale-Nonce": nonce, "Arkvale-Digest": digest,
-                       "Arkvale-Signature": hmac.new(session["access_token"].encode(), message, "sha256").hexdigest()}
-        request = urllib.request.Request(address.geturl(), data=body, headers=headers, method="POST")
-        return json.load(urllib.request.urlopen(request))
-
-    login = json.dumps({"username": user, "password": user, "version": "test"}).encode()
-    return ask("/auth/web-token", b"{}", ask("/auth/login", login))["token"]
 
 
 def free_port():
@@ -65,49 +42,6 @@ async def echo(page):
     await page.send(b"echo")
     expect(await asyncio.wait_for(page.recv(), 10) == b"echo", "a binary frame comes back")
     return time.monotonic() - begin
-
-
-async def closed_with(page, code):
-    try:
-        await asyncio.wait_for(page.wait_closed(), 10)
-    except asyncio.TimeoutError:
-        raise Failure(f"the connection is still open, not closed with {code}")
-    expect(page.close_code == code, f"closed with {page.close_code}, not {code}")
-
-
-async def messages(rig, port):
-    async with connect(port) as page:
-        for text in ("", "{", "[]", "null", '{"action":5}', '{"action":"LOGIN","username":"demo"}', "[" * 5000,
-                     '{"action":"upload","dest":"/../../etc","center":"1"}', '{"action":"none"}'):
-            await page.send(text)
-        await echo(page)  # nothing was answered before it
-        await page.send(json.dumps({"action": "login", "username": "demo", "token": "wrong", "center": "1"}))
-        expect(await page.recv() == '{"action":"login", "ver": "1.0.0", "wait": 1,  "status" : 401 }',
-               "a wrong token is told to the page")
-        await page.send(json.dumps({"action": "login", "username": "demo", "token": web_token(rig, "demo"),
-                                    "center": "1"}))
-        expect(await page.recv() == '{"action":"login", "ver": "1.0.0", "wait": 1,  "status" : 200 }', "wait 1")
-        expect(await asyncio.wait_for(page.recv(), 20) == '{"action":"SendOK", "status" : 200}', "SendOK follows")
-        await page.send(json.dumps({"action": "login", "username": "demo", "token": "wrong", "center": "1"}))
-        expect(await page.recv() == '{"action":"login", "ver": "1.0.0", "wait": 0,  "status" : 401 }',
-               "a wrong token for the user who is logged in")
-        await page.send(json.dumps({"action": "login", "username": "guest", "token": "x", "center": "1"}))
-        expect(await page.recv() == '{"action":"login", "ver": "1.0.0", "wait": 2,  "status" : 200 }', "wait 2")
-        await page.send(b"x" * (1024 * 1024))
-        expect(len(await page.recv()) == 1024 * 1024, "a message of 1 MiB is taken")
-    page = await connect(port)
-    await page.send("x" * (1024 * 1024 + 1))
-    await closed_with(page, 1009)
-
-
-async def crowds(port):
-    pages = [await connect(port) for _ in range(64)]
-    await closed_with(await connect(port), 1008)
-    await echo(pages[-1])
-    for page in pages:
-        await page.close()
-    async with connect(port) as page:
-        await echo(page)
 
 
 async def flood(port, until):
@@ -160,7 +94,7 @@ async def storms(client, port):
 
 
 def bridge_edges(rig):
-    """Answers to the letter, sizes, crowds, floods, peers that never read, no other address, a port in use."""
+    """Floods, peers that never read, no other address, a port in use."""
     rig.start_service()
     port = free_port()
     client = start(rig, port, "zparkvale://start")
@@ -168,8 +102,6 @@ def bridge_edges(rig):
     with open("/proc/net/tcp") as f:
         listening = [line.split()[1] for line in f if line.split()[1].endswith(f":{port:04X}") and line.split()[3] == "0A"]
     expect(listening == [f"0100007F:{port:04X}"], f"listens on {listening}, not on the loopback address alone")
-    asyncio.run(messages(rig, port))
-    asyncio.run(crowds(port))
     asyncio.run(storms(client, port))
     rig.stop_client(client)
 
@@ -180,7 +112,7 @@ def bridge_edges(rig):
         taken.listen()
         client = start(rig, port, "-user", "demo", "-pass", "demo", "-sc", "1")
         log = os.path.join(rig.home, "state", "ArkvaleTolma", "log", "ArkvaleTolma.log")
-        wait_for(lambda: open(log).read().count("ArkvaleTolmaMain Created!") == 2, 30, "the client logs in without it")
+        wait_for(lambda: open(log).read().count("ArkvaleTolmaMain Created!") == 1, 30, "the client logs in without it")
         expect("Error to listen on port" in rig.log_of(client), "the log says that the port is taken")
         rig.stop_client(client)
 
