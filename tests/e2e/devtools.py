@@ -68,12 +68,6 @@ class Tab:
     def fill(self, selector, text):
         self.eval(f"document.querySelector({json.dumps(selector)}).value = {json.dumps(text)}")
 
-    def picture(self, path):
-        import base64
-        data = self.browser.call("Page.captureScreenshot", {}, self.session)["data"]
-        with open(path, "wb") as f:
-            f.write(base64.b64decode(data))
-
     def close(self):
         self.browser.call("Target.closeTarget", {"targetId": self.target})
 

@@ -150,7 +150,7 @@ def one(kind, after_login):
         client = rig.start_client("-user", "demo", "-pass", "demo", "-sc", "1", "-m", "0", "-fl", "a.bin", "-l", source,
                                   "-r", "/x")
         rigs.wait_for(lambda: service.asked or client.poll() is not None, 30, f"{kind}: the client asks")
-        end = time.monotonic() + 3
+        end = time.monotonic() + (3 if after_login else 1.5)  # less is asked for before the login
         while time.monotonic() < end:
             if client.poll() is not None:
                 raise Failure(f"{kind}, after login {after_login}: the client ended with {client.returncode}: "

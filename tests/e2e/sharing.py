@@ -1,12 +1,10 @@
 #!/usr/bin/env python3
 """Two people with a client each share with one another through one service, by hand: what a person sees in the windows,
 what a browser gets behind a link, and what lies on the disks."""
-import http.server
 import json
 import os
 import struct
 import sys
-import threading
 import time
 import urllib.error
 import urllib.parse
@@ -210,63 +208,5 @@ def two_users(rig):
         rig.stop_client(person.client)
 
 
-class Listener(http.server.BaseHTTPRequestHandler):
-    """Passes requests on to the service and keeps their paths."""
-    protocol_version = "HTTP/1.1"
-    target, paths = "", []
-
-    def pass_on(self):
-        self.paths.append(self.path)
-        body = self.rfile.read(int(self.headers.get("Content-Length") or 0))
-        request = urllib.request.Request(self.target + self.path, body or None, dict(self.headers), method=self.command)
-        try:
-            with urllib.request.urlopen(request) as reply:
-                status, answer = reply.status, reply.read()
-        except urllib.error.HTTPError as error:
-            status, answer = error.code, error.read()
-        self.send_response(status)
-        self.send_header("Arkvale-Protocol", "1")
-        self.send_header("Content-Length", str(len(answer)))
-        self.end_headers()
-        self.wfile.write(answer)
-
-    do_GET = do_POST = pass_on
-
-    def log_message(self, *_):
-        pass
-
-
-def sharing_disabled(rig):
-    """With the switch in the settings nothing of sharing is to be seen, and nothing is asked for; without it, it is."""
-    rig.start_service()
-    server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Listener)
-    Listener.target = rig.http.rsplit("/api", 1)[0]
-    threading.Thread(target=server.serve_forever, daemon=True).start()
-    via = f"http://127.0.0.1:{server.server_port}"
-    for disabled in (True, False):
-        def change(text):
-            settings = json.loads(text.replace(Listener.target, via))
-            return json.dumps({**settings, "DisableShare": disabled})
-        Listener.paths.clear()
-        person = Person(rig, f"user{disabled}", change)
-        rigs.write(f"{person.drive}/file.txt", b"x")
-        person.press("refreshButton")
-        person.wait("select", "fileTree", ["file.txt"])
-        seen = [person.ask("see", name) for name in ("btn_share", "shareButton")]
-        commands = person.ask("command", "Share by link")
-        if commands:
-            person.press("makeLink")
-        if person.ask("see", "btn_share"):
-            person.press("ok", "btn_share", "toMeButton")
-        time.sleep(2)  # why: whatever a client that is left alone asks for
-        asked = any("/shares/" in path for path in Listener.paths)
-        if not any("/files/list" in path for path in Listener.paths):
-            raise Failure("the client did not come this way")
-        if [*seen, bool(commands), asked] != [not disabled] * 4:
-            raise Failure(f"disabled {disabled}: buttons {seen}, command {commands}, asked {asked}")
-        rig.stop_client(person.client)
-    server.shutdown()
-
-
 if __name__ == "__main__":
-    sys.exit(rigs.main({c.__name__: c for c in (two_users, sharing_disabled)}))
+    sys.exit(rigs.main({c.__name__: c for c in (two_users,)}))

@@ -21,12 +21,15 @@
 #include "ShareService.h"
 #include "ShownTexts.h"
 #include "TabWidget.h"
+#include "TestFiles.h"
 #include "TestSupport.h"
 #include "TransferListWidget.h"
 #include "TransferTaskModel.h"
 #include "TransferringWidget.h"
 
 #include <QApplication>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -34,6 +37,7 @@
 #include <QStackedWidget>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QToolButton>
 
 #include <memory>
 
@@ -105,6 +109,23 @@ private:
         return center;
     }
 
+    QTemporaryDir m_config;
+
+    static void logIn()
+    {
+        GlobalConfig *config = GlobalConfig::instance();
+        UserInfo user;
+        user.username = QStringLiteral("demo");
+        user.authentication = true;
+        config->setCurrentUser(user);
+        config->setSubCenters({center("1", "/"), center("2", "/"), center("3", "NotFound")});
+        config->setCurrentSubCenterId(QStringLiteral("1"));
+        config->setRequestedSubCenterId(QString());
+        config->setRequest(CommandLineRequest());
+        config->setState(GlobalConfig::LoggedIn);
+        forgetWindow();
+    }
+
     /// The next window begins as a user's first one does.
     static void forgetWindow()
     {
@@ -113,6 +134,14 @@ private:
     }
 
 private slots:
+    void initTestCase()
+    {
+        for (const char *name : {"ArkvaleTolma", "arkvale.ini"})
+            QVERIFY(QFile::copy(builtProgram(QStringLiteral("Config/") + name), m_config.filePath(name)));
+        QFile::setPermissions(m_config.filePath("arkvale.ini"), QFile::ReadOwner | QFile::WriteOwner);
+        qputenv("ARKVALE_CONFIG_DIR", m_config.path().toUtf8());
+    }
+
     void init()
     {
         beginStrict();
@@ -130,18 +159,27 @@ private slots:
                 return false;
             return true;
         });
-        GlobalConfig *config = GlobalConfig::instance();
-        config->setSubCenters({center("1", "/"), center("2", "/"), center("3", "NotFound")});
-        UserInfo user;
-        user.username = QStringLiteral("demo");
-        user.authentication = true;
-        config->setCurrentUser(user);
-        config->setSubCenters({center("1", "/"), center("2", "/"), center("3", "NotFound")});
-        config->setCurrentSubCenterId(QStringLiteral("1"));
-        config->setRequestedSubCenterId(QString());
-        config->setRequest(CommandLineRequest());
-        config->setState(GlobalConfig::LoggedIn);
-        forgetWindow();
+        logIn();
+    }
+
+    void sharingCanBeSwitchedOff()
+    {
+        QFile file(m_config.filePath(QStringLiteral("arkvale.ini")));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QJsonObject settings = QJsonDocument::fromJson(file.readAll()).object();
+        for (const bool disabled : {true, false}) {
+            settings.insert(QStringLiteral("DisableShare"), disabled);
+            writeFile(file.fileName(), QJsonDocument(settings).toJson());
+            GlobalConfig::instance()->reload();
+            logIn();
+            Cycle cycle;
+            cycle.open();
+            cycle.window.show();
+            QTRY_VERIFY(cycle.page()->findChild<QLabel *>("itemCount")->text().contains("1"));
+            QCOMPARE(cycle.window.findChild<ShareService *>() == nullptr, disabled);
+            QCOMPARE(cycle.button("btn_share")->isVisible(), !disabled);
+            QCOMPARE(cycle.page()->findChild<QToolButton *>("shareButton")->isVisible(), !disabled);
+        }
     }
 
     void opensTheChosenSubCenter()
@@ -244,15 +282,18 @@ private slots:
     {
         Cycle cycle;
         cycle.open();
+        cycle.window.addTab(QStringLiteral("2"));
         DialogAnswers answers;
         // A question is open, and every part of the program tells of the end.
         answers.answer([&cycle](QDialog *) {
             for (int i = 0; i < 3; ++i)
                 GlobalConfig::instance()->noteAnswer(201);
-            emit cycle.window.pages().first()->sigLogout(QStringLiteral("Expired"));
+            for (NetdiskPage *page : cycle.window.pages())
+                emit page->sigLogout(QStringLiteral("Expired"));
         });
         cycle.window.Exit();
         QTRY_COMPARE(cycle.closed.size(), 1);
+        QCoreApplication::processEvents();
         QCOMPARE(GlobalConfig::instance()->state(), 1);
         QCOMPARE(answers.shown().size(), 2);
     }
@@ -261,28 +302,7 @@ private slots:
     {
         QTest::addColumn<QString>("operation"); // the one that is answered with 201
         QTest::addColumn<Ask>("ask");
-        const auto drive = [](const char *operation, const std::function<void(NetDiskServer *)> &ask) {
-            QTest::addRow("drive %s", operation)
-                << QString(operation) << Ask([ask](Cycle &c) { ask(c.page()->server()); });
-        };
         const QString path = QStringLiteral("/x");
-        drive("listFile", [](NetDiskServer *server) { server->intoFolder("/x/"); });
-        drive("searchFile", [](NetDiskServer *server) { server->searchFile("x"); });
-        drive("getUserStorage", [](NetDiskServer *server) { server->getStorage(); });
-        drive("mkdir", [](NetDiskServer *server) { server->newFloder("x"); });
-        drive("removeFile", [=](NetDiskServer *server) { server->removeFile({path}); });
-        drive("removeFolder", [=](NetDiskServer *server) { server->removeFolder({path}); });
-        drive("move", [=](NetDiskServer *server) { server->move({path}, "/d/"); });
-        drive("copy", [=](NetDiskServer *server) { server->copy({path}, "/d/"); });
-        drive("renameFile", [=](NetDiskServer *server) { server->renameFile(path, "/y"); });
-        drive("renameFolder", [=](NetDiskServer *server) { server->renameFolder(path, "/y"); });
-        drive("compress", [=](NetDiskServer *server) { server->compress({path}, "/y"); });
-        drive("decompress", [=](NetDiskServer *server) { server->decompress(path, "/y"); });
-        drive("getIcon", [=](NetDiskServer *server) {
-            qint64 id = 0;
-            server->getIcon(id, path);
-        });
-
         const auto share = [](const char *operation, const std::function<void(ShareService *)> &ask) {
             QTest::addRow("share %s", operation)
                 << QString(operation) << Ask([ask](Cycle &c) { ask(c.window.findChild<ShareService *>()); });
@@ -311,6 +331,7 @@ private slots:
         const auto row = [](const char *name, const char *operation, const Ask &ask) {
             QTest::newRow(name) << QString(operation) << ask;
         };
+        row("drive", "mkdir", [](Cycle &c) { c.page()->server()->newFloder("x"); });
         row("folders of the address bar", "listFile", [](Cycle &c) { c.page()->server()->listFolders("/x/"); });
         row("record of an upload", "getFileInfo", [](Cycle &c) { c.page()->GetFileInfo({"/x"}); });
         row("thumbnail", "getThumbnail",
@@ -505,21 +526,6 @@ private slots:
         QCOMPARE(texts[0].size(), texts[1].size());
     }
 
-    void anEndedSessionLogsOutOnce()
-    {
-        Cycle cycle;
-        cycle.open();
-        cycle.window.addTab(QStringLiteral("2"));
-        DialogAnswers answers;
-        for (NetdiskPage *page : cycle.window.pages())
-            emit page->sigLogout(QStringLiteral("Expired"));
-        QTRY_COMPARE(cycle.closed.size(), 1);
-        QCoreApplication::processEvents();
-        QCOMPARE(GlobalConfig::instance()->state(), 1);
-        QCOMPARE(answers.shown().size(), 1);
-        QCOMPARE(answers.shown().first().text, QStringLiteral("Expired"));
-    }
-
     void requestsOfPages()
     {
         Cycle cycle;
@@ -556,51 +562,6 @@ private slots:
         const auto *transfers = cycle.window.transfers();
         QTRY_VERIFY(transfers->downloadList()->model()->rowCount() + transfers->finishedList()->model()->rowCount() >
                     0);
-    }
-
-    void commandLineUploadsOnce()
-    {
-        const QTemporaryDir source;
-        QFile file(source.filePath("a"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        CommandLineRequest request;
-        request.method = 0;
-        request.filelist = QStringList{"", "a", "gone"};
-        request.local = source.path();
-        request.remote = QStringLiteral("/r");
-        GlobalConfig::instance()->setRequest(request);
-        DialogAnswers answers;
-        Cycle cycle;
-        QSignalSpy uploads(&cycle.window, SIGNAL(StartUpload(QStringList, QStringList, SubCenter, QString)));
-        cycle.open();
-        QTRY_COMPARE(uploads.size(), 1);
-        QCOMPARE(uploads.first().at(0).toStringList(), QStringList{source.filePath("a")});
-        QCOMPARE(uploads.first().at(3).toString(), QStringLiteral("/r/"));
-        QCOMPARE(answers.shown().size(), 1);
-        QVERIFY(answers.shown().first().text.endsWith("\ngone"));
-        QCOMPARE(GlobalConfig::instance()->request().method, -1);
-    }
-
-    void commandLineDownloadsWhatTheFolderHolds()
-    {
-        const QTemporaryDir target;
-        CommandLineRequest request;
-        request.method = 1;
-        request.filelist = QStringList{"a"};
-        request.dirlist = QStringList{"d"};
-        request.local = target.filePath("new");
-        request.remote = QStringLiteral("/r");
-        GlobalConfig::instance()->setRequest(request);
-        DialogAnswers answers;
-        Cycle cycle;
-        QSignalSpy downloads(&cycle.window,
-                             SIGNAL(StartDownload(QList<FileItem>, QList<FileItem>, SubCenter, QString)));
-        cycle.open();
-        QTRY_COMPARE(downloads.size(), 1);
-        QCOMPARE(downloads.first().at(0).value<QList<FileItem>>().value(0).path, QStringLiteral("/r/a"));
-        QCOMPARE(downloads.first().at(1).value<QList<FileItem>>().value(0).path, QStringLiteral("/r/d"));
-        QCOMPARE(downloads.first().at(3).toString(), target.filePath("new"));
-        QVERIFY(answers.shown().isEmpty());
     }
 };
 

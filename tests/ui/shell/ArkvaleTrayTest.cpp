@@ -1,10 +1,12 @@
 #include "ArkvaleTray.h"
 #include "GlobalConfig.h"
+#include "ShownTexts.h"
 #include "TestSupport.h"
 
 #include <QApplication>
 #include <QSignalSpy>
-#include <QTranslator>
+
+#include <memory>
 
 class WatchedTray : public ArkvaleTray
 {
@@ -27,18 +29,6 @@ protected:
     {
         balloons << QStringLiteral("%1|%2|%3").arg(title, text, QString::number(milliseconds));
     }
-};
-
-/// Puts every text of the tray in brackets.
-class BracketTranslator : public QTranslator
-{
-public:
-    QString translate(const char *context, const char *text, const char *, int) const override
-    {
-        return qstrcmp(context, "ArkvaleTray") == 0 ? QLatin1Char('[') + QString::fromLatin1(text) + QLatin1Char(']')
-                                                    : QString();
-    }
-    bool isEmpty() const override { return false; }
 };
 
 class ArkvaleTrayTest : public StrictTest
@@ -78,12 +68,11 @@ private slots:
         QCOMPARE(texts(tray), QStringList({"Main Window", "Settings", "Quit"}));
         tray.setLoggedInActionsVisible(true);
 
-        BracketTranslator brackets;
-        QCoreApplication::installTranslator(&brackets);
+        auto brackets = std::make_unique<MarkedLanguage>();
         tray.slotChangeLanguage();
         QCOMPARE(texts(tray), QStringList({"[Main Window]", "[Transfer List]", "[Settings]", "[Logout]", "[Quit]"}));
         QCOMPARE(tray.icon()->toolTip(), QStringLiteral("[Arkvale for Render]"));
-        QCoreApplication::removeTranslator(&brackets);
+        brackets.reset();
         tray.slotChangeLanguage(); // back from the untranslated texts, not from the translated ones
         QCOMPARE(texts(tray).first(), QStringLiteral("Main Window"));
     }
