@@ -1,6 +1,5 @@
 #include "AddressBar.h"
 #include "DriveClipboard.h"
-#include "FileItemModelTest.h"
 #include "FileItemReader.h"
 #include "FileListing.h"
 #include "FileNameRules.h"
@@ -365,13 +364,5 @@ private slots:
     }
 };
 
-int main(int argc, char **argv)
-{
-    TestHome home;
-    QApplication app(argc, argv);
-    DriveViewsTest views;
-    FileItemModelTest model;
-    const int failed = QTest::qExec(&views, argc, argv);
-    return failed + QTest::qExec(&model, argc, argv);
-}
+ARKVALE_WIDGET_TEST(DriveViewsTest)
 #include "DriveViewsTest.moc"

@@ -212,20 +212,6 @@ private slots:
         QCOMPARE(service.last("listFile").arguments, (QStringList{"/d/", "2"}));
     }
 
-    void newFolderIsMadeInTheCurrentFolder()
-    {
-        QSignalSpy spy(m_server.get(), &NetDiskServer::handlerNewFolderFinished);
-        m_server->intoFolder("/d");
-        m_server->newFloder("n 1");
-        QCOMPARE(FakeService::instance().last("mkdir").arguments, QStringList{"/d/n 1"});
-        const qint64 before = QDateTime::currentMSecsSinceEpoch();
-        FakeService::instance().answer(FakeService::instance().last("mkdir"), 200);
-        QTRY_COMPARE(spy.size(), 1);
-        const FileItem item = spy.first().first().value<QList<FileItem>>().first();
-        QVERIFY(item.isFolder() && item.name == "n 1" && item.path == "/d/n 1" && item.source.isEmpty());
-        QVERIFY(qint64(item.datetime) >= before && item.datetime <= quint64(QDateTime::currentMSecsSinceEpoch()));
-    }
-
     void timesAreReadByTheRuleOfTheirReply_data()
     {
         QTest::addColumn<QByteArray>("keys");

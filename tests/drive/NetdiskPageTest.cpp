@@ -203,8 +203,6 @@ private slots:
         QTRY_COMPARE(shown().size(), 3);
         m_page->Paste();
         QTRY_COMPARE(uploads.size(), 1);
-        m_page->UploadTo({"/x"}, {}, "/far");
-        QCOMPARE(uploads.last().at(3).toString(), QString("/far/"));
     }
 
     void downloadAsksForTargetAndCollisions()
@@ -276,6 +274,11 @@ private slots:
 
     void aServiceThatIsAwayLeadsBackToTheStart()
     {
+        m_codes["listFile/"] = 500;
+        m_page->Refresh();
+        QTRY_VERIFY(part<QLabel>("pageNotice")->isVisible());
+        QCOMPARE(shown().size(), 3); // what was seen there before stays
+        m_codes.clear();
         m_page->IntoFolder("/a");
         QTRY_COMPARE(shown().size(), 2);
         m_codes["listFile/a/"] = 500;
@@ -561,7 +564,6 @@ private slots:
     {
         m_page->findChild<AddressBar *>()->edit();
         auto *edit = part<QLineEdit>("addressEdit");
-        QTest::keyClicks(edit, "");
         edit->setText("/");
         QTest::keyClicks(edit, "A");
         QTest::keyClick(edit, Qt::Key_Tab); // from what is shown
