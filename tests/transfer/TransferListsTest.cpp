@@ -100,26 +100,18 @@ private slots:
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("tip");
-        QTest::newRow("0") << 0 << "waiting..."
-                           << "Pause";
-        QTest::newRow("1") << 1 << "preparing..."
-                           << "Pause";
-        QTest::newRow("2") << 2 << "preparing..."
-                           << "Pause";
-        QTest::newRow("4") << 4 << "transferring..."
-                           << "Pause";
-        QTest::newRow("8") << 8 << "waiting..."
-                           << "Pause";
-        QTest::newRow("16") << 16 << "pausing..."
-                            << "Pausing";
-        QTest::newRow("32") << 32 << "paused..."
-                            << "Start";
-        QTest::newRow("64") << 64 << "canceling..."
-                            << "Canceling";
-        QTest::newRow("4096") << 4096 << "success..."
-                              << "Pause";
-        QTest::newRow("8192") << 8192 << "waiting..."
-                              << "Pause";
+        const auto row = [](int status, const char *text, const char *tip) {
+            QTest::newRow(QByteArray::number(status).constData()) << status << text << tip;
+        };
+        for (const int waiting : {0, 8, 8192})
+            row(waiting, "waiting...", "Pause");
+        for (const int preparing : {1, 2})
+            row(preparing, "preparing...", "Pause");
+        row(4, "transferring...", "Pause");
+        row(16, "pausing...", "Pausing");
+        row(32, "paused...", "Start");
+        row(64, "canceling...", "Canceling");
+        row(4096, "success...", "Pause");
     }
 
     void statusTexts()
