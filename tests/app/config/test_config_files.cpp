@@ -63,7 +63,6 @@ private slots:
     void sizes_data();
     void sizes();
     void settingsSurviveTheFile();
-    void keysKeepTheirOrder();
     void wrongTypes_data();
     void wrongTypes();
     void absentKeys();
@@ -123,24 +122,6 @@ void TestConfigFiles::settingsSurviveTheFile()
     QCOMPARE(settings.zpdt.uploadTargetSpeed, qint64(5120));
     QCOMPARE(settings.resetPassword.value("zh_cn"), QStringLiteral("rz"));
     QCOMPARE(written(settings), unusualSettings());
-}
-
-void TestConfigFiles::keysKeepTheirOrder()
-{
-    const QString path = m_folder.filePath("order.ini");
-    QVERIFY(InstallSettings().write(path));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QByteArray text = file.readAll();
-    int last = -1;
-    const QByteArray keys = "Language Auth ListSubCenter ResetPassword Register UserProtocol HelpUrl UpdateUrl Version "
-                            "SID Platform UserType DisableShare StartWssWhenOpen WSSProt ZPDT MSS BeVerify "
-                            "DownloadLimitCount UploadLimitCount Settings Show SubPage PreviewFileMaxSize";
-    for (const QByteArray &key : keys.split(' ')) {
-        const int at = text.indexOf('"' + key + "\": ");
-        QVERIFY2(at > last, key.constData());
-        last = at;
-    }
 }
 
 void TestConfigFiles::wrongTypes_data()
