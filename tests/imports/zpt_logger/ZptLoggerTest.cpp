@@ -13,153 +13,143 @@ class ZptLoggerTest : public StrictTest
     Q_OBJECT
 
 private slots:
-    void cleanup();
-    void ids();
-    void lines_data();
-    void lines();
-    void filesArePrivateAndBounded();
-    void manyThreads();
-    void unwritableFolderDropsLines();
+    void cleanup()
+    {
+        QDir(LogFile::folder()).removeRecursively();
+        endStrict();
+    }
+
+    void ids()
+    {
+        zpt_logger first;
+        const int wss = first.RegisterLogger(QStringLiteral("zpt_wss"));
+        const int main = first.RegisterLogger(QStringLiteral("zpt_main"));
+        QVERIFY(wss > 0 && main > 0 && wss != main);
+        {
+            zpt_logger second;
+            QCOMPARE(second.RegisterLogger(QStringLiteral("zpt_wss")), wss);
+            second.SlotWriteLog(main, 600, QStringLiteral("one"), L"Code\\x.cpp", 7);
+        }
+        first.SlotWriteLog(wss, 600, QStringLiteral("two"), nullptr, 0);
+        for (int unknown : {0, -1, 1000000})
+            first.SlotWriteLog(unknown, 600, QStringLiteral("lost"), nullptr, 0);
+        const QStringList lines = readLines();
+        QCOMPARE(lines.size(), 2);
+        QVERIFY(lines[0].endsWith(QLatin1String("info [zpt_main] one (Code\\x.cpp:7)")));
+        QVERIFY(lines[1].endsWith(QLatin1String("info [zpt_wss] two")));
+        QVERIFY(lines[0].contains(
+            QRegularExpression(QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}[+-]"))));
+    }
+
+    void lines_data()
+    {
+        QTest::addColumn<int>("level");
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<QString>("line");
+        QTest::newRow("line break") << 600 << "a\nb\r\n2020 info [x] forged"
+                                    << "info [t] a\\nb\\r\\n2020 info [x] forged";
+        QTest::newRow("escape") << 600 << QString(QChar(0x1b)) + "[31mred"
+                                << "info [t] \\x1b[31mred";
+        QTest::newRow("separators") << 600
+                                    << QString::fromUtf8("a\xe2\x80\xa8"
+                                                         "b\xc2\x85"
+                                                         "c")
+                                    << "info [t] a\\x2028b\\x85c";
+        QTest::newRow("nul") << 600 << QString(QChar(0)) + "z"
+                             << "info [t] \\x00z";
+        QTest::newRow("braces and percent") << 300 << "{} {0} %s %v %1"
+                                            << "error [t] {} {0} %s %v %1";
+        QTest::newRow("not ASCII") << 400 << QString::fromUtf8("名字 ☂") << QString::fromUtf8("warning [t] 名字 ☂");
+        QTest::newRow("gravest") << 0 << "x"
+                                 << "critical [t] x";
+        QTest::newRow("least") << 900 << "x"
+                               << "trace [t] x";
+        QTest::newRow("between") << 700 << ""
+                                 << "debug [t] ";
+        QTest::newRow("long") << 600 << QString(70000, QLatin1Char('y'))
+                              << "info [t] " + QString(65536, QLatin1Char('y')) + " ... (4464 characters more)";
+    }
+
+    void lines()
+    {
+        QFETCH(int, level);
+        QFETCH(QString, message);
+        QFETCH(QString, line);
+        zpt_logger logger;
+        logger.SlotWriteLog(logger.RegisterLogger(QStringLiteral("t")), level, message, nullptr, 0);
+        const QStringList lines = readLines();
+        QCOMPARE(lines.size(), 1);
+        QCOMPARE(lines[0].section(QLatin1Char(' '), 1), line);
+    }
+
+    void filesArePrivateAndBounded()
+    {
+        zpt_logger logger;
+        const int id = logger.RegisterLogger(QStringLiteral("big"));
+        const QString message(60000, QLatin1Char('x'));
+        const int count = (LogFile::kOldFiles + 3) * LogFile::kFileSize / message.size();
+        for (int i = 0; i < count; ++i)
+            logger.SlotWriteLog(id, 600, message, nullptr, 0);
+        const auto group = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
+        QVERIFY(!(QFile::permissions(LogFile::folder()) & (group | QFile::ExeGroup | QFile::ExeOther)));
+        const QFileInfoList files = QDir(LogFile::folder()).entryInfoList(QDir::Files | QDir::Hidden);
+        QCOMPARE(files.size(), 1 + LogFile::kOldFiles);
+        for (const QFileInfo &file : files) {
+            QVERIFY(!(file.permissions() & group));
+            QVERIFY(file.size() <= LogFile::kFileSize);
+        }
+    }
+
+    void manyThreads()
+    {
+        constexpr int kThreads = 4;
+        constexpr int kLines = 500;
+        zpt_logger logger;
+        std::vector<std::unique_ptr<QThread>> threads;
+        for (int t = 0; t < kThreads; ++t) {
+            threads.emplace_back(QThread::create([&logger, t] {
+                for (int i = 0; i < kLines; ++i) {
+                    const int id = logger.RegisterLogger(QStringLiteral("n%1").arg(i % 3));
+                    logger.SlotWriteLog(id, 600, QStringLiteral("t%1 i%2 end").arg(t).arg(i), nullptr, 0);
+                }
+            }));
+            threads.back()->start();
+        }
+        for (const auto &thread : threads)
+            QVERIFY(thread->wait(20000));
+        const QStringList lines = readLines();
+        QCOMPARE(lines.size(), kThreads * kLines);
+        const QRegularExpression whole(QStringLiteral("info \\[n\\d\\] t\\d i\\d+ end$"));
+        for (const QString &line : lines)
+            QVERIFY2(line.contains(whole), qPrintable(line));
+    }
+
+    void unwritableFolderDropsLines()
+    {
+        const QString folder = LogFile::folder();
+        QFile obstacle(folder);
+        QVERIFY(QDir().mkpath(QFileInfo(folder).path()));
+        QVERIFY(obstacle.open(QIODevice::WriteOnly));
+        obstacle.close();
+        zpt_logger logger;
+        const int id = logger.RegisterLogger(QStringLiteral("t"));
+        logger.SlotWriteLog(id, 600, QStringLiteral("lost"), nullptr, 0);
+        QVERIFY(obstacle.remove());
+        logger.SlotWriteLog(id, 600, QStringLiteral("kept"), nullptr, 0);
+        const QStringList lines = readLines();
+        QCOMPARE(lines.size(), 1);
+        QVERIFY(lines[0].endsWith(QLatin1String("kept")));
+    }
 
 private:
-    static QStringList readLines();
-};
-
-QStringList ZptLoggerTest::readLines()
-{
-    QFile file(LogFile::folder() + QStringLiteral("/ArkvaleTolma.log"));
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-}
-
-void ZptLoggerTest::cleanup()
-{
-    QDir(LogFile::folder()).removeRecursively();
-    endStrict();
-}
-
-void ZptLoggerTest::ids()
-{
-    zpt_logger first;
-    const int wss = first.RegisterLogger(QStringLiteral("zpt_wss"));
-    const int main = first.RegisterLogger(QStringLiteral("zpt_main"));
-    QVERIFY(wss > 0 && main > 0 && wss != main);
+    static QStringList readLines()
     {
-        zpt_logger second;
-        QCOMPARE(second.RegisterLogger(QStringLiteral("zpt_wss")), wss);
-        second.SlotWriteLog(main, 600, QStringLiteral("one"), L"Code\\x.cpp", 7);
+        QFile file(LogFile::folder() + QStringLiteral("/ArkvaleTolma.log"));
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     }
-    first.SlotWriteLog(wss, 600, QStringLiteral("two"), nullptr, 0);
-    for (int unknown : {0, -1, 1000000})
-        first.SlotWriteLog(unknown, 600, QStringLiteral("lost"), nullptr, 0);
-    const QStringList lines = readLines();
-    QCOMPARE(lines.size(), 2);
-    QVERIFY(lines[0].endsWith(QLatin1String("info [zpt_main] one (Code\\x.cpp:7)")));
-    QVERIFY(lines[1].endsWith(QLatin1String("info [zpt_wss] two")));
-    QVERIFY(lines[0].contains(
-        QRegularExpression(QStringLiteral("^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}[+-]"))));
-}
-
-void ZptLoggerTest::lines_data()
-{
-    QTest::addColumn<int>("level");
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<QString>("line");
-    QTest::newRow("line break") << 600 << "a\nb\r\n2020 info [x] forged"
-                                << "info [t] a\\nb\\r\\n2020 info [x] forged";
-    QTest::newRow("escape") << 600 << QString(QChar(0x1b)) + "[31mred"
-                            << "info [t] \\x1b[31mred";
-    QTest::newRow("separators") << 600
-                                << QString::fromUtf8("a\xe2\x80\xa8"
-                                                     "b\xc2\x85"
-                                                     "c")
-                                << "info [t] a\\x2028b\\x85c";
-    QTest::newRow("nul") << 600 << QString(QChar(0)) + "z"
-                         << "info [t] \\x00z";
-    QTest::newRow("braces and percent") << 300 << "{} {0} %s %v %1"
-                                        << "error [t] {} {0} %s %v %1";
-    QTest::newRow("not ASCII") << 400 << QString::fromUtf8("名字 ☂") << QString::fromUtf8("warning [t] 名字 ☂");
-    QTest::newRow("gravest") << 0 << "x"
-                             << "critical [t] x";
-    QTest::newRow("least") << 900 << "x"
-                           << "trace [t] x";
-    QTest::newRow("between") << 700 << ""
-                             << "debug [t] ";
-    QTest::newRow("long") << 600 << QString(70000, QLatin1Char('y'))
-                          << "info [t] " + QString(65536, QLatin1Char('y')) + " ... (4464 characters more)";
-}
-
-void ZptLoggerTest::lines()
-{
-    QFETCH(int, level);
-    QFETCH(QString, message);
-    QFETCH(QString, line);
-    zpt_logger logger;
-    logger.SlotWriteLog(logger.RegisterLogger(QStringLiteral("t")), level, message, nullptr, 0);
-    const QStringList lines = readLines();
-    QCOMPARE(lines.size(), 1);
-    QCOMPARE(lines[0].section(QLatin1Char(' '), 1), line);
-}
-
-void ZptLoggerTest::filesArePrivateAndBounded()
-{
-    zpt_logger logger;
-    const int id = logger.RegisterLogger(QStringLiteral("big"));
-    const QString message(60000, QLatin1Char('x'));
-    const int count = (LogFile::kOldFiles + 3) * LogFile::kFileSize / message.size();
-    for (int i = 0; i < count; ++i)
-        logger.SlotWriteLog(id, 600, message, nullptr, 0);
-    const auto group = QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther;
-    QVERIFY(!(QFile::permissions(LogFile::folder()) & (group | QFile::ExeGroup | QFile::ExeOther)));
-    const QFileInfoList files = QDir(LogFile::folder()).entryInfoList(QDir::Files | QDir::Hidden);
-    QCOMPARE(files.size(), 1 + LogFile::kOldFiles);
-    for (const QFileInfo &file : files) {
-        QVERIFY(!(file.permissions() & group));
-        QVERIFY(file.size() <= LogFile::kFileSize);
-    }
-}
-
-void ZptLoggerTest::manyThreads()
-{
-    constexpr int kThreads = 4;
-    constexpr int kLines = 500;
-    zpt_logger logger;
-    std::vector<std::unique_ptr<QThread>> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back(QThread::create([&logger, t] {
-            for (int i = 0; i < kLines; ++i) {
-                const int id = logger.RegisterLogger(QStringLiteral("n%1").arg(i % 3));
-                logger.SlotWriteLog(id, 600, QStringLiteral("t%1 i%2 end").arg(t).arg(i), nullptr, 0);
-            }
-        }));
-        threads.back()->start();
-    }
-    for (const auto &thread : threads)
-        QVERIFY(thread->wait(20000));
-    const QStringList lines = readLines();
-    QCOMPARE(lines.size(), kThreads * kLines);
-    const QRegularExpression whole(QStringLiteral("info \\[n\\d\\] t\\d i\\d+ end$"));
-    for (const QString &line : lines)
-        QVERIFY2(line.contains(whole), qPrintable(line));
-}
-
-void ZptLoggerTest::unwritableFolderDropsLines()
-{
-    const QString folder = LogFile::folder();
-    QFile obstacle(folder);
-    QVERIFY(QDir().mkpath(QFileInfo(folder).path()));
-    QVERIFY(obstacle.open(QIODevice::WriteOnly));
-    obstacle.close();
-    zpt_logger logger;
-    const int id = logger.RegisterLogger(QStringLiteral("t"));
-    logger.SlotWriteLog(id, 600, QStringLiteral("lost"), nullptr, 0);
-    QVERIFY(obstacle.remove());
-    logger.SlotWriteLog(id, 600, QStringLiteral("kept"), nullptr, 0);
-    const QStringList lines = readLines();
-    QCOMPARE(lines.size(), 1);
-    QVERIFY(lines[0].endsWith(QLatin1String("kept")));
-}
+};
 
 ARKVALE_GUILESS_TEST(ZptLoggerTest)
 #include "ZptLoggerTest.moc"
