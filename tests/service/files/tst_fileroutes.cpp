@@ -28,13 +28,133 @@ private slots:
         end();
     }
 
-    void everyRouteIsSigned();
-    void operations();
-    void errors_data();
-    void errors();
-    void previews();
-    void jobs();
-    void noHome();
+    void everyRouteIsSigned()
+    {
+        for (const char *route : {"GET list", "GET info", "GET search", "GET thumbnail", "GET preview", "POST mkdir",
+                                  "POST remove-files", "POST remove-folders", "POST move", "POST rename-file",
+                                  "POST rename-folder", "POST copy", "POST compress", "POST decompress"}) {
+            const QByteArrayList parts = QByteArray(route).split(' ');
+            Request request;
+            request.method = parts.first().toStdString();
+            QVERIFY(parseTarget("/api/sc/1/files/" + parts.last().toStdString(), "/api", request));
+            const Router::Match match = m_router->find(request);
+            QVERIFY2(match.handler && match.access == Access::Session, route);
+        }
+    }
+
+    void operations()
+    {
+        QCOMPARE(ask("POST", "/sc/1/files/mkdir", {{"path", "/a b"}}).status(), 200);
+        put("a b/f.txt", "text");
+        Response response = ask("GET", "/sc/1/files/list?path=%2Fa%20b&mode=2");
+        QCOMPARE(response.status(), 200);
+        QCOMPARE(namesOf(response.body()), QStringList("f.txt"));
+        response = ask("GET", "/sc/1/files/info?path=/a%20b/f.txt");
+        QCOMPARE(body(response).value("size").toInt(), 4);
+        response = ask("GET", "/sc/1/files/search?keyword=F.T&path=/");
+        QCOMPARE(namesOf(response.body()), QStringList("f.txt"));
+        QCOMPARE(ask("POST", "/sc/1/files/rename-file", {{"src", "/a b/f.txt"}, {"dest", "/a b/g"}}).status(), 200);
+        QCOMPARE(ask("POST", "/sc/1/files/rename-folder", {{"src", "/a b"}, {"dest", "/c"}}).status(), 200);
+        QCOMPARE(ask("POST", "/sc/1/files/move", {{"src", {"/c/g"}}, {"dest", "/"}}).status(), 200);
+        QCOMPARE(ask("POST", "/sc/1/files/remove-files", {{"paths", {"/g"}}}).status(), 200);
+        QCOMPARE(ask("POST", "/sc/1/files/remove-folders", {{"paths", {"/c"}}}).status(), 200);
+        QVERIFY(tree().isEmpty());
+    }
+
+    void errors_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<int>("status");
+        QTest::newRow("no JSON") << "mkdir" << QByteArray("path") << 400;
+        QTest::newRow("path is a number") << "mkdir" << QByteArray("{\"path\":1}") << 400;
+        QTest::newRow("zero byte") << "mkdir" << QByteArray("{\"path\":\"/f\\u0000g\"}") << 400;
+        QTest::newRow("numbers among the paths") << "remove-files" << QByteArray("{\"paths\":[\"/f\",1]}") << 400;
+        QTest::newRow("no target") << "move" << QByteArray("{\"src\":[\"/f\"]}") << 400;
+        QTest::newRow("source is a list") << "rename-file" << QByteArray("{\"src\":[\"/f\"],\"dest\":\"/g\"}") << 400;
+        QTest::newRow("source is a text") << "copy" << QByteArray("{\"src\":\"/f\",\"dest\":\"/\"}") << 400;
+        QTest::newRow("compress nothing") << "compress" << QByteArray("{\"src\":[],\"dest\":\"/x\"}") << 400;
+    }
+
+    void errors()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, body);
+        put("f", "f");
+        put("d/x", "x");
+        const auto before = tree();
+        Request request;
+        request.method = "POST";
+        QVERIFY(parseTarget("/api/sc/1/files/" + name.toStdString(), "/api", request));
+        request.body = body.toStdString();
+        request.user = "alice";
+        const Router::Match match = m_router->find(request);
+        QVERIFY(match.handler);
+        const Response response = (*match.handler)(request);
+        QTEST(response.status(), "status");
+        QVERIFY(!parsed(response.body()).value("error").toString().isEmpty());
+        QVERIFY(!parsed(response.body()).value("message").toString().isEmpty());
+        QCOMPARE(tree(), before);
+    }
+
+    void previews()
+    {
+        put("movie.html", "0123456789");
+        const std::string path = "/sc/1/files/preview?path=/movie.html";
+        Response response = ask("GET", path);
+        QCOMPARE(response.status(), 200);
+        QCOMPARE(bytes(response), QByteArray("0123456789"));
+        QCOMPARE(header(response, "X-Content-Type-Options"), std::string("nosniff"));
+        const std::string tag = header(response, "ETag");
+        response = ask("GET", path, {}, {{"range", "bytes=2-4"}, {"if-range", tag}});
+        QCOMPARE(response.status(), 206);
+        QCOMPARE(bytes(response), QByteArray("234"));
+        QCOMPARE(header(response, "Content-Range"), std::string("bytes 2-4/10"));
+        response = ask("GET", path, {}, {{"range", "bytes=10-"}});
+        QCOMPARE(response.status(), 416);
+        QCOMPARE(header(response, "Content-Range"), std::string("bytes */10"));
+        put("movie.html", "changed, and longer");
+        response = ask("GET", path, {}, {{"range", "bytes=2-4"}, {"if-range", tag}});
+        QCOMPARE(response.status(), 200);
+        QCOMPARE(bytes(response), QByteArray("changed, and longer"));
+        QCOMPARE(ask("GET", "/sc/1/files/preview?path=/").status(), 409);
+        QCOMPARE(ask("GET", "/sc/1/files/preview?path=/../bob/secret").status(), 400);
+        QCOMPARE(ask("GET", "/sc/1/files/preview").status(), 400);
+    }
+
+    void jobs()
+    {
+        put("s/f", "text");
+        const Response copy = ask("POST", "/sc/1/files/copy", {{"src", {"/s"}}, {"dest", "/"}});
+        QCOMPARE(copy.status(), 202);
+        QCOMPARE(finished(copy).value("state").toString(), QString("done"));
+        QCOMPARE(finished(copy).value("status").toInt(), 200);
+        QCOMPARE(get("s (2)/f"), QByteArray("text"));
+        const std::string id = body(copy).value("job").toString().toStdString();
+        QCOMPARE(ask("GET", "/sc/1/jobs/" + id, {}, {}, "bob").status(), 404);
+        QCOMPARE(ask("GET", "/sc/1/jobs/none?wait=20").status(), 404);
+
+        QJsonObject state = finished(ask("POST", "/sc/1/files/compress", {{"src", {"/s"}}, {"dest", "/z"}}));
+        QCOMPARE(state.value("state").toString(), QString("done"));
+        state = finished(ask("POST", "/sc/1/files/decompress", {{"src", "/z.zip"}, {"dest", "/out"}}));
+        QCOMPARE(state.value("state").toString(), QString("done"));
+        QCOMPARE(get("out/s/f"), QByteArray("text"));
+        state = finished(ask("POST", "/sc/1/files/decompress", {{"src", "/s/f"}, {"dest", "/out2"}}));
+        QCOMPARE(state.value("state").toString(), QString("failed"));
+        QCOMPARE(state.value("status").toInt(), 422);
+        QVERIFY(!state.value("message").toString().isEmpty());
+        m_routes->stop();
+        QCOMPARE(ask("POST", "/sc/1/files/copy", {{"src", {"/s"}}, {"dest", "/"}}).status(), 429);
+    }
+
+    void noHome()
+    {
+        const Response response = ask("GET", "/sc/1/files/list?path=/", {}, {}, "carol");
+        QCOMPARE(response.status(), 404);
+        QCOMPARE(ask("GET", "/sc/9/files/list?path=/").status(), 404);
+        QVERIFY(QDir().rename(QString::fromStdString(m_root) + "/alice", QString::fromStdString(m_root) + "/gone"));
+        QCOMPARE(ask("GET", "/sc/1/files/list?path=/").status(), 503);
+    }
 
 private:
     Response ask(const std::string &method, const std::string &path, const nlohmann::json &body = {},
@@ -84,134 +204,6 @@ private:
     std::unique_ptr<Router> m_router;
     std::shared_ptr<FileRoutes> m_routes;
 };
-
-void TestFileRoutes::everyRouteIsSigned()
-{
-    for (const char *route : {"GET list", "GET info", "GET search", "GET thumbnail", "GET preview", "POST mkdir",
-                              "POST remove-files", "POST remove-folders", "POST move", "POST rename-file",
-                              "POST rename-folder", "POST copy", "POST compress", "POST decompress"}) {
-        const QByteArrayList parts = QByteArray(route).split(' ');
-        Request request;
-        request.method = parts.first().toStdString();
-        QVERIFY(parseTarget("/api/sc/1/files/" + parts.last().toStdString(), "/api", request));
-        const Router::Match match = m_router->find(request);
-        QVERIFY2(match.handler && match.access == Access::Session, route);
-    }
-}
-
-void TestFileRoutes::operations()
-{
-    QCOMPARE(ask("POST", "/sc/1/files/mkdir", {{"path", "/a b"}}).status(), 200);
-    put("a b/f.txt", "text");
-    Response response = ask("GET", "/sc/1/files/list?path=%2Fa%20b&mode=2");
-    QCOMPARE(response.status(), 200);
-    QCOMPARE(namesOf(response.body()), QStringList("f.txt"));
-    response = ask("GET", "/sc/1/files/info?path=/a%20b/f.txt");
-    QCOMPARE(body(response).value("size").toInt(), 4);
-    response = ask("GET", "/sc/1/files/search?keyword=F.T&path=/");
-    QCOMPARE(namesOf(response.body()), QStringList("f.txt"));
-    QCOMPARE(ask("POST", "/sc/1/files/rename-file", {{"src", "/a b/f.txt"}, {"dest", "/a b/g"}}).status(), 200);
-    QCOMPARE(ask("POST", "/sc/1/files/rename-folder", {{"src", "/a b"}, {"dest", "/c"}}).status(), 200);
-    QCOMPARE(ask("POST", "/sc/1/files/move", {{"src", {"/c/g"}}, {"dest", "/"}}).status(), 200);
-    QCOMPARE(ask("POST", "/sc/1/files/remove-files", {{"paths", {"/g"}}}).status(), 200);
-    QCOMPARE(ask("POST", "/sc/1/files/remove-folders", {{"paths", {"/c"}}}).status(), 200);
-    QVERIFY(tree().isEmpty());
-}
-
-void TestFileRoutes::errors_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QByteArray>("body");
-    QTest::addColumn<int>("status");
-    QTest::newRow("no JSON") << "mkdir" << QByteArray("path") << 400;
-    QTest::newRow("path is a number") << "mkdir" << QByteArray("{\"path\":1}") << 400;
-    QTest::newRow("zero byte") << "mkdir" << QByteArray("{\"path\":\"/f\\u0000g\"}") << 400;
-    QTest::newRow("numbers among the paths") << "remove-files" << QByteArray("{\"paths\":[\"/f\",1]}") << 400;
-    QTest::newRow("no target") << "move" << QByteArray("{\"src\":[\"/f\"]}") << 400;
-    QTest::newRow("source is a list") << "rename-file" << QByteArray("{\"src\":[\"/f\"],\"dest\":\"/g\"}") << 400;
-    QTest::newRow("source is a text") << "copy" << QByteArray("{\"src\":\"/f\",\"dest\":\"/\"}") << 400;
-    QTest::newRow("compress nothing") << "compress" << QByteArray("{\"src\":[],\"dest\":\"/x\"}") << 400;
-}
-
-void TestFileRoutes::errors()
-{
-    QFETCH(QString, name);
-    QFETCH(QByteArray, body);
-    put("f", "f");
-    put("d/x", "x");
-    const auto before = tree();
-    Request request;
-    request.method = "POST";
-    QVERIFY(parseTarget("/api/sc/1/files/" + name.toStdString(), "/api", request));
-    request.body = body.toStdString();
-    request.user = "alice";
-    const Router::Match match = m_router->find(request);
-    QVERIFY(match.handler);
-    const Response response = (*match.handler)(request);
-    QTEST(response.status(), "status");
-    QVERIFY(!parsed(response.body()).value("error").toString().isEmpty());
-    QVERIFY(!parsed(response.body()).value("message").toString().isEmpty());
-    QCOMPARE(tree(), before);
-}
-
-void TestFileRoutes::previews()
-{
-    put("movie.html", "0123456789");
-    const std::string path = "/sc/1/files/preview?path=/movie.html";
-    Response response = ask("GET", path);
-    QCOMPARE(response.status(), 200);
-    QCOMPARE(bytes(response), QByteArray("0123456789"));
-    QCOMPARE(header(response, "X-Content-Type-Options"), std::string("nosniff"));
-    const std::string tag = header(response, "ETag");
-    response = ask("GET", path, {}, {{"range", "bytes=2-4"}, {"if-range", tag}});
-    QCOMPARE(response.status(), 206);
-    QCOMPARE(bytes(response), QByteArray("234"));
-    QCOMPARE(header(response, "Content-Range"), std::string("bytes 2-4/10"));
-    response = ask("GET", path, {}, {{"range", "bytes=10-"}});
-    QCOMPARE(response.status(), 416);
-    QCOMPARE(header(response, "Content-Range"), std::string("bytes */10"));
-    put("movie.html", "changed, and longer");
-    response = ask("GET", path, {}, {{"range", "bytes=2-4"}, {"if-range", tag}});
-    QCOMPARE(response.status(), 200);
-    QCOMPARE(bytes(response), QByteArray("changed, and longer"));
-    QCOMPARE(ask("GET", "/sc/1/files/preview?path=/").status(), 409);
-    QCOMPARE(ask("GET", "/sc/1/files/preview?path=/../bob/secret").status(), 400);
-    QCOMPARE(ask("GET", "/sc/1/files/preview").status(), 400);
-}
-
-void TestFileRoutes::jobs()
-{
-    put("s/f", "text");
-    const Response copy = ask("POST", "/sc/1/files/copy", {{"src", {"/s"}}, {"dest", "/"}});
-    QCOMPARE(copy.status(), 202);
-    QCOMPARE(finished(copy).value("state").toString(), QString("done"));
-    QCOMPARE(finished(copy).value("status").toInt(), 200);
-    QCOMPARE(get("s (2)/f"), QByteArray("text"));
-    const std::string id = body(copy).value("job").toString().toStdString();
-    QCOMPARE(ask("GET", "/sc/1/jobs/" + id, {}, {}, "bob").status(), 404);
-    QCOMPARE(ask("GET", "/sc/1/jobs/none?wait=20").status(), 404);
-
-    QJsonObject state = finished(ask("POST", "/sc/1/files/compress", {{"src", {"/s"}}, {"dest", "/z"}}));
-    QCOMPARE(state.value("state").toString(), QString("done"));
-    state = finished(ask("POST", "/sc/1/files/decompress", {{"src", "/z.zip"}, {"dest", "/out"}}));
-    QCOMPARE(state.value("state").toString(), QString("done"));
-    QCOMPARE(get("out/s/f"), QByteArray("text"));
-    state = finished(ask("POST", "/sc/1/files/decompress", {{"src", "/s/f"}, {"dest", "/out2"}}));
-    QCOMPARE(state.value("state").toString(), QString("failed"));
-    QCOMPARE(state.value("status").toInt(), 422);
-    QVERIFY(!state.value("message").toString().isEmpty());
-    m_routes->stop();
-    QCOMPARE(ask("POST", "/sc/1/files/copy", {{"src", {"/s"}}, {"dest", "/"}}).status(), 429);
-}
-
-void TestFileRoutes::noHome()
-{
-    const Response response = ask("GET", "/sc/1/files/list?path=/", {}, {}, "carol");
-    QCOMPARE(response.status(), 404);
-    QCOMPARE(ask("GET", "/sc/9/files/list?path=/").status(), 404);
-    QVERIFY(QDir().rename(QString::fromStdString(m_root) + "/alice", QString::fromStdString(m_root) + "/gone"));
-    QCOMPARE(ask("GET", "/sc/1/files/list?path=/").status(), 503);
-}
 
 ARKVALE_GUILESS_TEST(TestFileRoutes)
 #include "tst_fileroutes.moc"
