@@ -148,6 +148,9 @@ bool UdpConnection::onFrame(const UdpFrame &frame, Clock::time_point now, const 
         end();
         return false;
     case UdpFrameType::Challenge:
+        // A server stays where it is. What asks it for answers may bear a forged address.
+        if (m_server)
+            return true;
         sendControl(
             now, from, kUdpFirst, [&](UdpFrameWriter &out) { out.challenge(UdpFrameType::Response, frame.token); },
             false);

@@ -70,7 +70,9 @@ std::size_t UdpConnection::seal(std::uint8_t *out, std::size_t plain)
     }
     header.phase = m_outPhase;
     header.write(out);
-    (void)m_met.out.seal(header.number, out, kUdpHeader, out + kUdpHeader, plain);
+    // Nothing leaves in the clear: what could not be sealed is rubbish to the other side.
+    if (!m_met.out.seal(header.number, out, kUdpHeader, out + kUdpHeader, plain))
+        std::fill(out + kUdpHeader, out + kUdpHeader + plain + kUdpTag, std::uint8_t(0));
     return kUdpHeader + plain + kUdpTag;
 }
 

@@ -5,6 +5,8 @@ namespace zpdt {
 namespace {
 constexpr std::size_t kFirstRing = 64 * 1024;
 constexpr std::size_t kMostIntervals = 1024;
+/// More than every second packet of the whole window makes; each new one moves those behind it.
+constexpr std::size_t kMostPieces = 16384;
 } // namespace
 
 void UdpInbox::grow(std::size_t size)
@@ -42,6 +44,8 @@ bool UdpInbox::add(std::uint64_t offset, const std::uint8_t *data, std::size_t s
     }
     if (!m_early.add(offset, end))
         return true;
+    if (m_early.all().size() > kMostPieces)
+        return false;
     grow(std::size_t(end - m_read));
     for (std::uint64_t to = offset; to < end;) {
         const std::size_t start = at(to);

@@ -11,7 +11,7 @@ class UdpInbox
 public:
     /// The other side may send up to here.
     std::uint64_t mostOffset() const { return m_read + m_window; }
-    /// False when the piece lies beyond mostOffset().
+    /// False when the piece lies beyond mostOffset(), or what came is in too many pieces.
     bool add(std::uint64_t offset, const std::uint8_t *data, std::size_t size);
 
     enum class Next

@@ -3,6 +3,7 @@
 #include "TlsIdentity.h"
 #include "UdpController.h"
 #include "UdpHandshake.h"
+#include "UdpInbox.h"
 #include "UdpListener.h"
 #include "UdpRecovery.h"
 #include "UdpRelay.h"
@@ -188,12 +189,14 @@ public:
             }
             received += size;
             kinds.push_back(UdpKind(buffer[0]));
+            last.assign(buffer.begin(), buffer.begin() + std::ptrdiff_t(size));
         }
         return kinds;
     }
 
     std::size_t sent = 0;
     std::size_t received = 0;
+    Bytes last; ///< of the answers
 
 private:
     asio::io_context m_io;
@@ -216,6 +219,7 @@ private slots:
     void floods();
     void cookies();
     void addressChanges();
+    void forgedAddress();
     void pathShrinks();
     void readerStops();
     void serverForgets();
@@ -366,6 +370,38 @@ void UdpChannelTest::addressChanges()
     }
     QVERIFY(world.wait([&] { return world.server->received == 20 * kMiB && client->received == 20 * kMiB; }));
     QVERIFY(client->good && world.server->good && !client->closed);
+}
+
+void UdpChannelTest::forgedAddress()
+{
+    // A client that names somebody else as its address brings him one question, whatever its packets ask for.
+    World world;
+    Stranger client(world.listener->port()), victim(world.listener->port());
+    const UdpClientHandshake handshake(world.identity.fingerprint(), world.keys->issue());
+    client.send(handshake.hello());
+    (void)client.answers(200);
+    UdpMet met;
+    QVERIFY(handshake.welcome(client.last.data(), client.last.size(), met));
+    const auto packet = [&met](std::uint64_t number, int questions) {
+        Bytes out(kUdpFirst);
+        UdpHeader header;
+        header.connection = met.other;
+        header.number = number;
+        header.write(out.data());
+        UdpFrameWriter writer(out.data() + kUdpHeader, out.size() - kUdpHeader - kUdpTag);
+        writer.ping();
+        for (int i = 0; i < questions; ++i)
+            writer.challenge(UdpFrameType::Challenge, std::uint64_t(i));
+        const std::size_t size = writer.size();
+        (void)met.out.seal(number, out.data(), kUdpHeader, out.data() + kUdpHeader, size);
+        out.resize(kUdpHeader + size + kUdpTag);
+        return out;
+    };
+    client.send(packet(0, 0));
+    QVERIFY(world.wait([&] { return world.server; }));
+    victim.send(packet(1, 100));
+    QCOMPARE(victim.answers(300).size(), std::size_t(1));
+    QVERIFY(victim.received < 60);
 }
 
 void UdpChannelTest::pathShrinks()
@@ -545,6 +581,13 @@ void UdpChannelTest::controllersKnowTheLine()
 
 void UdpChannelTest::parsersHold()
 {
+    // A stream in countless pieces is no stream.
+    UdpInbox inbox;
+    const std::uint8_t byte = 0;
+    std::uint64_t left = 100000;
+    while (left > 0 && inbox.add(2 * left, &byte, 1))
+        --left;
+    QVERIFY(left > 80000);
     // Whatever comes, reading stays within it and gives values within bounds; what is written is read again.
     std::mt19937 random(11);
     UdpFrame frame;
