@@ -19,6 +19,8 @@ constexpr auto kStuckAfter = std::chrono::seconds(60);
 constexpr std::size_t kAhead = 256 * 1024;
 /// A peer that makes us answer and never reads the answers is cut off here.
 constexpr std::size_t kMostQueued = 16u << 20;
+/// Before it has shown a ticket there is little to answer.
+constexpr std::size_t kMostUnproven = 64 * 1024;
 constexpr std::size_t kPendingHigh = 8u << 20;
 constexpr std::size_t kPendingLow = 4u << 20;
 /// What every connection may hold even when the common budget is used up.
@@ -141,7 +143,7 @@ void Session::send(Bytes data)
     if (m_closed)
         return;
     m_channel->send(std::move(data));
-    if (m_channel->queuedBytes() > kMostQueued) {
+    if (m_channel->queuedBytes() > (m_role == Role::Server && !m_served ? kMostUnproven : kMostQueued)) {
         // Not from inside whatever is sending.
         asio::post(m_context.io(), [weak = weak_from_this()] {
             if (const auto self = weak.lock())
@@ -340,6 +342,7 @@ bool Session::streamMessage(Msg type, std::uint32_t id, WireReader &body)
         m_lastId = id;
         auto stream = m_handler.onOpen ? m_handler.onOpen(id, open) : nullptr;
         if (stream && !m_closed) {
+            m_served = true;
             stream->setPriority(open.priority);
             m_streams[id] = std::move(stream);
         }

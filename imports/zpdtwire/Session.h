@@ -129,6 +129,7 @@ private:
     bool m_greeted = false;
     bool m_ready = false;
     bool m_closed = false;
+    bool m_served = false; ///< a stream was accepted
 
     std::map<std::uint32_t, std::shared_ptr<SessionStream>> m_streams;
     std::uint32_t m_lastId = 0;
