@@ -69,16 +69,17 @@ CacheFile::Outcome CacheFile::prepare()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     Outcome outcome;
+    // Given up before its turn came.
+    if (m_broken)
+        return outcome;
     FileResult result = m_tree->parentOf(m_item.info.path, m_folder, m_leaf);
     FileStat old;
     if (result.ok() && m_folder.stat(m_leaf, old).ok() && !old.isFile())
         result = {old.isFolder() ? FileError::IsFolder : FileError::Denied, 0};
     m_cache = cacheNameOf(m_leaf);
-    if (result.ok())
-        result = m_folder.openWrite(m_cache, {true, false, false}, m_file);
     FileStat stat;
     if (result.ok())
-        result = m_file.stat(stat);
+        result = openPartial(m_folder, m_cache, m_tree.get(), m_file, stat, m_lock);
     if (!result.ok()) {
         fail(result, outcome);
         return outcome;
@@ -270,6 +271,10 @@ CacheFile::Outcome CacheFile::process(std::vector<Op> ops)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     Outcome outcome;
+    if (m_syncFailed && !m_broken) {
+        drop();
+        fail(m_syncResult, outcome);
+    }
     for (const Op &op : ops) {
         if (m_broken || outcome.finished)
             break;
@@ -382,14 +387,7 @@ void CacheFile::finish(Outcome &outcome)
         drop();
         return fail(Error::Integrity, "the file does not match its digest", outcome);
     }
-    // The long wait first, while the journal is still there: a kill in it costs nothing.
-    FileResult result = m_file.sync();
-    if (result.ok())
-        result = m_file.truncate(m_item.info.size);
-    if (result.ok())
-        result = m_file.setModified(m_item.info.modifiedMs * kNsPerMs);
-    if (result.ok())
-        result = m_file.sync();
+    FileResult result = bringToDisk();
     FileStat stat;
     if (result.ok())
         result = m_file.stat(stat);
@@ -403,6 +401,7 @@ void CacheFile::finish(Outcome &outcome)
     }
     m_reserved = false;
     m_broken = true;
+    m_lock.release();
     outcome.finished = true;
     (void)m_folder.syncFolder("");
 }
@@ -421,7 +420,24 @@ FileResult CacheFile::place(std::uint64_t id, bool &created)
 
 void CacheFile::sync()
 {
-    (void)m_file.sync();
+    const std::lock_guard<std::mutex> lock(m_syncMutex);
+    const FileResult result = m_file.sync();
+    if (result.ok() || m_syncFailed)
+        return;
+    m_syncResult = result;
+    m_syncFailed = true;
+}
+
+FileResult CacheFile::bringToDisk()
+{
+    const std::lock_guard<std::mutex> lock(m_syncMutex);
+    // The long wait first, while the journal is still there: a kill in it costs nothing.
+    FileResult result = m_syncFailed ? m_syncResult : m_file.sync();
+    if (result.ok())
+        result = m_file.truncate(m_item.info.size);
+    if (result.ok())
+        result = m_file.setModified(m_item.info.modifiedMs * kNsPerMs);
+    return result.ok() ? m_file.sync() : result;
 }
 
 void CacheFile::discard()
@@ -432,6 +448,7 @@ void CacheFile::discard()
         return;
     drop();
     settle();
+    m_lock.release();
 }
 
 void CacheFile::leave()
@@ -439,6 +456,7 @@ void CacheFile::leave()
     std::lock_guard<std::mutex> lock(m_mutex);
     m_broken = true;
     settle();
+    m_lock.release();
 }
 
 void CacheFile::drop()
@@ -465,6 +483,7 @@ void CacheFile::fail(Error error, const std::string &text, Outcome &outcome)
     outcome.error = error;
     outcome.text = text;
     settle();
+    m_lock.release();
 }
 
 void CacheFile::fail(const FileResult &result, Outcome &outcome)

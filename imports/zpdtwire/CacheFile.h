@@ -2,8 +2,10 @@
 
 #include "BlockHash.h"
 #include "Messages.h"
+#include "PartialFile.h"
 #include "SafeFolder.h"
 
+#include <atomic>
 #include <chrono>
 #include <memory>
 #include <mutex>
@@ -61,7 +63,7 @@ public:
     bool verifySome(Outcome &outcome);
     std::vector<HaveMessage::Run> runs() const;
     Outcome process(std::vector<Op> ops);
-    /// Brings what was written so far to the disk. May run beside the others.
+    /// Brings what was written so far to the disk. May run beside the others; they tell of a failure.
     void sync();
     /// Removes the partial file, unless it has become the file.
     void discard();
@@ -86,6 +88,7 @@ private:
     void finish(Outcome &outcome);
     FileResult place(std::uint64_t id, bool &created);
     void ask(std::uint32_t block, Outcome &outcome);
+    FileResult bringToDisk();
     void drop();
     void settle();
     void fail(Error error, const std::string &text, Outcome &outcome);
@@ -102,6 +105,7 @@ private:
     std::string m_leaf;
     std::string m_cache;
     SafeFile m_file;
+    PartialLock m_lock;
     std::uint64_t m_salt = 0;
     bool m_claimed = false; ///< the journal, or a file of the right size and time, claims blocks
     bool m_withoutJournal = false;
@@ -119,6 +123,9 @@ private:
     BlockHash m_openHash;
     std::uint64_t m_unwritten = 0; ///< bytes since the last startWriteback()
     bool m_broken = false;
+    std::mutex m_syncMutex;  ///< one sync at a time: the system tells of a failed write once
+    FileResult m_syncResult; ///< set before m_syncFailed
+    std::atomic<bool> m_syncFailed{false};
     bool m_reserved = false;
 };
 

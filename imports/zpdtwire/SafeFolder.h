@@ -49,6 +49,7 @@ struct FileStat
     std::int64_t changedNs = 0;  ///< As modifiedNs, of name, rights and times too
                                  ///< where the system keeps that.
     std::uint64_t id = 0;        ///< Number of the file on its volume (0 when the system does not say).
+    std::uint32_t links = 1;     ///< Names that the file has; not filled in by list() everywhere.
     std::uint64_t volume = 0;    ///< Number of the volume; not filled in by list().
 
     bool isFile() const { return type == Type::File; }

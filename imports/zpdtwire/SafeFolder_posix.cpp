@@ -220,6 +220,7 @@ FileStat converted(const struct stat &from)
     to.changedNs = std::int64_t(from.st_ctim.tv_sec) * 1000000000 + from.st_ctim.tv_nsec;
 #endif
     to.id = from.st_ino;
+    to.links = static_cast<std::uint32_t>(from.st_nlink);
     to.volume = static_cast<std::uint64_t>(from.st_dev);
     return to;
 }

@@ -2,6 +2,7 @@
 
 #include "BlockHash.h"
 #include "DiskHints.h"
+#include "PartialFile.h"
 #include "TargetTree.h"
 #include "TreeScan.h"
 
@@ -16,6 +17,7 @@ struct Written
     SafeFolder folder;
     std::string leaf;
     std::string cache;
+    PartialLock lock;
     std::uint64_t id = 0;
     bool good = false;
 };
@@ -40,18 +42,30 @@ FileResult writeOne(TargetTree &tree, const SmallFile &small, Written &written, 
     if (!result.ok())
         return result;
     written.cache = cacheNameOf(written.leaf);
-    result = written.folder.openWrite(written.cache, {true, false, true}, file);
+    FileStat stat;
+    result = openPartial(written.folder, written.cache, &tree, file, stat, written.lock);
+    // Some file systems write a file out at once when it was ever truncated.
+    if (result.ok() && stat.size > 0)
+        result = file.truncate(0);
     if (result.ok() && !small.data.empty())
         result = file.writeAt(0, small.data.data(), small.data.size());
     if (result.ok())
         result = file.setModified(small.modifiedMs * kNsPerMs);
-    FileStat stat;
     if (result.ok())
         result = file.stat(stat);
     if (result.ok() && stat.size != small.data.size())
         result = {FileError::Other, 0};
     written.id = stat.id;
     return result;
+}
+
+/// Whether the disk has what was written to it.
+bool readsBack(const SmallFile &small, const SafeFile &file)
+{
+    thread_local Bytes buffer;
+    buffer.resize(small.data.size());
+    std::size_t got = 0;
+    return file.readAt(0, buffer.data(), buffer.size(), got).ok() && got == buffer.size() && buffer == small.data;
 }
 
 FileResult syncOne(const Written &written)
@@ -65,7 +79,7 @@ FileResult syncOne(const Written &written)
 
 } // namespace
 
-std::vector<SmallFileResult> storeSmallFiles(TargetTree &tree, const std::vector<SmallFile> &files)
+std::vector<SmallFileResult> storeSmallFiles(TargetTree &tree, const std::vector<SmallFile> &files, bool verify)
 {
     std::vector<SmallFileResult> results(files.size());
     std::vector<Written> written(files.size());
@@ -74,7 +88,7 @@ std::vector<SmallFileResult> storeSmallFiles(TargetTree &tree, const std::vector
         results[i].text = result.message();
         written[i].good = false;
         tree.unreserve(files[i].data.size());
-        if (!written[i].cache.empty())
+        if (written[i].lock.held())
             (void)written[i].folder.removeFile(written[i].cache);
     };
     SafeFile last; ///< stands for the volume
@@ -89,6 +103,11 @@ std::vector<SmallFileResult> storeSmallFiles(TargetTree &tree, const std::vector
         // Kept open no longer than needed: a batch has more files than a process has descriptors.
         SafeFile file;
         FileResult result = writeOne(tree, files[i], written[i], file);
+        if (result.ok() && verify && !readsBack(files[i], file)) {
+            results[i].damaged = true;
+            failed(i, {FileError::Other, 0});
+            continue;
+        }
         if (result.ok() && files.size() < kManyFiles)
             result = file.sync();
         if (result.ok() && files.size() >= kManyFiles && !last.isOpen())

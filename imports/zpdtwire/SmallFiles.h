@@ -34,6 +34,7 @@ struct SmallFileResult
 /// Stores many small files at once, so that they share their waits for the
 /// disk: each is written under its partial name, all are brought to the disk,
 /// then each gets its name. Their sizes were reserved in @p tree. Disk threads.
-std::vector<SmallFileResult> storeSmallFiles(TargetTree &tree, const std::vector<SmallFile> &files);
+/// @param verify reads each back before
+std::vector<SmallFileResult> storeSmallFiles(TargetTree &tree, const std::vector<SmallFile> &files, bool verify);
 
 } // namespace zpdt

@@ -57,8 +57,10 @@ void StreamReceiver::begin()
             m_tree = opened.second;
             const auto waiting = std::move(m_beforeOpen);
             m_beforeOpen.clear();
-            for (const ItemPtr &item : waiting)
-                startItem(item);
+            for (const ItemPtr &item : waiting) {
+                if (!m_closing && isCurrent(item))
+                    startItem(item);
+            }
         });
 }
 
@@ -69,9 +71,12 @@ void StreamReceiver::startItem(const ItemPtr &item)
         return makeFolder(item);
     const std::string key = m_target.key + '/' + cachePathOf(info.path);
     if (item->activeKey.empty()) {
-        const auto yield = [weak = weak_from_this()] {
-            if (const auto self = std::static_pointer_cast<StreamReceiver>(weak.lock()))
-                self->yieldIfSilent();
+        // Who asks may be on any thread.
+        const auto yield = [weak = weak_from_this(), &context = m_context] {
+            context.post([weak] {
+                if (const auto self = std::static_pointer_cast<StreamReceiver>(weak.lock()))
+                    self->yieldIfSilent();
+            });
         };
         if (!m_context.activeFiles().take(key, yield)) {
             if (!item->waiting)
@@ -100,6 +105,8 @@ void StreamReceiver::makeFolder(const ItemPtr &item)
             return made;
         },
         [this, item](std::pair<FileResult, bool> made) {
+            if (!isCurrent(item))
+                return;
             if (!made.first.ok())
                 return fail(item, errorOf(made.first), made.first.message());
             m_tree->rememberTime(item->message.info.path, item->message.info.modifiedMs);
@@ -111,55 +118,26 @@ void StreamReceiver::makeFolder(const ItemPtr &item)
 
 void StreamReceiver::lookForExisting(const ItemPtr &item)
 {
-    // A finished file of the same size and time is most likely the one that an earlier stream brought. Its digest
-    // decides.
-    job(
-        [tree = m_tree, message = item->message] {
-            std::pair<bool, Digest> found{};
-            SafeFolder folder;
-            std::string leaf;
-            SafeFile file;
-            FileStat stat;
-            if (!tree->parentOf(message.info.path, folder, leaf).ok() ||
-                !tree->stillThere(folder, message.info.path).ok() ||
-                !tree->root().openRead(message.info.path, file).ok() || !file.stat(stat).ok() ||
-                stat.size != message.info.size || toMs(stat.modifiedNs) != message.info.modifiedMs)
-                return found;
-            BlockHash whole, block;
-            Bytes buffer(1u << 20);
-            std::uint32_t inBlock = 0;
-            for (std::uint64_t at = 0; at < stat.size;) {
-                const std::size_t part = static_cast<std::size_t>(std::min<std::uint64_t>(
-                    {buffer.size(), stat.size - at, std::uint64_t(message.blockSize - inBlock)}));
-                std::size_t got = 0;
-                if (!file.readAt(at, buffer.data(), part, got).ok() || got != part)
-                    return found;
-                block.add(buffer.data(), part);
-                at += part;
-                inBlock += static_cast<std::uint32_t>(part);
-                if (inBlock == message.blockSize || at == stat.size) {
-                    const Digest digest = block.digest();
-                    whole.add(digest.data(), digest.size());
-                    block.reset();
-                    inBlock = 0;
-                }
-            }
-            found.first = true;
-            found.second = whole.digest();
-            return found;
-        },
-        [this, item](std::pair<bool, Digest> found) {
-            if (m_closing)
-                return;
-            if (!found.first)
-                return item->whole ? sendHave(item, {}) : prepareCache(item);
-            HaveMessage have;
-            have.no = item->message.no;
-            have.existing = true;
-            have.digest = found.second;
-            item->haveSent = true;
-            send(have);
-        });
+    job([tree = m_tree, message = item->message] { return ExistingFile::find(*tree, message); },
+        [this, item](std::shared_ptr<ExistingFile> file) { readExisting(item, file); });
+}
+
+/// In pieces, so that the disk threads serve others in between, and an end comes through.
+void StreamReceiver::readExisting(const ItemPtr &item, const std::shared_ptr<ExistingFile> &file)
+{
+    if (m_closing || !isCurrent(item))
+        return;
+    if (!file)
+        return item->whole ? sendHave(item, {}) : prepareCache(item);
+    if (!file->complete())
+        return job([file] { return file->readSome() ? file : nullptr; },
+                   [this, item](std::shared_ptr<ExistingFile> read) { readExisting(item, read); });
+    HaveMessage have;
+    have.no = item->message.no;
+    have.existing = true;
+    have.digest = file->digest();
+    item->haveSent = item->existing = true;
+    send(have);
 }
 
 void StreamReceiver::prepareCache(const ItemPtr &item)
@@ -167,9 +145,10 @@ void StreamReceiver::prepareCache(const ItemPtr &item)
     item->cache = std::make_shared<CacheFile>(m_tree, item->message, m_target.verify);
     item->lastSync = Clock::now();
     item->busy = true;
-    ++m_openCaches;
     job([cache = item->cache] { return cache->prepare(); },
         [this, item](CacheFile::Outcome prepared) {
+            if (!isCurrent(item))
+                return;
             if (prepared.error != Error::None)
                 return fail(item, prepared.error, prepared.text);
             m_progress.bytes += static_cast<std::uint64_t>(prepared.confirmed);
@@ -216,6 +195,7 @@ void StreamReceiver::prepared(const ItemPtr &item)
 void StreamReceiver::sendHave(const ItemPtr &item, const std::vector<HaveMessage::Run> &runs)
 {
     std::size_t at = 0;
+    item->haveSent = true;
     do {
         HaveMessage have;
         have.no = item->message.no;
@@ -247,7 +227,7 @@ void StreamReceiver::process(const ItemPtr &item)
 bool StreamReceiver::apply(const ItemPtr &item, const CacheFile::Outcome &outcome)
 {
     m_progress.bytes += static_cast<std::uint64_t>(outcome.confirmed);
-    if (m_ended || m_items.count(item->message.no) == 0)
+    if (m_ended || !isCurrent(item))
         return false;
     if (outcome.finished) {
         done(item, outcome.item);
@@ -314,10 +294,10 @@ void StreamReceiver::storeSmall()
             return;
         ++m_smallJobs;
         job(
-            [tree = m_tree, batch = std::move(batch), bytes] {
+            [tree = m_tree, batch = std::move(batch), bytes, verify = m_target.verify] {
                 std::vector<SmallFileResult> results;
                 if (tree->reserve(bytes))
-                    return storeSmallFiles(*tree, batch);
+                    return storeSmallFiles(*tree, batch, verify);
                 for (const SmallFile &file : batch) {
                     SmallFileResult result;
                     result.no = file.no;
@@ -371,8 +351,7 @@ void StreamReceiver::forget(const ItemPtr &item)
 {
     if (!item->activeKey.empty())
         m_context.activeFiles().release(std::exchange(item->activeKey, {}));
-    if (item->cache)
-        --m_openCaches;
+    m_largeItems -= isLarge(*item) ? 1 : 0;
     m_wholeBytes -= item->small.data.size();
     const std::size_t dropped = item->small.data.size() + item->opBytes;
     m_held -= dropped;
@@ -415,7 +394,7 @@ void StreamReceiver::done(const ItemPtr &item, const ItemOutcome &outcome)
 
 void StreamReceiver::fail(const ItemPtr &item, Error error, const std::string &text)
 {
-    if (m_items.count(item->message.no) == 0 || m_ended)
+    if (!isCurrent(item) || m_ended)
         return;
     forget(item);
     ++m_progress.filesFailed;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "CacheFile.h"
+#include "ExistingFile.h"
 #include "SmallFiles.h"
 #include "StreamBase.h"
 #include "TargetTree.h"
@@ -56,6 +57,7 @@ private:
         std::size_t opBytes = 0;
         bool prepared = false;
         bool haveSent = false;
+        bool existing = false; ///< the answer named a finished file
         bool busy = false;
         bool syncing = false;
         std::chrono::steady_clock::time_point lastSync;
@@ -72,11 +74,15 @@ private:
     bool finishMessage(WireReader &body);
     bool closeMessage(WireReader &body);
     ItemPtr find(std::uint32_t no, bool &known) const;
+    /// False for an item that has ended while work on it was under way.
+    bool isCurrent(const ItemPtr &item) const;
+    static bool isLarge(const Item &item) { return !item.whole && item.message.info.kind == ItemKind::File; }
 
     const char *objection(const ItemInfo &info) const;
     void startItem(const ItemPtr &item);
     void makeFolder(const ItemPtr &item);
     void lookForExisting(const ItemPtr &item);
+    void readExisting(const ItemPtr &item, const std::shared_ptr<ExistingFile> &file);
     void prepareCache(const ItemPtr &item);
     void verifyCache(const ItemPtr &item);
     void prepared(const ItemPtr &item);
@@ -102,7 +108,7 @@ private:
     std::unordered_map<std::uint32_t, ItemPtr> m_items;
     std::vector<ItemPtr> m_beforeOpen;
     std::uint32_t m_nextNo = 1;
-    std::size_t m_openCaches = 0;
+    std::size_t m_largeItems = 0;
     std::size_t m_wholeBytes = 0; ///< of small files that have not ended yet
     std::vector<SmallFile> m_smallReady;
     std::size_t m_smallJobs = 0;

@@ -13,7 +13,7 @@ namespace zpdt {
 namespace {
 
 constexpr std::size_t kMostItems = 8192; ///< in flight; the sender keeps to half of it
-constexpr std::size_t kMostCaches = 64;
+constexpr std::size_t kMostLarge = 64;   ///< of them; each takes descriptors
 constexpr std::size_t kMostWholeBytes = 1u << 20;
 constexpr std::size_t kHoldFrom = 48 * 1024;
 
@@ -75,6 +75,10 @@ bool StreamReceiver::itemMessage(WireReader &body)
     if (!item->message.decode(body) || m_items.count(item->message.no) > 0 || m_items.size() >= kMostItems ||
         item->message.no == UINT32_MAX || m_finishing)
         return false;
+    item->whole = item->message.info.size <= kSmallFile && item->message.info.kind == ItemKind::File;
+    if (isLarge(*item) && m_largeItems >= kMostLarge)
+        return false;
+    m_largeItems += isLarge(*item) ? 1 : 0;
     // The sender looks at several files at once, so the numbers do not come in their order.
     m_nextNo = std::max(m_nextNo, item->message.no + 1);
     m_items[item->message.no] = item;
@@ -82,10 +86,7 @@ bool StreamReceiver::itemMessage(WireReader &body)
         fail(item, Error::BadName, reason);
         return true;
     }
-    item->whole = item->message.info.size <= kSmallFile && item->message.info.kind == ItemKind::File;
-    if (!item->whole && item->message.info.kind == ItemKind::File && m_openCaches >= kMostCaches)
-        return false;
-    if (!item->whole && item->message.info.kind == ItemKind::File && m_callbacks.onLargeItem)
+    if (isLarge(*item) && m_callbacks.onLargeItem)
         m_callbacks.onLargeItem(item->message.info);
     if (m_tree)
         startItem(item);
@@ -113,6 +114,12 @@ StreamReceiver::ItemPtr StreamReceiver::find(std::uint32_t no, bool &known) cons
     return found == m_items.end() ? nullptr : found->second;
 }
 
+bool StreamReceiver::isCurrent(const ItemPtr &item) const
+{
+    const auto found = m_items.find(item->message.no);
+    return found != m_items.end() && found->second == item;
+}
+
 bool StreamReceiver::dataMessage(WireReader &body)
 {
     DataMessage data;
@@ -122,7 +129,7 @@ bool StreamReceiver::dataMessage(WireReader &body)
     const ItemPtr item = find(data.no, known);
     if (!item)
         return known;
-    if (item->message.info.kind == ItemKind::Folder)
+    if (item->message.info.kind == ItemKind::Folder || (item->message.ask && !item->haveSent))
         return false;
     if (item->whole) {
         Bytes &bytes = item->small.data;
@@ -140,12 +147,9 @@ bool StreamReceiver::dataMessage(WireReader &body)
             item->small.block = data.digest;
         return true;
     }
-    if (!item->cache && m_target.resumed) {
-        // The existing file was not the one; now the partial file is needed after all.
-        prepareCache(item);
-    }
+    // The existing file was not the one; now the partial file is needed after all.
     if (!item->cache)
-        return false;
+        prepareCache(item);
     CacheFile::Op op;
     op.block = data.block;
     op.offset = data.offset;
@@ -199,11 +203,11 @@ bool StreamReceiver::endMessage(WireReader &body)
     const ItemPtr item = find(end.no, known);
     if (!item)
         return known;
-    if (item->message.info.kind == ItemKind::Folder)
+    if (item->message.info.kind == ItemKind::Folder || (item->message.ask && !item->haveSent))
         return false;
     item->ended = true;
     if (end.same) {
-        if (!m_target.resumed || !item->message.ask || item->cache || item->stored)
+        if (!item->existing || item->cache || item->stored)
             return false;
         m_progress.bytes += item->message.info.size;
         m_progress.held += item->message.info.size;

@@ -103,6 +103,7 @@ std::shared_ptr<StreamBase> StreamPair::makeReceiver(Session &session, const QSt
     for (const QString &name : names)
         target.names.push_back(name.toStdString());
     target.resumed = m_resumed;
+    target.verify = verify;
     target.limits.freeBytes = freeBytes;
     StreamCallbacks callbacks;
     callbacks.onItemDone = [this](const ItemInfo &info, const ItemOutcome &outcome) {
@@ -182,6 +183,7 @@ StreamPair::Result StreamPair::attack(bool upload, const Play &play, const QStri
 {
     m_attackOver = connectionLost = false;
     m_context.post([=] {
+        m_resumed = resumedAttack;
         makeLine();
         Session::Handler atServer;
         atServer.onOpen = [this, upload](std::uint32_t id, const OpenMessage &) {

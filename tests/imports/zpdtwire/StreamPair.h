@@ -47,6 +47,8 @@ public:
     Filter filter;                                     ///< I/O thread; frames of both ends
     std::function<void(StreamPair &pair)> onFirstData; ///< I/O thread, once a run
     std::function<std::uint64_t()> freeBytes;
+    bool resumedAttack = false;
+    bool verify = false;
     int patienceMs = 60000;      ///< then the client gives the line up
     bool connectionLost = false; ///< after attack(): the server end gave up on the client
 

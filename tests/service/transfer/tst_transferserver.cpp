@@ -4,6 +4,7 @@
 #include "TransferLoop.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -41,6 +42,7 @@ private slots:
     void partialFilesCount();
     void discardedPartialFiles();
     void oldPartialFiles();
+    void oneFolderTwoPaths();
     void folderTakenAway_data();
     void folderTakenAway();
     void rightTakenAway();
@@ -479,6 +481,34 @@ void TransferServerTest::oldPartialFiles()
     loop.connection().setRate(Direction::Upload, 0);
     QVERIFY(loop.wait([&] { return log.ended; }));
     QCOMPARE(log.failed, QStringList());
+}
+
+void TransferServerTest::oneFolderTwoPaths()
+{
+    // Two downloads of one name into one folder that they know by different paths: never a mixture.
+    TransferLoop loop;
+    loop.startServer();
+    loop.connect();
+    const QByteArray shorter = noise(6 * kMiB, 1), longer = noise(9 * kMiB, 2);
+    writeFile(loop.home() + "/one/f", shorter);
+    writeFile(loop.home() + "/two/f", longer);
+    const QString out = loop.local() + "/out", alias = loop.local() + "/alias";
+    QVERIFY(QDir().mkpath(out) && QFile::link(out, alias));
+    loop.connection().setRate(Direction::Download, 16 * kMiB);
+    StreamLog one, two;
+    auto request = loop.downloadRequest({"f"}, "one");
+    request.localFolder = out.toStdString();
+    loop.start(request, one);
+    request = loop.downloadRequest({"f"}, "two");
+    request.localFolder = alias.toStdString();
+    loop.start(request, two);
+    QVERIFY(loop.wait([&] { return one.ended && two.ended; }));
+    QFile file(out + "/f");
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QByteArray bytes = file.readAll();
+    QCOMPARE(one.done.size() + two.done.size(), 1);
+    QVERIFY(bytes == (two.done.isEmpty() ? shorter : longer));
+    QCOMPARE(one.failed + two.failed, QStringList{"f: refused"});
 }
 
 void TransferServerTest::folderTakenAway_data()
