@@ -139,6 +139,7 @@ FileResult statHandle(HANDLE handle, FileStat &stat)
     stat = converted(info.dwFileAttributes, info.ftLastWriteTime, info.nFileSizeHigh, info.nFileSizeLow);
     stat.id = (std::uint64_t(info.nFileIndexHigh) << 32) | info.nFileIndexLow;
     stat.volume = info.dwVolumeSerialNumber;
+    stat.links = info.nNumberOfLinks;
     return {};
 }
 
@@ -176,6 +177,12 @@ std::wstring finalPath(HANDLE handle)
     return path;
 }
 
+/// The folder of a whole drive ends with its separator, and the system takes no two in a row.
+std::wstring inFolder(const std::wstring &folder, const std::wstring &name)
+{
+    return !folder.empty() && folder.back() == L'\\' ? folder + name : folder + L'\\' + name;
+}
+
 /// A path beneath a root with every folder on the way pinned.
 struct Place
 {
@@ -192,14 +199,14 @@ FileResult locate(const std::wstring &root, const std::string &relative, Place &
         return {FileError::BadName, 0};
     place.folder = root;
     for (std::size_t i = 0; i + 1 < names.size(); ++i) {
-        place.folder += L'\\' + wide(names[i]);
+        place.folder = inFolder(place.folder, wide(names[i]));
         Holder pin;
         const FileResult result = pinFolder(place.folder, pin);
         if (!result.ok())
             return result;
         place.pins.push_back(std::move(pin));
     }
-    place.path = names.empty() ? place.folder : place.folder + L'\\' + wide(names.back());
+    place.path = names.empty() ? place.folder : inFolder(place.folder, wide(names.back()));
     return {};
 }
 
@@ -389,7 +396,7 @@ FileResult SafeFolder::mkdirs(const std::string &path) const
     std::vector<Holder> pins;
     std::wstring folder = m_handle->path;
     for (const std::string &name : names) {
-        folder += L'\\' + wide(name);
+        folder = inFolder(folder, wide(name));
         if (!CreateDirectoryW(folder.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS)
             return failed();
         Holder pin;
@@ -450,7 +457,7 @@ FileResult SafeFolder::list(const std::string &path, const std::function<bool(co
     if (!result.ok())
         return result;
     WIN32_FIND_DATAW found = {};
-    const HANDLE search = FindFirstFileExW((folder.m_handle->path + L"\\*").c_str(), FindExInfoBasic, &found,
+    const HANDLE search = FindFirstFileExW(inFolder(folder.m_handle->path, L"*").c_str(), FindExInfoBasic, &found,
                                            FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH);
     if (search == INVALID_HANDLE_VALUE)
         return GetLastError() == ERROR_FILE_NOT_FOUND ? FileResult{} : failed();
