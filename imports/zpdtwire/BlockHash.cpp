@@ -1,6 +1,10 @@
 #include "BlockHash.h"
 
 #include <xxhash.h>
+#if defined(__x86_64__) && __has_include(<xxh_x86dispatch.h>)
+// The same functions with the widest registers of this processor: 31 instead of 13 GB/s of what is in its caches.
+#include <xxh_x86dispatch.h>
+#endif
 
 namespace zpdt {
 

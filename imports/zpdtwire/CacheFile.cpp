@@ -19,6 +19,7 @@ constexpr char kMagic[8] = {'Z', 'P', 'D', 'T', 'J', 'N', 'L', '1'};
 constexpr std::size_t kSlotSize = 32;
 constexpr std::size_t kHeaderSize = 64;
 constexpr std::size_t kVerifyBytes = 32u << 20; ///< checked in one go
+constexpr unsigned kCheckers = 2;
 constexpr std::uint64_t kWriteback = 16u << 20;
 constexpr std::uint8_t kMostAsked = 5;
 
@@ -249,8 +250,50 @@ bool CacheFile::verifySome(Outcome &outcome)
 
 void CacheFile::finishIfWhole(Outcome &outcome)
 {
-    if (m_endSeen && m_haveCount == m_blocks && m_claims.empty() && !m_broken)
+    if (!m_endSeen || m_haveCount < m_blocks || !m_claims.empty() || m_broken || m_checking)
+        return;
+    if (!m_verify || m_blocks == 0)
+        return finish(outcome);
+    m_checking = true;
+    m_checkAgain = false;
+    m_checkNext = 0;
+    outcome.checks = m_item.info.size > kVerifyBytes ? kCheckers : 1;
+}
+
+bool CacheFile::checkSome(Outcome &outcome)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    if (!m_checking || m_broken || m_checkNext == m_blocks)
+        return true;
+    ++m_checkers;
+    std::uint32_t block = m_checkNext;
+    const std::uint32_t part = std::max<std::uint32_t>(1, kVerifyBytes / m_item.blockSize);
+    const std::uint32_t end = m_checkNext = block + std::min(part, m_blocks - block);
+    for (; block < end && !m_broken; ++block) {
+        lock.unlock();
+        Digest noted, stored;
+        const bool good = readSlot(block, noted) && hashBlock(block, stored) && noted == stored;
+        lock.lock();
+        // The journal, or what is read back, was damaged meanwhile. One that is coming once more is not to be judged.
+        if (good || !has(block) || m_broken)
+            continue;
+        setHas(block, false);
+        outcome.confirmed -= sizeOf(block);
+        ask(block, outcome);
+    }
+    --m_checkers;
+    if (m_broken)
+        return true;
+    if (m_checkNext < m_blocks)
+        return false;
+    if (m_checkers > 0)
+        return true;
+    m_checking = false;
+    if (m_checkAgain)
+        finishIfWhole(outcome);
+    else if (m_haveCount == m_blocks)
         finish(outcome);
+    return true;
 }
 
 std::vector<HaveMessage::Run> CacheFile::runs() const
@@ -303,6 +346,7 @@ void CacheFile::piece(const Op &op, Outcome &outcome)
     if (op.offset == 0) {
         m_open = op.block;
         m_openAt = 0;
+        m_checkAgain = true;
         m_openHash.reset();
         if (!m_claims.empty())
             m_claims[op.block / 8] = static_cast<std::uint8_t>(m_claims[op.block / 8] & ~(1u << op.block % 8));
@@ -370,12 +414,11 @@ void CacheFile::finish(Outcome &outcome)
     BlockHash whole;
     bool complete = true;
     for (std::uint32_t block = 0; block < m_blocks && !m_broken; ++block) {
-        Digest digest{}, stored{};
-        if (readSlot(block, digest) && (!m_verify || (hashBlock(block, stored) && stored == digest))) {
+        Digest digest{};
+        if (readSlot(block, digest)) {
             whole.add(digest.data(), digest.size());
             continue;
         }
-        // The journal, or what is read back, was damaged meanwhile.
         complete = false;
         setHas(block, false);
         outcome.confirmed -= sizeOf(block);

@@ -19,7 +19,7 @@ class TargetTree;
 /// journal of its blocks behind the data. What the journal claims is asked for again when the data on the disk does not
 /// match it, before the file gets its name, so a damaged journal, or damaged data, costs time and nothing else. Disk
 /// threads; calls wait for each other, except runs(), which follows prepare() or, where that is asked for,
-/// verifySome(), and sync().
+/// verifySome(), and sync(). verifySome() and checkSome() let others through while they read.
 class CacheFile
 {
 public:
@@ -47,6 +47,7 @@ public:
         std::string text;
         std::int64_t confirmed = 0;        ///< bytes, negative when a block turned out to be damaged
         std::vector<std::uint32_t> needed; ///< blocks to ask for again
+        unsigned checks = 0;               ///< calls of checkSome() that are wanted, side by side
         bool finished = false;             ///< the file has its name
         ItemOutcome item;
     };
@@ -61,6 +62,8 @@ public:
     bool verifiesFirst() const { return m_withoutJournal; }
     /// Checks some of the blocks that are claimed, until it answers true. May end the file.
     bool verifySome(Outcome &outcome);
+    /// Reads back some of what is there and compares, until it answers true. The last of the callers ends the file.
+    bool checkSome(Outcome &outcome);
     std::vector<HaveMessage::Run> runs() const;
     Outcome process(std::vector<Op> ops);
     /// Brings what was written so far to the disk. May run beside the others; they tell of a failure.
@@ -117,6 +120,11 @@ private:
     std::vector<std::uint8_t> m_asked; ///< times a block was asked for again; empty until the first
     bool m_endSeen = false;
     Digest m_whole{};
+
+    bool m_checking = false;       ///< checkSome() is at work
+    bool m_checkAgain = false;     ///< a block was written meanwhile
+    unsigned m_checkers = 0;       ///< in checkSome() now
+    std::uint32_t m_checkNext = 0; ///< next block for one of them
 
     std::uint32_t m_open = UINT32_MAX; ///< block whose pieces are coming
     std::uint32_t m_openAt = 0;

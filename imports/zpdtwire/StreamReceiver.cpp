@@ -180,6 +180,21 @@ void StreamReceiver::verifyCache(const ItemPtr &item)
         });
 }
 
+/// Reads back what is there, after the last of it came.
+void StreamReceiver::checkCache(const ItemPtr &item)
+{
+    job(
+        [cache = item->cache] {
+            std::pair<bool, CacheFile::Outcome> checked;
+            checked.first = cache->checkSome(checked.second);
+            return checked;
+        },
+        [this, item](std::pair<bool, CacheFile::Outcome> checked) {
+            if (apply(item, checked.second) && !checked.first)
+                checkCache(item);
+        });
+}
+
 void StreamReceiver::prepared(const ItemPtr &item)
 {
     if (m_closing)
@@ -241,6 +256,8 @@ bool StreamReceiver::apply(const ItemPtr &item, const CacheFile::Outcome &outcom
         return false;
     for (std::uint32_t block : outcome.needed)
         need(item->message.no, block);
+    for (unsigned i = 0; i < outcome.checks; ++i)
+        checkCache(item);
     return true;
 }
 

@@ -85,6 +85,7 @@ private:
     void readExisting(const ItemPtr &item, const std::shared_ptr<ExistingFile> &file);
     void prepareCache(const ItemPtr &item);
     void verifyCache(const ItemPtr &item);
+    void checkCache(const ItemPtr &item);
     void prepared(const ItemPtr &item);
     bool apply(const ItemPtr &item, const CacheFile::Outcome &outcome);
     void sendHave(const ItemPtr &item, const std::vector<HaveMessage::Run> &runs);

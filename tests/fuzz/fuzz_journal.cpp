@@ -139,7 +139,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         require(w.root.openWrite("f.ZPDT.cache", {true, false, true}, partial).ok());
         require(partial.writeAt(0, file.data(), file.size()).ok());
     }
-    CacheFile cache(std::make_shared<TargetTree>(w.root, TargetTree::Limits()), w.item);
+    CacheFile cache(std::make_shared<TargetTree>(w.root, TargetTree::Limits()), w.item, file.size() % 2 == 0);
+    const auto check = [&cache](CacheFile::Outcome &outcome) {
+        while (outcome.checks > 0 && !cache.checkSome(outcome)) {
+        }
+    };
     CacheFile::Outcome outcome = cache.prepare();
     require(outcome.error == Error::None);
     while (!cache.verifySome(outcome)) {
@@ -164,6 +168,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     end.digest = w.whole;
     ops.push_back(end);
     outcome = cache.process(ops);
+    check(outcome);
     for (int round = 0; round < 8 && !outcome.finished; ++round) {
         require(outcome.error == Error::None && !outcome.needed.empty());
         std::vector<CacheFile::Op> again;
@@ -173,6 +178,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
             again.push_back(w.piece(block));
         }
         outcome = cache.process(again);
+        check(outcome);
     }
     require(outcome.finished);
     SafeFile result;
