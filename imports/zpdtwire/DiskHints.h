@@ -15,4 +15,7 @@ void startWriteback(SafeFile &file);
 /// cannot be done, or failed.
 bool syncVolume(const SafeFile &file);
 
+/// Lets this process have as many files open as the system allows it, which is more than what it begins with.
+void allowManyFiles();
+
 } // namespace zpdt

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace zpdt {
@@ -39,6 +40,15 @@ bool syncVolume(const SafeFile &file)
     (void)file;
     return false;
 #endif
+}
+
+void allowManyFiles()
+{
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return;
+    limit.rlim_cur = limit.rlim_max;
+    (void)setrlimit(RLIMIT_NOFILE, &limit);
 }
 
 } // namespace zpdt

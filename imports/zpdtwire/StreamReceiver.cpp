@@ -4,6 +4,7 @@
 #include "TreeScan.h"
 
 #include <algorithm>
+#include <set>
 
 namespace zpdt {
 
@@ -11,6 +12,7 @@ namespace {
 
 constexpr std::size_t kBatchFiles = 512;
 constexpr std::size_t kBatchBytes = 4u << 20;
+constexpr std::size_t kBatchFolders = 128; ///< each is open until the batch is stored
 constexpr std::size_t kMostSmallJobs = 2;
 constexpr unsigned kMostDamaged = 5;
 constexpr std::uint64_t kSyncBytes = 16u << 20;
@@ -289,10 +291,11 @@ void StreamReceiver::storeSmall()
     while (!m_smallReady.empty() && m_smallJobs < kMostSmallJobs && m_tree && !m_closing) {
         std::vector<SmallFile> batch;
         std::vector<SmallFile> later;
+        std::set<std::string> folders;
         std::size_t bytes = 0;
         for (SmallFile &file : m_smallReady) {
             const auto found = m_items.find(file.no);
-            const bool full = batch.size() == kBatchFiles || bytes >= kBatchBytes;
+            const bool full = batch.size() == kBatchFiles || bytes >= kBatchBytes || folders.size() == kBatchFolders;
             if (found == m_items.end()) {
                 // Given up while it waited.
                 m_held -= file.data.size();
@@ -304,6 +307,7 @@ void StreamReceiver::storeSmall()
                 continue;
             }
             bytes += file.data.size();
+            folders.insert(file.path.substr(0, file.path.rfind('/') + 1));
             batch.push_back(std::move(file));
         }
         m_smallReady = std::move(later);

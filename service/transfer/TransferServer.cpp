@@ -3,6 +3,7 @@
 #include "AddressLimits.h"
 #include "Context.h"
 #include "DiscardStream.h"
+#include "DiskHints.h"
 #include "NameRules.h"
 #include "Session.h"
 #include "StreamReceiver.h"
@@ -68,6 +69,8 @@ public:
 
 std::shared_ptr<TransferRuntime> makeTransferRuntime(unsigned diskThreads)
 {
+    // Every stream has the folders in use open, and its large files.
+    zpdt::allowManyFiles();
     return std::make_shared<TransferRuntime>(diskThreads);
 }
 

@@ -12,6 +12,7 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -43,6 +44,7 @@ private slots:
     void discardedPartialFiles();
     void oldPartialFiles();
     void oneFolderTwoPaths();
+    void manyFolders();
     void folderTakenAway_data();
     void folderTakenAway();
     void rightTakenAway();
@@ -509,6 +511,23 @@ void TransferServerTest::oneFolderTwoPaths()
     QCOMPARE(one.done.size() + two.done.size(), 1);
     QVERIFY(bytes == (two.done.isEmpty() ? shorter : longer));
     QCOMPARE(one.failed + two.failed, QStringList{"f: refused"});
+}
+
+void TransferServerTest::manyFolders()
+{
+    // Begun with few descriptors, as systems do, a service has enough for trees of many folders all the same.
+    rlimit limit{};
+    QCOMPARE(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    limit.rlim_cur = std::min<rlim_t>(limit.rlim_max, 150);
+    QCOMPARE(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    TransferLoop loop;
+    loop.startServer();
+    loop.connect();
+    for (int i = 0; i < 300; ++i)
+        writeFile(loop.local() + QString("/d/%1/f").arg(i), "x");
+    const StreamLog log = loop.upload({"d"});
+    QCOMPARE(log.failed, QStringList());
+    QCOMPARE(snapshot(loop.home() + "/in"), snapshot(loop.local()));
 }
 
 void TransferServerTest::folderTakenAway_data()
