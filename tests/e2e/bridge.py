@@ -34,7 +34,7 @@ def resident(client):
 
 
 def connect(port, **more):
-    return websockets.connect(f"ws://127.0.0.1:{port}", ping_interval=None, **more)
+    return websockets.connect(f"ws://127.0.0.1:{port}", ping_interval=None, close_timeout=1, **more)
 
 
 async def echo(page):
