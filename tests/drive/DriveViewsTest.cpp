@@ -16,8 +16,6 @@
 #include <QRandomGenerator>
 #include <QSemaphore>
 #include <QSignalSpy>
-#include <QThreadPool>
-#include <QTimer>
 #include <QToolButton>
 
 #include <algorithm>

@@ -4,9 +4,6 @@
 #include "TestSupport.h"
 
 #include <QApplication>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QTimer>

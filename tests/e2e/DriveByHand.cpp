@@ -11,16 +11,13 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QDir>
-#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
-#include <QMimeData>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTimer>
 #include <QToolButton>
-#include <QUrl>
 
 #include <memory>
 

@@ -10,7 +10,6 @@
 #include <QScrollArea>
 #include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QToolButton>
 
 class TestSelectCenter : public StrictTest
 {

@@ -10,7 +10,6 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QUrl>
 
 LiveService::LiveService()
 {
@@ -19,7 +18,8 @@ LiveService::LiveService()
 
 LiveService::~LiveService()
 {
-    if (isRunning() && !stop())
+    m_process.terminate();
+    if (!m_process.waitForFinished(20000))
         m_process.kill();
     m_process.waitForFinished();
 }
@@ -38,26 +38,18 @@ bool LiveService::wait(const std::function<bool()> &holds, int milliseconds)
 bool LiveService::start()
 {
     const QString ready = m_folder.filePath(QStringLiteral("ready"));
-    QFile::remove(ready);
-    const QString port = m_http.isEmpty() ? QStringLiteral("0") : QString::number(QUrl(m_http).port());
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_process.setStandardOutputFile(QProcess::nullDevice());
     m_process.start(QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("arkvale-service")),
                     {QStringLiteral("--demo"), m_folder.filePath(QStringLiteral("data")), QStringLiteral("--port"),
-                     port, QStringLiteral("--ready-file"), ready});
+                     QStringLiteral("0"), QStringLiteral("--ready-file"), ready});
     QFile file(ready);
-    if (!m_process.waitForStarted() || !wait([&] { return QFile(ready).size() > 0 || !isRunning(); }, 60000) ||
+    if (!m_process.waitForStarted() ||
+        !wait([&] { return QFile(ready).size() > 0 || m_process.state() == QProcess::NotRunning; }, 60000) ||
         !file.open(QIODevice::ReadOnly))
         return false;
     m_http = QJsonDocument::fromJson(file.readAll()).object().value(QLatin1String("http")).toString();
     return !m_http.isEmpty() && writeSettings();
-}
-
-bool LiveService::stop()
-{
-    m_process.terminate();
-    return m_process.waitForFinished(20000) && m_process.exitStatus() == QProcess::NormalExit &&
-           m_process.exitCode() == 0;
 }
 
 bool LiveService::writeSettings() const

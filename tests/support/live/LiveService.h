@@ -14,11 +14,8 @@ public:
     LiveService();
     ~LiveService();
 
-    /// On a free port, later on the same. False when the service does not say its address within a minute.
+    /// On a free port. False when the service does not say its address within a minute.
     bool start();
-    /// As a service manager would; false unless it ends by itself and well.
-    bool stop();
-    bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
     /// The store as a login leaves it, with the homes of the user known. False when that takes longer than 20 s.
     bool logIn(const QString &user, const QString &password);
     /// The user's folder in a sub-center, on the service's disk.

@@ -13,7 +13,6 @@
 #include <QScreen>
 #include <QTextBrowser>
 #include <QToolButton>
-#include <QVBoxLayout>
 
 namespace {
 
