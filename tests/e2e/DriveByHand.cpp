@@ -135,17 +135,14 @@ private slots:
         QTest::addColumn<QStringList>("names"); // with "/" at the end: folders
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("button");
-        QTest::newRow("none") << QStringList{QStringLiteral("new.txt"), QStringLiteral("B.TXT")} << QString()
-                              << QString();
-        QTest::newRow("files") << QStringList{QStringLiteral("b.txt"), QStringLiteral("a.txt")}
-                               << QStringLiteral("The following file(s) exist: \"b.txt\" etc.")
-                               << QStringLiteral("Replace");
-        QTest::newRow("folders") << QStringList{QStringLiteral("in/")}
-                                 << QStringLiteral("The following folder(s) exist: \"in\" etc.")
-                                 << QStringLiteral("Merge");
-        QTest::newRow("both") << QStringList{QStringLiteral("in/"), QStringLiteral("a.txt")}
-                              << QStringLiteral("The following file(s)/folder(s) exist: \"a.txt\", \"in\" etc.")
-                              << QStringLiteral("Merge(Replace)");
+        QTest::newRow("none") << QStringList{"new.txt", "B.TXT"} << "" << QString();
+        QTest::newRow("files") << QStringList{"b.txt", "a.txt"} << "The following file(s) exist: \"b.txt\" etc."
+                               << "Replace";
+        QTest::newRow("folders") << QStringList{"in/"} << "The following folder(s) exist: \"in\" etc."
+                                 << "Merge";
+        QTest::newRow("both") << QStringList{"in/", "a.txt"}
+                              << "The following file(s)/folder(s) exist: \"a.txt\", \"in\" etc."
+                              << "Merge(Replace)";
     }
 
     void collisionsAreAskedAbout()

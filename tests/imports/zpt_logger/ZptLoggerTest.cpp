@@ -46,28 +46,19 @@ private slots:
         QTest::addColumn<int>("level");
         QTest::addColumn<QString>("message");
         QTest::addColumn<QString>("line");
-        QTest::newRow("line break") << 600 << "a\nb\r\n2020 info [x] forged"
-                                    << "info [t] a\\nb\\r\\n2020 info [x] forged";
-        QTest::newRow("escape") << 600 << QString(QChar(0x1b)) + "[31mred"
-                                << "info [t] \\x1b[31mred";
-        QTest::newRow("separators") << 600
-                                    << QString::fromUtf8("a\xe2\x80\xa8"
-                                                         "b\xc2\x85"
-                                                         "c")
-                                    << "info [t] a\\x2028b\\x85c";
-        QTest::newRow("nul") << 600 << QString(QChar(0)) + "z"
-                             << "info [t] \\x00z";
-        QTest::newRow("braces and percent") << 300 << "{} {0} %s %v %1"
-                                            << "error [t] {} {0} %s %v %1";
-        QTest::newRow("not ASCII") << 400 << QString::fromUtf8("名字 ☂") << QString::fromUtf8("warning [t] 名字 ☂");
-        QTest::newRow("gravest") << 0 << "x"
-                                 << "critical [t] x";
-        QTest::newRow("least") << 900 << "x"
-                               << "trace [t] x";
-        QTest::newRow("between") << 700 << ""
-                                 << "debug [t] ";
-        QTest::newRow("long") << 600 << QString(70000, QLatin1Char('y'))
-                              << "info [t] " + QString(65536, QLatin1Char('y')) + " ... (4464 characters more)";
+        const auto row = [](const char *name, int level, const QString &message, const QString &line) {
+            QTest::newRow(name) << level << message << line;
+        };
+        row("line break", 600, "a\nb\r\n2020 info [x] forged", "info [t] a\\nb\\r\\n2020 info [x] forged");
+        row("escape", 600, QString(QChar(0x1b)) + "[31mred", "info [t] \\x1b[31mred");
+        row("separators", 600, QString("a") + QChar(0x2028) + 'b' + QChar(0x85) + 'c', "info [t] a\\x2028b\\x85c");
+        row("nul", 600, QString(QChar(0)) + "z", "info [t] \\x00z");
+        row("braces and percent", 300, "{} {0} %s %v %1", "error [t] {} {0} %s %v %1");
+        row("not ASCII", 400, QString::fromUtf8("名字 ☂"), QString::fromUtf8("warning [t] 名字 ☂"));
+        row("gravest", 0, "x", "critical [t] x");
+        row("least", 900, "x", "trace [t] x");
+        row("between", 700, "", "debug [t] ");
+        row("long", 600, QString(70000, 'y'), "info [t] " + QString(65536, 'y') + " ... (4464 characters more)");
     }
 
     void lines()

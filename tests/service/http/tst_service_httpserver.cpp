@@ -93,33 +93,25 @@ private slots:
         QTest::addColumn<QByteArray>("sent");
         QTest::addColumn<int>("status"); // 0: the connection is closed without an answer
 
-        const QByteArray host = "Host: x\r\n";
-        QTest::newRow("unknown path") << httpRequest("GET", "/api/v1/none") << 404;
-        QTest::newRow("wrong method") << httpRequest("DELETE", "/api/v1/hello") << 405;
-        QTest::newRow("unknown path with a body") << httpRequest("POST", "/api/v1/none", QByteArray(5000, 'x')) << 404;
-        QTest::newRow("no host") << QByteArray("GET /api/v1/hello HTTP/1.1\r\n\r\n") << 400;
-        QTest::newRow("length below zero")
-            << QByteArray("POST /api/v1/echo HTTP/1.1\r\n" + host + "Content-Length: -1\r\n\r\n") << 400;
-        QTest::newRow("length beyond all numbers")
-            << QByteArray("POST /api/v1/echo HTTP/1.1\r\n" + host + "Content-Length: 99999999999999999999999\r\n\r\n")
-            << 413;
-        QTest::newRow("length beyond the limit")
-            << QByteArray("POST /api/v1/echo HTTP/1.1\r\n" + host + "Content-Length: 100001\r\n\r\n") << 413;
-        QTest::newRow("long body on an open route")
-            << QByteArray("POST /api/v1/open HTTP/1.1\r\n" + host + "Content-Length: 70000\r\n\r\n") << 413;
-        QTest::newRow("chunks beyond the limit")
-            << QByteArray("POST /api/v1/echo HTTP/1.1\r\n" + host + "Transfer-Encoding: chunked\r\n\r\n186a1\r\n" +
-                          QByteArray(100001, 'x') + "\r\n0\r\n\r\n")
-            << 413;
-        QTest::newRow("chunk no number") << QByteArray("POST /api/v1/echo HTTP/1.1\r\n" + host +
-                                                       "Transfer-Encoding: chunked\r\n\r\nzz\r\nx\r\n")
-                                         << 400;
-        QTest::newRow("endless header") << QByteArray("GET /api/v1/hello HTTP/1.1\r\n" + host +
-                                                      "X: " + QByteArray(200000, 'x') + "\r\n\r\n")
-                                        << 431;
-        QTest::newRow("endless target") << QByteArray("GET /api/v1/" + QByteArray(200000, 'x') + " HTTP/1.1\r\n" +
-                                                      host + "\r\n")
-                                        << 414;
+        const auto row = [](const char *name, int status, const QByteArray &sent) {
+            QTest::newRow(name) << sent << status;
+        };
+        const auto post = [&](const char *name, int status, const char *route, const QByteArray &rest) {
+            row(name, status, QByteArray("POST /api/v1/") + route + " HTTP/1.1\r\nHost: x\r\n" + rest);
+        };
+        row("unknown path", 404, httpRequest("GET", "/api/v1/none"));
+        row("wrong method", 405, httpRequest("DELETE", "/api/v1/hello"));
+        row("unknown path with a body", 404, httpRequest("POST", "/api/v1/none", QByteArray(5000, 'x')));
+        row("no host", 400, "GET /api/v1/hello HTTP/1.1\r\n\r\n");
+        row("endless header", 431, httpRequest("GET", "/api/v1/hello", {}, "X: " + QByteArray(200000, 'x') + "\r\n"));
+        row("endless target", 414, httpRequest("GET", "/api/v1/" + QByteArray(200000, 'x')));
+        post("length below zero", 400, "echo", "Content-Length: -1\r\n\r\n");
+        post("length beyond all numbers", 413, "echo", "Content-Length: 99999999999999999999999\r\n\r\n");
+        post("length beyond the limit", 413, "echo", "Content-Length: 100001\r\n\r\n");
+        post("long body on an open route", 413, "open", "Content-Length: 70000\r\n\r\n");
+        post("chunk no number", 400, "echo", "Transfer-Encoding: chunked\r\n\r\nzz\r\nx\r\n");
+        post("chunks beyond the limit", 413, "echo",
+             "Transfer-Encoding: chunked\r\n\r\n186a1\r\n" + QByteArray(100001, 'x') + "\r\n0\r\n\r\n");
     }
 
     void malformed()

@@ -83,43 +83,31 @@ private slots:
         QTest::addColumn<QString>("remote");
         QTest::addColumn<QStringList>("log");
         const QStringList absent{""};
-        const QString nothing = QStringLiteral("-");
-        QTest::newRow("nothing asked") << -1 << QStringList{"a"} << absent << ""
-                                       << "/r" << QStringList();
-        QTest::newRow("empty lists") << 0 << absent << QStringList{"", ""} << ""
-                                     << "/r" << QStringList();
-        QTest::newRow("all") << 0 << QStringList{"a", "", "", "a"} << QStringList{"d"} << ""
-                             << "/r" << QStringList{"a|d > /r/"};
-        QTest::newRow("names of every kind") << 0 << QStringList{"line\nbreak", "quo\"te %1", "后缀"} << absent << ""
-                                             << "r\\s" << QStringList{"line\nbreak,quo\"te %1,后缀| > /r/s/"};
-        QTest::newRow("others go on") << 0 << QStringList{"no %1", "a", "d/e", ".."} << QStringList{"gone"} << ""
-                                      << "/r/"
-                                      << QStringList{"problem Not found in \"BASE\":\nno %1\nd/e\n..\ngone",
-                                                     "a| > /r/"};
-        QTest::newRow("a file among the folders") << 0 << QStringList{"d"} << QStringList{"a"} << ""
-                                                  << "/r" << QStringList{"a|d > /r/"};
-        QTest::newRow("nothing there") << 0 << QStringList{"x"} << absent << "none"
-                                       << "/r" << QStringList{"problem There is no folder \"none\"."};
-        QTest::newRow("remote folder not named") << 0 << QStringList{"a"} << absent << ""
-                                                 << "" << QStringList{"a| > /shown/"};
-        QTest::newRow("local folder not named")
-            << 0 << QStringList{"a"} << absent << nothing << "/r" << QStringList{"choose for /r/"};
-        QTest::newRow("download") << 1 << QStringList{"a", "b c", ""} << QStringList{"d"} << "new/deep"
-                                  << "/r" << QStringList{"list /r/", "/r/a,/r/b c|/r/d > new/deep"};
-        QTest::newRow("download, some missing")
-            << 1 << QStringList{"A", "a"} << QStringList{"e"} << "new"
-            << "/r" << QStringList{"list /r/", "problem Not found in \"/r/\":\nA\ne", "/r/a| > new"};
-        QTest::newRow("download, all missing") << 1 << QStringList{"x"} << absent << "never"
-                                               << "/r" << QStringList{"list /r/", "problem Not found in \"/r/\":\nx"};
-        QTest::newRow("download, target not named")
-            << 1 << QStringList{"a"} << absent << nothing << "" << QStringList{"list /shown/", "/shown/a| > "};
-        QTest::newRow("download into a file")
-            << 1 << QStringList{"a", "x"} << absent << "blocked"
-            << "/r"
-            << QStringList{"list /r/", "problem Not found in \"/r/\":\nx\nThe folder \"blocked\" cannot be written, "
-                                       "nothing was downloaded."};
-        QTest::newRow("download of nothing") << 1 << absent << absent << ""
-                                             << "/r" << QStringList();
+        const char *const nothing = "-";
+        const auto row = [](const char *name, int method, const QStringList &files, const QStringList &folders,
+                            const char *local, const char *remote, const QStringList &log) {
+            QTest::newRow(name) << method << files << folders << QString(local) << QString(remote) << log;
+        };
+        row("nothing asked", -1, {"a"}, absent, "", "/r", {});
+        row("empty lists", 0, absent, {"", ""}, "", "/r", {});
+        row("all", 0, {"a", "", "", "a"}, {"d"}, "", "/r", {"a|d > /r/"});
+        row("names of every kind", 0, {"line\nbreak", "quo\"te %1", "后缀"}, absent, "", "r\\s",
+            {"line\nbreak,quo\"te %1,后缀| > /r/s/"});
+        row("others go on", 0, {"no %1", "a", "d/e", ".."}, {"gone"}, "", "/r/",
+            {"problem Not found in \"BASE\":\nno %1\nd/e\n..\ngone", "a| > /r/"});
+        row("a file among the folders", 0, {"d"}, {"a"}, "", "/r", {"a|d > /r/"});
+        row("nothing there", 0, {"x"}, absent, "none", "/r", {"problem There is no folder \"none\"."});
+        row("remote folder not named", 0, {"a"}, absent, "", "", {"a| > /shown/"});
+        row("local folder not named", 0, {"a"}, absent, nothing, "/r", {"choose for /r/"});
+        row("download", 1, {"a", "b c", ""}, {"d"}, "new/deep", "/r", {"list /r/", "/r/a,/r/b c|/r/d > new/deep"});
+        row("download, some missing", 1, {"A", "a"}, {"e"}, "new", "/r",
+            {"list /r/", "problem Not found in \"/r/\":\nA\ne", "/r/a| > new"});
+        row("download, all missing", 1, {"x"}, absent, "never", "/r", {"list /r/", "problem Not found in \"/r/\":\nx"});
+        row("download, target not named", 1, {"a"}, absent, nothing, "", {"list /shown/", "/shown/a| > "});
+        row("download into a file", 1, {"a", "x"}, absent, "blocked", "/r",
+            {"list /r/", "problem Not found in \"/r/\":\nx\nThe folder \"blocked\" cannot be written, "
+                         "nothing was downloaded."});
+        row("download of nothing", 1, absent, absent, "", "/r", {});
     }
 
     void requests()
