@@ -193,8 +193,9 @@ std::string UdpKeyring::issue()
 
 bool UdpKeyring::check(const UdpHello &hello, UdpSecret &secret) const
 {
-    const std::int64_t left = endOf(hello.keyId) - seconds();
-    if (!m_valid || left < 0 || left > kKeySeconds)
+    const std::int64_t now = seconds();
+    const std::int64_t end = endOf(hello.keyId);
+    if (!m_valid || end < now || end > now + kKeySeconds)
         return false;
     secret = keySecret(hello.keyId);
     const UdpSecret mac = helloMac(secret, hello.core);
