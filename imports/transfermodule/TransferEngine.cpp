@@ -82,7 +82,7 @@ TransferEngine::TransferEngine(bool realNameVerified, std::function<void(std::ve
 
 TransferEngine::~TransferEngine()
 {
-    m_stopCleaning = true;
+    *m_stopCleaning = true;
     delete m_runner;
     m_cleaner.waitForDone();
 }
@@ -276,12 +276,12 @@ void TransferEngine::removeRemains(const QList<TaskRecord> &tasks)
             m_runner->discard(task);
     }
     for (auto it = namesIn.constBegin(); it != namesIn.constEnd(); ++it) {
-        m_cleaner.start([this, folder = it.key().toStdString(), names = it.value()] {
+        m_cleaner.start([stop = m_stopCleaning, folder = it.key().toStdString(), names = it.value()] {
             zpdt::SafeFolder root;
             if (!zpdt::SafeFolder::open(folder, root).ok())
                 return;
             for (const std::string &name : names) {
-                if (m_stopCleaning)
+                if (*stop)
                     return;
                 zpdt::discardPartial(root, {name});
             }

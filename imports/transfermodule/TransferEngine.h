@@ -11,6 +11,7 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <vector>
 
 class StreamRunner;
@@ -95,5 +96,6 @@ private:
     QTimer m_deliverTimer;
     QElapsedTimer m_sinceDelivery;
     QThreadPool m_cleaner; ///< removes the remains of cancelled tasks
-    std::atomic<bool> m_stopCleaning{false};
+    /// Shared with the cleaner's work, which knows nothing else of the engine.
+    const std::shared_ptr<std::atomic<bool>> m_stopCleaning = std::make_shared<std::atomic<bool>>(false);
 };
