@@ -20,7 +20,6 @@ constexpr std::size_t kSlotSize = 32;
 constexpr std::size_t kHeaderSize = 64;
 constexpr std::size_t kVerifyBytes = 32u << 20; ///< checked in one go
 constexpr unsigned kCheckers = 2;
-constexpr std::uint64_t kWriteback = 16u << 20;
 constexpr std::uint8_t kMostAsked = 5;
 
 Bytes &diskBuffer()
@@ -363,11 +362,6 @@ void CacheFile::piece(const Op &op, Outcome &outcome)
         return fail(written, outcome);
     m_openHash.add(op.data, op.size);
     m_openAt += static_cast<std::uint32_t>(op.size);
-    m_unwritten += op.size;
-    if (m_unwritten >= kWriteback) {
-        m_unwritten = 0;
-        startWriteback(m_file);
-    }
     if (!op.last)
         return;
     m_open = UINT32_MAX;
@@ -459,6 +453,11 @@ FileResult CacheFile::place(std::uint64_t id, bool &created)
     m_tree->putInPlace(m_folder, one);
     created = one[0].created;
     return one[0].result;
+}
+
+void CacheFile::startWriteback()
+{
+    zpdt::startWriteback(m_file);
 }
 
 void CacheFile::sync()

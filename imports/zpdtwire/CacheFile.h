@@ -66,6 +66,9 @@ public:
     bool checkSome(Outcome &outcome);
     std::vector<HaveMessage::Run> runs() const;
     Outcome process(std::vector<Op> ops);
+    /// Has the system begin to bring what was written so far to the disk, so that the end finds little to wait for. May
+    /// run beside the others, and take as long as the disk is busy.
+    void startWriteback();
     /// Brings what was written so far to the disk. May run beside the others; they tell of a failure.
     void sync();
     /// Removes the partial file, unless it has become the file.
@@ -129,7 +132,6 @@ private:
     std::uint32_t m_open = UINT32_MAX; ///< block whose pieces are coming
     std::uint32_t m_openAt = 0;
     BlockHash m_openHash;
-    std::uint64_t m_unwritten = 0; ///< bytes since the last startWriteback()
     bool m_broken = false;
     std::mutex m_syncMutex;  ///< one sync at a time: the system tells of a failed write once
     FileResult m_syncResult; ///< set before m_syncFailed

@@ -15,6 +15,7 @@ constexpr std::size_t kBatchBytes = 4u << 20;
 constexpr std::size_t kBatchFolders = 128; ///< each is open until the batch is stored
 constexpr std::size_t kMostSmallJobs = 2;
 constexpr unsigned kMostDamaged = 5;
+constexpr std::uint64_t kWriteback = 16u << 20;
 constexpr std::uint64_t kSyncBytes = 16u << 20;
 constexpr auto kSyncTime = std::chrono::seconds(1);
 /// A stream whose line broke holds its files until this side noticed that.
@@ -231,6 +232,7 @@ void StreamReceiver::process(const ItemPtr &item)
     item->busy = true;
     const std::size_t bytes = std::exchange(item->opBytes, 0);
     item->sinceSync += bytes;
+    item->sinceWriteback += bytes;
     job([cache = item->cache, ops = std::exchange(item->ops, {})]() mutable { return cache->process(std::move(ops)); },
         [this, item, bytes](CacheFile::Outcome outcome) {
             m_held -= bytes;
@@ -269,6 +271,16 @@ void StreamReceiver::processed(const ItemPtr &item, CacheFile::Outcome outcome)
     if (!apply(item, outcome))
         return;
     process(item);
+    if (!item->writingBack && item->sinceWriteback >= kWriteback) {
+        item->writingBack = true;
+        item->sinceWriteback = 0;
+        job(
+            [cache = item->cache] {
+                cache->startWriteback();
+                return true;
+            },
+            [item](bool) { item->writingBack = false; });
+    }
     const auto now = Clock::now();
     if (item->syncing || item->sinceSync < kSyncBytes || now - item->lastSync < kSyncTime)
         return;

@@ -62,6 +62,8 @@ private:
         bool syncing = false;
         std::chrono::steady_clock::time_point lastSync;
         std::uint64_t sinceSync = 0;
+        std::uint64_t sinceWriteback = 0;
+        bool writingBack = false;
     };
     using ItemPtr = std::shared_ptr<Item>;
 
