@@ -404,8 +404,9 @@ void StreamsTest::failedSync()
 
 void StreamsTest::readBack()
 {
-    // Asked to read files back, the receiver finds what the disk made of them, and fetches it again.
-    for (const int size : {1000, 3 * kMiB}) {
+    // Asked to read files back, the receiver finds what the disk made of them, and fetches it again. Two threads share
+    // the work on the last one.
+    for (const int size : {1000, 3 * kMiB, 70 * kMiB}) {
         StreamPair pair;
         pair.verify = true;
         writeFile(pair.from() + "/f", noise(size, 1));
