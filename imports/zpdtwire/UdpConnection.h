@@ -85,7 +85,7 @@ private:
     void flush();
     void flushSoon();
     void sendPaced(Clock::time_point &now);
-    bool mayRepeat();
+    bool repeatOne();
     bool fillBurst(Clock::time_point now);
     std::size_t build(std::uint8_t *out, std::size_t size, Clock::time_point now, bool paced);
     bool sendBurst();

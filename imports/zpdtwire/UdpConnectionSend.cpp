@@ -37,8 +37,8 @@ void UdpConnection::urge()
     flushSoon();
 }
 
-/// Whether a packet that is under way was queued once more.
-bool UdpConnection::mayRepeat()
+/// Queues a packet that is under way once more, where that is worth it. False when it did not.
+bool UdpConnection::repeatOne()
 {
     return m_urgedEnd > 0 && m_outbox.unsent() == 0 && m_recovery.lostBytes() * kRepeatShare > m_recovery.sentBytes() &&
            m_recovery.repeatNewest(m_urgedEnd);
@@ -131,7 +131,7 @@ bool UdpConnection::fillBurst(Clock::time_point now)
         const bool something = m_outbox.hasLost() || (m_outbox.unsent() > 0 && m_outbox.nextOffset() < m_otherMost);
         if (!something) {
             m_limitedUntil = m_recovery.deliveredBytes() + m_recovery.inFlight() + 1;
-            if (m_recovery.inFlight() + size > m_controller->window() || !mayRepeat())
+            if (m_recovery.inFlight() + size > m_controller->window() || !repeatOne())
                 break;
         }
         if (m_probes == 0 && m_recovery.inFlight() + size > m_controller->window())
